@@ -1,1 +1,119 @@
-#include "ZnVcUpdate.h"
+#include "ZnBandwidthPolicyPrivate.h"
+
+#include <cstdint>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "bounded.h"
+
+static const std::string TOTAL_BANDWIDTH_CFG_NAME = "Total";
+
+static const std::set<std::string> MODULE_NAME = {
+    "Display", "Audio",   "Video",     "USB",  "Camera",   "PCSC", "TWAIN", "Printer",
+    "COM",     "FdRedir", "Clipboard", "DXVA", "Security", "VCC",  "HID",   "Total",
+};
+
+std::string GetCfgName(std::string moduleName, CfgNameType type) {
+    switch (type) {
+        case BANDWIDTH_SPECIFIED:
+            return std::move(moduleName) + "BandwidthSpecified";
+        case BANDWIDTH:
+            return std::move(moduleName) + "Bandwidth";
+        case BANDWIDTH_PERCENT_SPECIFIED:
+            return std::move(moduleName) + "BandwidthPercentSpecified";
+        case BANDWIDTH_PERCENT:
+            return std::move(moduleName) + "BandwidthPercent";
+    }
+    return "";
+}
+
+namespace {
+
+// A module with the names of its items, made once: a policy is read often.
+struct ModuleItems {
+    std::string module;
+    std::string bandwidthSpecified;
+    std::string bandwidth;
+    std::string bandwidthPercentSpecified;
+    std::string bandwidthPercent;
+};
+
+std::vector<ModuleItems> NameModuleItems() {
+    std::vector<ModuleItems> named;
+    for (const std::string& module : MODULE_NAME) {
+        named.push_back({module, GetCfgName(module, BANDWIDTH_SPECIFIED),
+                         GetCfgName(module, BANDWIDTH),
+                         GetCfgName(module, BANDWIDTH_PERCENT_SPECIFIED),
+                         GetCfgName(module, BANDWIDTH_PERCENT)});
+    }
+    return named;
+}
+
+const std::vector<ModuleItems> g_moduleItems = NameModuleItems();
+
+bool ReadItems(ZnXml& xml, const ModuleItems& names, PolicyCfgItemValue& item) {
+    return xml.GetXmlContent(names.bandwidthSpecified.c_str(), item.bandwidthSpecified) &&
+           xml.GetXmlContent(names.bandwidth.c_str(), item.bandwidth) &&
+           xml.GetXmlContent(names.bandwidthPercentSpecified.c_str(),
+                             item.bandwidthPercentSpecified) &&
+           xml.GetXmlContent(names.bandwidthPercent.c_str(), item.bandwidthPercent);
+}
+
+// A 32-bit signed product that wraps instead of overflowing.
+int32_t WrappingProduct(int32_t a, int32_t b) {
+    return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
+}
+
+bool PercentCounts(int totalBandwidth, const PolicyCfgItemValue& item) {
+    // A negative percentage passes deliberately: only values above 100 are out of range.
+    return totalBandwidth > 0 && item.bandwidthPercentSpecified != 0 &&
+           item.bandwidthPercent != 0 && item.bandwidthPercent <= 100;
+}
+
+}  // namespace
+
+void ZnBandwidthPolicyPrivate::Clear() {
+    allowances_.clear();
+}
+
+void ZnBandwidthPolicyPrivate::SetAllowance(const std::string& moduleName, int kilobitsPerSecond) {
+    constexpr int kBytesPerKilobit = 125;
+    allowances_[moduleName] = WrappingProduct(kilobitsPerSecond, kBytesPerKilobit);
+}
+
+int ZnBandwidthPolicyPrivate::Allowance(const std::string& moduleName) const {
+    const auto found = allowances_.find(moduleName);
+    return found == allowances_.end() ? 0 : found->second;
+}
+
+void ZnBandwidthPolicyPrivate::ReadSubs(ZnXml& xml, PolicyCfgItemValue& item, int totalBandwidth) {
+    for (const ModuleItems& names : g_moduleItems) {
+        memset_s(&item, sizeof item, 0, sizeof item);
+        if (ReadItems(xml, names, item)) {
+            CalculateModuleAllowedBandwidthPrivate(totalBandwidth, names.module, item);
+        }
+    }
+}
+
+int ZnBandwidthPolicyPrivate::CalculateModuleAllowedBandwidthPrivate(int totalBandwidth,
+                                                                     std::string moduleName,
+                                                                     PolicyCfgItemValue& item) {
+    int allowed = item.bandwidthSpecified != 0 ? item.bandwidth : 0;
+    if (PercentCounts(totalBandwidth, item)) {
+        const int32_t product = WrappingProduct(item.bandwidthPercent, totalBandwidth);
+        const int32_t share = product / 100;
+        // The smaller limit wins, but a share below one unit never replaces an absolute limit.
+        if (allowed == 0 || (product >= 100 && share < allowed)) {
+            allowed = share;
+        }
+    }
+    const bool isTotal = moduleName == TOTAL_BANDWIDTH_CFG_NAME;
+    if (allowed > 0 && !isTotal) {
+        SetAllowance(moduleName, allowed);
+    }
+    if (totalBandwidth > 0 && isTotal) {
+        SetAllowance(moduleName, totalBandwidth);
+    }
+    return 0;
+}

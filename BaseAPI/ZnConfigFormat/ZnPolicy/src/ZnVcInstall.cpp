@@ -1,1 +1,182 @@
+// The platform model, and which local zips are installed.
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "SubstringCounter.h"
+#include "ZnCrypto.h"
+#include "ZnFileExists.h"
+#include "ZnFileSys.h"
+#include "ZnIni.h"
+#include "ZnLog.h"
+#include "ZnResult.h"
+#include "ZnSysInfo.h"
 #include "ZnVcUpdate.h"
+
+static const std::string SP = "/";
+
+// --- Platform model ---
+
+// Removes surrounding blanks, tabs and line ends. A value of nothing else is left as it is,
+// deliberately: it is no platform, but the log shows what was found.
+static std::string Trimmed(std::string value) {
+    static const char* const kBlanks = " \t\n\r";
+    const size_t last = value.find_last_not_of(kBlanks);
+    if (last != std::string::npos) {
+        value.erase(last + 1);
+    }
+    const size_t first = value.find_first_not_of(kBlanks);
+    if (first != std::string::npos) {
+        value.erase(0, first);
+    }
+    return value;
+}
+
+std::string ZnVcUpdate::GetModelPlatform(ZnSide side) {
+    char buffer[260] = {};
+    const std::string path = ZnSysInfo::GetCurrentProcessDirectory() + SP + "platforminfo.ini";
+    if (IniGetString("os", "platform", "", buffer, sizeof buffer - 1, path.c_str()) != 0) {
+        ZN_LOG(LogLevelError, "Invalid:platform side=%d", static_cast<int>(side));
+        return "";
+    }
+    std::string platform = Trimmed(buffer);
+    ZN_LOG(LogLevelInfo, "platform=%s", platform.c_str());
+    return platform;
+}
+
+// --- Install list ---
+
+static bool Contains(const std::string& path, const char* part) {
+    return path.find(part) != std::string::npos;
+}
+
+static bool IsReleaseBundle(const std::string& path) {
+    return Contains(path, "_Release.zip");
+}
+
+// The text of a record's field, which lacks its NUL when the record's sender left it out; at most
+// `limit` characters.
+template <size_t N>
+static std::string_view FieldText(const char (&field)[N], size_t limit = N) {
+    return {field, strnlen(field, limit)};
+}
+
+// What the two sides' zips have in their path; null for a side that has none.
+static const char* SideMark(ZnSide side) {
+    switch (side) {
+        case SERVER_SIDE:
+            return "_Server";
+        case CLIENT_SIDE:
+            return "_Client";
+    }
+    return nullptr;
+}
+
+// The zips of one side, in listing order.
+static std::vector<std::string> TidyCheckZipFiles(ZnSide side,
+                                                  const std::vector<std::string>& files) {
+    std::vector<std::string> tidyZipFiles;
+    const char* const mark = SideMark(side);
+    for (const std::string& path : files) {
+        if (mark != nullptr && Contains(path, mark) && Contains(path, ".zip")) {
+            ZN_LOG(LogLevelInfo, "Local:%s", path.c_str());
+            tidyZipFiles.push_back(path);
+        }
+    }
+    return tidyZipFiles;
+}
+
+// Unpacks the release bundles: each once for every record whose download address names it, and
+// whatever comes of it. Both are deliberate: a bundle only brings in more files.
+static void FirstOfAllUnReleaseZip(const std::vector<std::string>& zipFiles,
+                                   const std::vector<ZnPackageInfo>& packages) {
+    std::vector<std::string> bundles;
+    std::vector<std::string> names;
+    for (const std::string& path : zipFiles) {
+        if (IsReleaseBundle(path)) {
+            std::string dir;
+            std::string name;
+            ZnVcUpdate::SplitFilePath(path, dir, name, SP.front());
+            bundles.push_back(path);
+            names.push_back(name);
+        }
+    }
+    SubstringCounter counter(names);
+    for (const ZnPackageInfo& package : packages) {
+        counter.Add(FieldText(package.downloadUrl));
+    }
+    for (size_t i = 0; i < bundles.size(); ++i) {
+        for (size_t record = 0; record < counter.TextsWith(i); ++record) {
+            ZN_LOG(LogLevelInfo, "%s", bundles[i].c_str());
+            ZnVcUpdate::UnZipVcPackage(bundles[i]);
+        }
+    }
+}
+
+// Digests are compared in their first characters only, so many as SHA-256 has hexadecimal digits.
+static const size_t kDigestLength = 64;
+
+using RecordsByDigest = std::unordered_map<std::string_view, std::vector<const ZnPackageInfo*>>;
+
+static RecordsByDigest IndexByDigest(const std::vector<ZnPackageInfo>& packages) {
+    RecordsByDigest index;
+    for (const ZnPackageInfo& package : packages) {
+        index[FieldText(package.sha256Hash, kDigestLength)].push_back(&package);
+    }
+    return index;
+}
+
+// Unpacks and installs every package zip whose digest is that of a record, once for each such
+// record. A failed installation has been logged and does not stop the others.
+static int UnZipAllInnerPackageZip(ZnSide side, const std::vector<std::string>& zipFiles,
+                                   const std::vector<ZnPackageInfo>& packages) {
+    const RecordsByDigest index = IndexByDigest(packages);
+    for (const std::string& path : zipFiles) {
+        if (IsReleaseBundle(path)) {
+            continue;
+        }
+        const std::string digest = ZnSha256::FileSha256Value(path);
+        const auto records = index.find({digest.c_str(), strnlen(digest.c_str(), kDigestLength)});
+        if (records == index.end()) {
+            continue;
+        }
+        for (const ZnPackageInfo* record : records->second) {
+            ZN_LOG(LogLevelInfo, "zipfile=%s", path.c_str());
+            ZN_LOG(LogLevelInfo, "zipfileSha256=%s", digest.c_str());
+            if (ZnVcUpdate::UnZipVcPackage(path) != kSuccess) {
+                ZN_LOG(LogLevelError, "UnZipVcPackage Failed");
+                return kFailure;
+            }
+            ZnVcUpdate::AppendInstallScript(side, path, std::string(FieldText(record->platform)));
+        }
+    }
+    return kSuccess;
+}
+
+int ZnVcUpdate::BuildVcInstallList(std::string rootDir, ZnSide side,
+                                   std::vector<ZnPackageInfo> packages) {
+    const std::string packageDirectory = rootDir + SP + "Package" + SP;
+    if (!FileExists(packageDirectory)) {
+        ZN_LOG(LogLevelError, "Not Exsit:%s", packageDirectory.c_str());
+        return kFailure;
+    }
+    std::vector<std::string> files;
+    ZnFile::ScanDirectoriesFiles(packageDirectory, files);
+    // Fixed here: what a release bundle brings in is for the next call.
+    const std::vector<std::string> tidyZipFiles = TidyCheckZipFiles(side, files);
+    if (tidyZipFiles.empty()) {
+        ZN_LOG(LogLevelError, "Invalid:tidyZipFiles.size");
+        return kFailure;
+    }
+    FirstOfAllUnReleaseZip(tidyZipFiles, packages);
+    return UnZipAllInnerPackageZip(side, tidyZipFiles, packages);
+}
+
+void ZnVcUpdate::RepairPath(std::string& path) {
+    const auto end = std::unique(path.begin(), path.end(),
+                                 [](char before, char at) { return before == '/' && at == '/'; });
+    path.erase(end, path.end());
+}

@@ -1,1 +1,212 @@
-#include "ZnVcUpdate.h"
+// Session flags, reconnection, login hint and the virtual-channel plugin list.
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ZnIdtVek.h"
+#include "ZnJson.h"
+#include "ZnLog.h"
+#include "ZnResult.h"
+#include "ZnVcPath.h"
+#include "ZnVcVek.h"
+#include "ZnXml.h"
+#include "bounded.h"
+
+int ZnIdtVek::ReadIdtPolicy(int sessionId) {
+    int flag = 0;
+    ZnXml xml;
+    if (!xml.LoadPolicyShareMemory(sessionId)) {
+        ZN_LOG(LogLevelError, "load policy failed, sessionId:%d", sessionId);
+        return 0;
+    }
+    if (!xml.GetXmlContent("IntelligentDataTransportFlag", flag)) {
+        ZN_LOG(LogLevelError, "load policy failed, sessionId:%d, value=%d", sessionId, flag);
+        return 0;
+    }
+    return flag;
+}
+
+static void ClearReconnect(AutoReconnect& reconnect) {
+    memset_s(&reconnect, sizeof reconnect, 0, sizeof reconnect);
+}
+
+void ZnVcVek::ZnReadVekReconnectPolicy(int terminalId, AutoReconnect& reconnect) {
+    ZN_LOG(LogLevelInfo, "terminalId=%d", terminalId);
+    ClearReconnect(reconnect);
+    ZN_LOG(LogLevelInfo, "Normal:read VEK");
+    ZnXml xml;
+    if (!xml.LoadPolicyShareMemory(terminalId)) {
+        ZN_LOG(LogLevelError, "LoadPolicyShareMemory Failed:terminalId=%d", terminalId);
+        return;
+    }
+    std::string policyName;
+    if (!xml.GetXmlContent("PolicyName", policyName)) {
+        ZN_LOG(LogLevelInfo, "PolicyName Failed");
+        return;
+    }
+    if (!xml.GetXmlContent("AutoConnectInterval", reconnect.reconnectInterval)) {
+        ZN_LOG(LogLevelInfo, "AutoConnectInterval Failed");
+        ClearReconnect(reconnect);
+        return;
+    }
+    if (!xml.GetXmlContent("SessionKeepliveTime", reconnect.reconnectKeepliveTime)) {
+        ZN_LOG(LogLevelInfo, "SessionKeepliveTime Failed");
+        ClearReconnect(reconnect);
+        return;
+    }
+    ZN_LOG(LogLevelInfo, "reconnectInterval=%d,reconnectKeepliveTime=%d",
+           reconnect.reconnectInterval, reconnect.reconnectKeepliveTime);
+}
+
+// Fills `rule` with the customisation rule of the terminal; leaves it empty when customisation is
+// off or cannot be read.
+static void GetCustomizationPolicy(int terminalId, ZnJson::Value& rule) {
+    ZnXml xml;
+    if (!xml.LoadPolicyShareMemory(terminalId)) {
+        ZN_LOG(LogLevelError, "LoadPolicyShareMemory Failed:terminalId=%d", terminalId);
+        return;
+    }
+    std::string policyName;
+    if (!xml.GetXmlContent("PolicyName", policyName)) {
+        ZN_LOG(LogLevelInfo, "PolicyName Failed");
+        return;
+    }
+    int enabled = 0;
+    if (!xml.GetXmlContent("configArg1Enable", enabled) || enabled != 1) {
+        ZN_LOG(LogLevelInfo, "read configArg1Enable Failed  orconfigArg1Enable is disable");
+        return;
+    }
+    std::string text;
+    if (!xml.GetXmlContent("configArg1Rule", text)) {
+        ZN_LOG(LogLevelInfo, "configArg1Rule Failed");
+        return;
+    }
+    rule.Parse(text);
+}
+
+bool ZnVcVek::ZnDisableLoginHintPolicy(int terminalId) {
+    ZN_LOG(LogLevelInfo, "Normal:read disable login hint policy");
+    ZnJson::Value rule;
+    GetCustomizationPolicy(terminalId, rule);
+    if (rule.IsEmpty()) {
+        return false;
+    }
+    int disable = 0;
+    return rule.GetJsonValue("DisableLoginHint", disable) && disable == 1;
+}
+
+void ZnVcVek::ZnReadVekVcPolicy(int terminalId, std::string& vcInfo) {
+    ZN_LOG(LogLevelInfo, "terminalId=%d", terminalId);
+    vcInfo.clear();
+    ZN_LOG(LogLevelInfo, "Normal:read VEK");
+    ZnXml xml;
+    if (!xml.LoadPolicyShareMemory(terminalId)) {
+        ZN_LOG(LogLevelError, "LoadPolicyShareMemory Failed:terminalId=%d", terminalId);
+        return;
+    }
+    std::string policyName;
+    if (!xml.GetXmlContent("PolicyName", policyName)) {
+        ZN_LOG(LogLevelInfo, "PolicyName Failed");
+        return;
+    }
+    int vccEnable = 0;
+    if (!xml.GetXmlContent("VirtualChannelEnable", vccEnable) || vccEnable == 0) {
+        ZN_LOG(LogLevelInfo, "vccEnable Failed");
+        return;
+    }
+    if (!xml.GetXmlContent("VirtualChannelOptionNames", vcInfo)) {
+        ZN_LOG(LogLevelInfo, "VirtualChannelOptionNames Failed");
+        vcInfo.clear();
+        return;
+    }
+    ZN_LOG(LogLevelInfo, "vccEnable=%d,vcInfo=%s", vccEnable, vcInfo.c_str());
+}
+
+// The non-empty pieces of `str` between separators, in `out`. Two rules are deliberate: an empty
+// `str` leaves `out` as it was, and a leading separator discards the whole string.
+static void SplitString(std::string str, char sep, std::vector<std::string>& out) {
+    if (str.empty()) {
+        return;
+    }
+    out.clear();
+    if (str.front() == sep) {
+        return;
+    }
+    for (size_t start = 0; start < str.size();) {
+        const size_t end = std::min(str.find(sep, start), str.size());
+        if (end > start) {
+            out.emplace_back(str, start, end - start);
+        }
+        start = end + 1;
+    }
+}
+
+static int32_t HexValue(const std::string& field) {
+    return static_cast<int32_t>(std::strtol(field.c_str(), nullptr, 16));
+}
+
+// Fills `record` from the first seven fields and returns the sum of the copies' result codes.
+static int FillItem(const std::vector<std::string>& fields, VekVcItems& record) {
+    record.hexValue1 = HexValue(fields[2]);
+    record.hexValue2 = HexValue(fields[3]);
+    return strcpy_s(record.text1, sizeof record.text1, fields[0].c_str()) +
+           strcpy_s(record.text2, sizeof record.text2, fields[1].c_str()) +
+           strcpy_s(record.text3, sizeof record.text3, fields[4].c_str()) +
+           strcpy_s(record.text4, sizeof record.text4, fields[5].c_str()) +
+           strcpy_s(record.text5, sizeof record.text5, fields[6].c_str());
+}
+
+int ZnVcVek::ZnParseVekVcItems(std::string vekVcStr, std::vector<VekVcItems>& items) {
+    constexpr size_t kFieldCount = 7;
+    constexpr size_t kFieldMax = sizeof(VekVcItems::text1) - 1;
+
+    items.clear();
+    if (vekVcStr.size() < 2) {
+        ZN_LOG(LogLevelError, "invalid:key/vekVcStr");
+        return kFailure;
+    }
+    std::vector<std::string> pieces;
+    SplitString(std::move(vekVcStr), ',', pieces);
+
+    std::vector<std::string> fields;
+    for (std::string& piece : pieces) {
+        VekVcItems record;
+        memset_s(&record, sizeof record, 0, sizeof record);
+        std::replace(piece.begin(), piece.end(), '{', '@');
+        std::replace(piece.begin(), piece.end(), '}', '@');
+        SplitString(std::move(piece), '@', fields);
+        if (fields.size() < kFieldCount) {
+            items.clear();
+            ZN_LOG(LogLevelInfo, "Invalid:policy.size=%d", static_cast<int>(fields.size()));
+            return kFailure;
+        }
+        // Fields beyond the seventh are not stored, yet their length counts as well.
+        for (size_t i = 0; i < fields.size(); ++i) {
+            if (fields[i].empty() || fields[i].size() > kFieldMax) {
+                items.clear();
+                ZN_LOG(LogLevelInfo, "Invalid:policy[%d].size=%d", static_cast<int>(i),
+                       static_cast<int>(fields[i].size()));
+                return kFailure;
+            }
+        }
+        if (FillItem(fields, record) < 0) {
+            items.clear();
+            ZN_LOG(LogLevelError, "strcpy_s failed");
+            return kFailure;
+        }
+        items.push_back(record);
+    }
+    return kSuccess;
+}
+
+bool ZnVcVek::CheckModuleId(int moduleId) {
+    // Only the low four bits carry the kind of module; the mask is deliberate.
+    const unsigned kind = static_cast<unsigned>(moduleId) & 0xFU;
+    return kind == 10 || kind == 11;
+}
+
+std::string ZnVcPath::ZnVcClientDllFilePath(std::string /*dir*/, VekVcItems /*item*/) {
+    return "";
+}
