@@ -1,1 +1,0 @@
-#include "ZnCrypto.h"

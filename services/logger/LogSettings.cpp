@@ -1,0 +1,57 @@
+#include "LogSettings.h"
+
+#include <strings.h>
+
+#include <filesystem>
+#include <system_error>
+
+#include "SecureEnv.h"
+#include "ZnLogger.h"
+
+namespace {
+
+constexpr int kDefaultThreshold = LogLevelInfo;
+
+// Returns the level called `text`, by name or number, or -1 when there is none.
+int LevelNamed(const char* text) {
+    constexpr const char* kNames[] = {"off", "error", "warning", "info", "debug"};
+    int level = 0;
+    for (const char* name : kNames) {
+        const char number[] = {static_cast<char>('0' + level), '\0'};
+        if (strcasecmp(text, name) == 0 || strcasecmp(text, number) == 0) {
+            return level;
+        }
+        ++level;
+    }
+    return -1;
+}
+
+// The file stays the same when the process changes its working directory.
+std::string AbsolutePath(const char* path) {
+    std::error_code error;
+    const std::filesystem::path absolute = std::filesystem::absolute(path, error);
+    return error ? path : absolute.string();
+}
+
+bool IsSet(const char* value) {
+    return value != nullptr && *value != '\0';
+}
+
+}  // namespace
+
+LogSettings ReadLogSettings() {
+    LogSettings settings = {kDefaultThreshold, "", ""};
+    if (const char* level = SecureGetEnv("ZN_LOG_LEVEL"); IsSet(level)) {
+        settings.threshold = LevelNamed(level);
+        if (settings.threshold < 0) {
+            settings.threshold = kDefaultThreshold;
+            settings.complaint = std::string("ZN_LOG_LEVEL is \"") + level +
+                                 "\", not one of off, error, warning, info, debug or 0 to 4; "
+                                 "info is used";
+        }
+    }
+    if (const char* file = SecureGetEnv("ZN_LOG_FILE"); IsSet(file)) {
+        settings.file = AbsolutePath(file);
+    }
+    return settings;
+}

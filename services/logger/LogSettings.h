@@ -1,0 +1,18 @@
+// What the environment says about logging.
+#pragma once
+
+#include <string>
+
+struct LogSettings {
+    // The least severe level that is written, as in LogLevel; 0 writes nothing.
+    int threshold;
+
+    // The file to log to, as an absolute path; empty for standard error.
+    std::string file;
+
+    // What is wrong with the settings, for the person who made them; empty when nothing is.
+    std::string complaint;
+};
+
+// Reads ZN_LOG_LEVEL and ZN_LOG_FILE.
+LogSettings ReadLogSettings();
