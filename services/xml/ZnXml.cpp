@@ -1,1 +1,100 @@
 #include "ZnXml.h"
+
+#include <charconv>
+#include <climits>
+#include <cstring>
+#include <new>
+#include <optional>
+#include <string_view>
+
+#include "PolicyDatabase.h"
+
+// A loaded policy; an accessor without one is bound to nothing.
+struct ZnXml::Impl {
+    PolicyDatabase database;
+};
+
+namespace {
+
+using Path = char[PATH_MAX];
+
+// Puts together the name of the policy file of `id`. Returns false when it is too long.
+// Loading is what every policy reader does first, each time: the path needs no allocation.
+bool MakePolicyPath(Path& path, int id) {
+    constexpr std::size_t longestId = std::string_view("-2147483648").size();
+    const std::string_view directory = PolicyStoreDirectory();
+    if (directory.size() + 1 + longestId + kPolicyFileSuffix.size() >= sizeof path) {
+        return false;
+    }
+    char* end = path + directory.copy(path, directory.size());
+    *end++ = '/';
+    end = std::to_chars(end, end + longestId, id).ptr;
+    end += kPolicyFileSuffix.copy(end, kPolicyFileSuffix.size());
+    *end = '\0';
+    return true;
+}
+
+// `text` as a decimal number with an optional sign and optional blanks around it.
+std::optional<int> ToInteger(std::string_view text) {
+    constexpr const char* blanks = " \t\r\n";
+    const std::size_t begin = text.find_first_not_of(blanks);
+    if (begin == std::string_view::npos) {
+        return std::nullopt;
+    }
+    text = text.substr(begin, text.find_last_not_of(blanks) + 1 - begin);
+    if (text[0] == '+') {
+        text.remove_prefix(1);
+        if (!text.empty() && text[0] == '-') {
+            return std::nullopt;
+        }
+    }
+    int number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size()) {
+        return std::nullopt;
+    }
+    return number;
+}
+
+}  // namespace
+
+ZnXml::ZnXml() = default;
+
+ZnXml::~ZnXml() = default;
+
+bool ZnXml::LoadPolicyShareMemory(int id) {
+    impl_.reset();
+    Path path;
+    if (!MakePolicyPath(path, id)) {
+        return false;
+    }
+    std::unique_ptr<Impl> impl(new (std::nothrow) Impl);
+    if (!impl || !impl->database.Open(path)) {
+        return false;
+    }
+    impl_ = std::move(impl);
+    return true;
+}
+
+bool ZnXml::GetXmlContent(const char* key, std::string& value) {
+    if (!impl_ || key == nullptr) {
+        return false;
+    }
+    const auto text = impl_->database.Find(key);
+    if (text) {
+        value.assign(*text);
+    }
+    return text.has_value();
+}
+
+bool ZnXml::GetXmlContent(const char* key, int& value) {
+    if (!impl_ || key == nullptr) {
+        return false;
+    }
+    const auto text = impl_->database.Find(key);
+    const auto number = text ? ToInteger(*text) : std::nullopt;
+    if (number) {
+        value = *number;
+    }
+    return number.has_value();
+}

@@ -1,0 +1,57 @@
+// UTF-8, one character at a time.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// A character and the number of bytes it takes; 0 bytes when there is no valid character.
+struct Utf8Character {
+    char32_t code = 0;
+    std::size_t bytes = 0;
+};
+
+// The character that `text` begins with. Overlong forms, surrogates, codes above U+10FFFF, stray
+// and missing continuation bytes and an empty text are not valid.
+inline Utf8Character FirstUtf8Character(std::string_view text) {
+    if (text.empty()) {
+        return {};
+    }
+    const auto lead = static_cast<unsigned char>(text[0]);
+    if (lead < 0x80) {
+        return {lead, 1};
+    }
+    const std::size_t bytes = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead < 0xC2 || lead > 0xF4 || text.size() < bytes) {
+        return {};
+    }
+    char32_t code = lead & (0x7Fu >> bytes);
+    for (std::size_t i = 1; i < bytes; ++i) {
+        const auto next = static_cast<unsigned char>(text[i]);
+        if ((next & 0xC0u) != 0x80u) {
+            return {};
+        }
+        code = (code << 6) | (next & 0x3Fu);
+    }
+    const bool overlong = (bytes == 3 && code < 0x800) || (bytes == 4 && code < 0x10000);
+    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
+    if (overlong || surrogate || code > 0x10FFFF) {
+        return {};
+    }
+    return {code, bytes};
+}
+
+// Appends the character `code`, which is not a surrogate and at most U+10FFFF.
+inline void AppendUtf8Character(std::string& text, char32_t code) {
+    if (code < 0x80) {
+        text += static_cast<char>(code);
+        return;
+    }
+    const int continuations = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
+    const char32_t leadMark = continuations == 1 ? 0xC0 : continuations == 2 ? 0xE0 : 0xF0;
+    text += static_cast<char>(leadMark | (code >> (6 * continuations)));
+    for (int i = continuations - 1; i >= 0; --i) {
+        text += static_cast<char>(0x80 | ((code >> (6 * i)) & 0x3F));
+    }
+}
