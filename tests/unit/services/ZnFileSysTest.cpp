@@ -1,1 +1,740 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <grp.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "ZnFileSys.h"
+#ifdef __linux__
+#include <sched.h>
+#include <sys/mount.h>
+#endif
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "TemporaryDirectory.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+constexpr int kNotPossibleHere = 77;
+
+// Runs `check` in a process of its own, which may give up rights or change its view of the system.
+// Returns 0 when it returned true, 1 when false, 128 and more when it died, and otherwise the
+// status that it exited with.
+int InChild(const std::function<bool()>& check) {
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(check() ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+// What InChild() returned is success, or the system does not allow the test.
+void ExpectHolds(int result) {
+    if (result == kNotPossibleHere) {
+        GTEST_SKIP() << "this system does not let the test change user or mount a small disk";
+    }
+    EXPECT_EQ(result, 0);
+}
+
+// Makes this process one to which permissions apply. `directory` becomes accessible to it.
+void BecomeOrdinaryUser(const std::string& directory) {
+    constexpr uid_t kNobody = 65534;
+    if (geteuid() != 0) {
+        return;
+    }
+    if (chown(directory.c_str(), kNobody, kNobody) != 0 || setgroups(0, nullptr) != 0 ||
+        setgid(kNobody) != 0 || setuid(kNobody) != 0) {
+        _exit(kNotPossibleHere);
+    }
+}
+
+// Sets the umask for the life of the object.
+class ScopedUmask {
+   public:
+    explicit ScopedUmask(mode_t mask) : old_(umask(mask)) {}
+    ~ScopedUmask() {
+        umask(old_);
+    }
+    ScopedUmask(const ScopedUmask&) = delete;
+    ScopedUmask& operator=(const ScopedUmask&) = delete;
+
+   private:
+    mode_t old_;
+};
+
+mode_t ModeOf(const std::string& path) {
+    struct stat status = {};
+    EXPECT_EQ(lstat(path.c_str(), &status), 0) << path;
+    return status.st_mode & 07777;
+}
+
+bool IsLink(const std::string& path) {
+    return std::filesystem::is_symlink(path);
+}
+
+// The names of everything in a directory, sorted.
+std::vector<std::string> NamesIn(const std::string& directory) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+long long Write(const std::string& path, const std::string& contents) {
+    return ZnFile::WriteBinFile(path.c_str(), contents.data(),
+                                static_cast<long long>(contents.size()));
+}
+
+long long Append(const std::string& path, const std::string& contents) {
+    return ZnFile::AppendWriteFile(path.c_str(), contents.data(),
+                                   static_cast<long long>(contents.size()));
+}
+
+int Copy(const std::string& source, const std::string& destination) {
+    return ZnFile::ZnCopyFile(source.c_str(), destination.c_str());
+}
+
+// Bytes of all values, no two blocks alike.
+std::string Pattern(size_t size) {
+    std::string bytes(size, '\0');
+    for (size_t i = 0; i < size; ++i) {
+        bytes[i] = static_cast<char>((i * 131 + i / 251) & 0xFF);
+    }
+    return bytes;
+}
+
+std::string LongPath() {
+    return std::string(10000, 'x');
+}
+
+class ZnFileSysTest : public testing::Test {
+   protected:
+    TemporaryDirectory dir;
+};
+
+using ZnDirTest = ZnFileSysTest;
+using RemoveFileTest = ZnFileSysTest;
+using FileSizeTest = ZnFileSysTest;
+using WriteBinFileTest = ZnFileSysTest;
+using AppendWriteFileTest = ZnFileSysTest;
+using ScanTest = ZnFileSysTest;
+using CopyFileTest = ZnFileSysTest;
+
+// ZnMkDir
+
+TEST_F(ZnDirTest, CreatesOneDirectoryWithTheModeLessTheUmask) {
+    const ScopedUmask mask(027);
+    EXPECT_EQ(ZnDir::ZnMkDir((dir / "new").c_str(), 0777), 0);
+    EXPECT_TRUE(std::filesystem::is_directory(dir / "new"));
+    EXPECT_EQ(ModeOf(dir / "new"), 0750U);
+}
+
+TEST_F(ZnDirTest, FailsWhenTheDirectoryExists) {
+    EXPECT_NE(ZnDir::ZnMkDir(dir.Path().c_str(), 0777), 0);
+}
+
+TEST_F(ZnDirTest, FailsWhenTheParentIsMissing) {
+    EXPECT_NE(ZnDir::ZnMkDir((dir / "missing/new").c_str(), 0777), 0);
+    EXPECT_THAT(NamesIn(dir.Path()), IsEmpty());
+}
+
+TEST_F(ZnDirTest, FailsForANullPath) {
+    EXPECT_NE(ZnDir::ZnMkDir(nullptr, 0777), 0);
+}
+
+// RemoveFile
+
+TEST_F(RemoveFileTest, DeletesAFileEvenWhenItIsReadOnly) {
+    WriteFile(dir / "file", "x");
+    chmod((dir / "file").c_str(), 0444);
+    EXPECT_EQ(ZnFile::RemoveFile((dir / "file").c_str()), 0);
+    EXPECT_THAT(NamesIn(dir.Path()), IsEmpty());
+}
+
+TEST_F(RemoveFileTest, DeletesALinkAndNotWhatItPointsAt) {
+    WriteFile(dir / "file", "x");
+    std::filesystem::create_symlink(dir / "file", dir / "link");
+    EXPECT_EQ(ZnFile::RemoveFile((dir / "link").c_str()), 0);
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("file"));
+}
+
+TEST_F(RemoveFileTest, LeavesADirectory) {
+    std::filesystem::create_directory(dir / "sub");
+    EXPECT_NE(ZnFile::RemoveFile((dir / "sub").c_str()), 0);
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("sub"));
+}
+
+TEST_F(RemoveFileTest, FailsForAMissingOrNullPath) {
+    EXPECT_NE(ZnFile::RemoveFile((dir / "missing").c_str()), 0);
+    EXPECT_NE(ZnFile::RemoveFile(""), 0);
+    EXPECT_NE(ZnFile::RemoveFile(nullptr), 0);
+}
+
+// FileSize
+
+TEST_F(FileSizeTest, IsTheNumberOfBytes) {
+    WriteFile(dir / "empty", "");
+    WriteFile(dir / "seven", "seven b");
+    EXPECT_EQ(ZnFile::FileSize((dir / "empty").c_str()), 0);
+    EXPECT_EQ(ZnFile::FileSize((dir / "seven").c_str()), 7);
+}
+
+TEST_F(FileSizeTest, HoldsMoreThanThirtyTwoBits) {
+    WriteFile(dir / "sparse", "");
+    std::filesystem::resize_file(dir / "sparse", 5'000'000'000);
+    EXPECT_EQ(ZnFile::FileSize((dir / "sparse").c_str()), 5'000'000'000);
+}
+
+TEST_F(FileSizeTest, FollowsALinkToAFile) {
+    WriteFile(dir / "file", "123");
+    std::filesystem::create_symlink("file", dir / "link");
+    EXPECT_EQ(ZnFile::FileSize((dir / "link").c_str()), 3);
+}
+
+TEST_F(FileSizeTest, IsMinusOneWhereThereIsNoFile) {
+    ASSERT_EQ(mkfifo((dir / "pipe").c_str(), 0600), 0);
+    std::filesystem::create_symlink("missing", dir / "dangling");
+    EXPECT_EQ(ZnFile::FileSize((dir / "missing").c_str()), -1);
+    EXPECT_EQ(ZnFile::FileSize((dir / "dangling").c_str()), -1);
+    EXPECT_EQ(ZnFile::FileSize((dir / "pipe").c_str()), -1);
+    EXPECT_EQ(ZnFile::FileSize(dir.Path().c_str()), -1);
+    EXPECT_EQ(ZnFile::FileSize(LongPath().c_str()), -1);
+    EXPECT_EQ(ZnFile::FileSize(nullptr), -1);
+}
+
+// WriteBinFile
+
+TEST_F(WriteBinFileTest, CreatesAFileOfAnyBytes) {
+    const std::string bytes = Pattern(100'000);
+    EXPECT_EQ(Write(dir / "new", bytes), 100'000);
+    EXPECT_EQ(ReadFile(dir / "new"), bytes);
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("new"));
+}
+
+TEST_F(WriteBinFileTest, GivesANewFileTheUsualPermissionsLessTheUmask) {
+    const ScopedUmask mask(037);
+    EXPECT_EQ(Write(dir / "new", "x"), 1);
+    EXPECT_EQ(ModeOf(dir / "new"), 0640U);
+}
+
+TEST_F(WriteBinFileTest, ReplacesTheContentsAndKeepsThePermissions) {
+    const ScopedUmask mask(022);
+    for (const mode_t mode : {0600U, 0444U, 0666U, 0755U}) {
+        WriteFile(dir / "file", "what was there before");
+        chmod((dir / "file").c_str(), mode);
+        EXPECT_EQ(Write(dir / "file", "new"), 3);
+        EXPECT_EQ(ReadFile(dir / "file"), "new");
+        EXPECT_EQ(ModeOf(dir / "file"), mode);
+        std::filesystem::remove(dir / "file");
+    }
+}
+
+TEST_F(WriteBinFileTest, DropsTheSetIdBitsOfAReplacedFile) {
+    // Who writes becomes the owner: nobody else's file may run with the writer's rights.
+    WriteFile(dir / "file", "old");
+    chmod((dir / "file").c_str(), 06755);
+    EXPECT_EQ(Write(dir / "file", "new"), 3);
+    EXPECT_EQ(ModeOf(dir / "file"), 0755U);
+}
+
+TEST_F(WriteBinFileTest, EmptiesAFileWhenTheLengthIsZero) {
+    WriteFile(dir / "file", "old");
+    EXPECT_EQ(ZnFile::WriteBinFile((dir / "file").c_str(), nullptr, 0), 0);
+    EXPECT_EQ(ReadFile(dir / "file"), "");
+}
+
+TEST_F(WriteBinFileTest, RefusesANegativeLengthAndNullArguments) {
+    WriteFile(dir / "file", "old");
+    EXPECT_EQ(ZnFile::WriteBinFile((dir / "file").c_str(), "x", -1), 0);
+    EXPECT_EQ(ZnFile::WriteBinFile((dir / "file").c_str(), nullptr, 1), -1);
+    EXPECT_EQ(ZnFile::WriteBinFile(nullptr, "x", 1), -1);
+    EXPECT_EQ(ZnFile::WriteBinFile(nullptr, nullptr, 0), -1);
+    EXPECT_EQ(ReadFile(dir / "file"), "old");
+}
+
+TEST_F(WriteBinFileTest, ReplacesALinkAndNotWhatItPointsAt) {
+    WriteFile(dir / "file", "old");
+    std::filesystem::create_symlink("file", dir / "link");
+    EXPECT_EQ(Write(dir / "link", "new"), 3);
+    EXPECT_FALSE(IsLink(dir / "link"));
+    EXPECT_EQ(ReadFile(dir / "link"), "new");
+    EXPECT_EQ(ReadFile(dir / "file"), "old");
+}
+
+TEST_F(WriteBinFileTest, NeverReplacesADirectoryOrAPipe) {
+    std::filesystem::create_directory(dir / "sub");
+    ASSERT_EQ(mkfifo((dir / "pipe").c_str(), 0600), 0);
+    EXPECT_EQ(Write(dir / "sub", "x"), -1);
+    EXPECT_EQ(Write(dir / "sub/", "x"), -1);
+    EXPECT_EQ(Write(dir / "pipe", "x"), -1);
+    EXPECT_TRUE(std::filesystem::is_fifo(dir / "pipe"));
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("pipe", "sub"));
+    EXPECT_THAT(NamesIn(dir / "sub"), IsEmpty());
+}
+
+TEST_F(WriteBinFileTest, FailsWhereNoFileCanBe) {
+    WriteFile(dir / "file", "old");
+    EXPECT_EQ(Write(dir / "missing/new", "x"), -1);
+    EXPECT_EQ(Write(dir / "file/new", "x"), -1);
+    EXPECT_EQ(Write(dir / "new/", "x"), -1);
+    EXPECT_EQ(Write(dir / LongPath(), "x"), -1);
+    EXPECT_EQ(Write("", "x"), -1);
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("file"));
+    EXPECT_EQ(ReadFile(dir / "file"), "old");
+}
+
+TEST_F(WriteBinFileTest, WritesANameAsLongAsTheFileSystemAllows) {
+    const std::string name(255, 'n');
+    EXPECT_EQ(Write(dir / name, "x"), 1);
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre(name));
+}
+
+TEST_F(WriteBinFileTest, WritesBesideARelativePath) {
+    EXPECT_EQ(InChild([&] { return chdir(dir.Path().c_str()) == 0 && Write("plain", "x") == 1; }),
+              0);
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("plain"));
+}
+
+TEST_F(WriteBinFileTest, FailsInADirectoryThatMayNotBeWritten) {
+    WriteFile(dir / "file", "old");
+    const int result = InChild([&] {
+        BecomeOrdinaryUser(dir.Path());
+        chmod(dir.Path().c_str(), 0555);
+        return Write(dir / "file", "new") == -1 && Write(dir / "other", "new") == -1;
+    });
+    chmod(dir.Path().c_str(), 0755);
+    ExpectHolds(result);
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("file"));
+    EXPECT_EQ(ReadFile(dir / "file"), "old");
+}
+
+TEST_F(WriteBinFileTest, AReaderSeesTheOldContentsOrTheNewAndNeverAMixture) {
+    const std::string all[] = {std::string(200'000, 'a'), std::string(150'000, 'b')};
+    WriteFile(dir / "file", all[0]);
+    std::atomic<bool> done = false;
+    std::thread writer([&] {
+        for (int i = 1; i <= 50; ++i) {
+            EXPECT_GT(Write(dir / "file", all[i % 2]), 0);
+        }
+        done = true;
+    });
+    while (!done) {
+        const std::string seen = ReadFile(dir / "file");
+        EXPECT_TRUE(seen == all[0] || seen == all[1]) << seen.size() << " bytes";
+    }
+    writer.join();
+}
+
+TEST_F(WriteBinFileTest, AWriterKilledAtAnyMomentLeavesTheFileWhole) {
+    const std::string all[] = {std::string(400'000, 'a'), std::string(300'000, 'b')};
+    WriteFile(dir / "file", all[0]);
+    for (int delay = 0; delay < 20; ++delay) {
+        const pid_t child = fork();
+        if (child == 0) {
+            for (size_t i = 1;; ++i) {
+                Write(dir / "file", all[i % 2]);
+            }
+        }
+        usleep(static_cast<useconds_t>(delay * 500));
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        const std::string seen = ReadFile(dir / "file");
+        EXPECT_TRUE(seen == all[0] || seen == all[1]) << seen.size() << " bytes";
+    }
+    for (const std::string& name : NamesIn(dir.Path())) {
+        if (name != "file") {
+            EXPECT_THAT(name, StartsWith(".zn-"));
+        }
+    }
+}
+
+// AppendWriteFile
+
+TEST_F(AppendWriteFileTest, CreatesAFileAndAddsToItsEnd) {
+    const ScopedUmask mask(022);
+    const std::string bytes = Pattern(100'000);
+    EXPECT_EQ(Append(dir / "file", "first"), 5);
+    EXPECT_EQ(Append(dir / "file", bytes), 100'000);
+    EXPECT_EQ(ReadFile(dir / "file"), "first" + bytes);
+    EXPECT_EQ(ModeOf(dir / "file"), 0644U);
+}
+
+TEST_F(AppendWriteFileTest, CreatesAnEmptyFileWhenTheLengthIsZero) {
+    EXPECT_EQ(ZnFile::AppendWriteFile((dir / "file").c_str(), nullptr, 0), 0);
+    EXPECT_EQ(ReadFile(dir / "file"), "");
+}
+
+TEST_F(AppendWriteFileTest, AppendsToWhatALinkPointsAt) {
+    WriteFile(dir / "file", "old");
+    std::filesystem::create_symlink("file", dir / "link");
+    EXPECT_EQ(Append(dir / "link", "+new"), 4);
+    EXPECT_TRUE(IsLink(dir / "link"));
+    EXPECT_EQ(ReadFile(dir / "file"), "old+new");
+}
+
+TEST_F(AppendWriteFileTest, RefusesWhatIsNotAFileWithoutWaiting) {
+    ASSERT_EQ(mkfifo((dir / "pipe").c_str(), 0600), 0);
+    const int reader = open((dir / "pipe").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    EXPECT_EQ(Append(dir / "pipe", "x"), -1);
+    close(reader);
+    EXPECT_EQ(Append(dir / "pipe", "x"), -1);
+    EXPECT_EQ(Append(dir.Path(), "x"), -1);
+    EXPECT_EQ(Append(dir / "missing/file", "x"), -1);
+    EXPECT_EQ(Append("", "x"), -1);
+}
+
+TEST_F(AppendWriteFileTest, RefusesANegativeLengthAndNullArguments) {
+    EXPECT_EQ(ZnFile::AppendWriteFile((dir / "file").c_str(), "x", -1), 0);
+    EXPECT_EQ(ZnFile::AppendWriteFile((dir / "file").c_str(), nullptr, 1), -1);
+    EXPECT_EQ(ZnFile::AppendWriteFile(nullptr, "x", 1), -1);
+    EXPECT_THAT(NamesIn(dir.Path()), IsEmpty());
+}
+
+TEST_F(AppendWriteFileTest, ThreadsAppendWithoutLosingAByte) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            for (int line = 0; line < 250; ++line) {
+                EXPECT_EQ(Append(dir / "file", "0123456789\n"), 11);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(ZnFile::FileSize((dir / "file").c_str()), 4 * 250 * 11);
+}
+
+// ScanDirectoriesFiles
+
+TEST_F(ScanTest, ListsAllFilesBelowADirectoryInByteOrder) {
+    for (const char* name : {"b", "a/z", "a/b/c", "a.txt", "a-b", "B", ".hidden", "a/.h/x"}) {
+        WriteFile(dir / name, "x");
+    }
+    std::filesystem::create_directory(dir / "empty");
+    std::vector<std::string> files{"what was there before"};
+    EXPECT_EQ(ZnFile::ScanDirectoriesFiles(dir.Path(), files), 0);
+    EXPECT_THAT(files, ElementsAre(dir / ".hidden", dir / "B", dir / "a-b", dir / "a.txt",
+                                   dir / "a/.h/x", dir / "a/b/c", dir / "a/z", dir / "b"));
+}
+
+TEST_F(ScanTest, JoinsWithOneSeparatorAndKeepsTheDirectoryAsWritten) {
+    WriteFile(dir / "file", "x");
+    std::vector<std::string> files;
+    EXPECT_EQ(ZnFile::ScanDirectoriesFiles(dir / "", files), 0);
+    EXPECT_THAT(files, ElementsAre(dir / "file"));
+    EXPECT_EQ(ZnFile::ScanDirectoriesFiles(dir / "./", files), 0);
+    EXPECT_THAT(files, ElementsAre(dir / "./file"));
+}
+
+TEST_F(ScanTest, ListsNeitherLinksNorPipes) {
+    WriteFile(dir / "file", "x");
+    WriteFile(dir / "sub/inner", "x");
+    std::filesystem::create_symlink("file", dir / "link-to-file");
+    std::filesystem::create_symlink("sub", dir / "link-to-directory");
+    std::filesystem::create_symlink("missing", dir / "dangling");
+    ASSERT_EQ(mkfifo((dir / "pipe").c_str(), 0600), 0);
+    std::vector<std::string> files;
+    EXPECT_EQ(ZnFile::ScanDirectoriesFiles(dir.Path(), files), 0);
+    EXPECT_THAT(files, ElementsAre(dir / "file", dir / "sub/inner"));
+}
+
+TEST_F(ScanTest, IsNotCaughtInALoopOfLinks) {
+    WriteFile(dir / "a/file", "x");
+    std::filesystem::create_symlink("..", dir / "a/up");
+    std::filesystem::create_symlink(".", dir / "a/self");
+    std::vector<std::string> files;
+    EXPECT_EQ(ZnFile::ScanDirectoriesFiles(dir.Path(), files), 0);
+    EXPECT_THAT(files, ElementsAre(dir / "a/file"));
+}
+
+TEST_F(ScanTest, FollowsALinkThatIsTheDirectoryItself) {
+    WriteFile(dir / "real/file", "x");
+    std::filesystem::create_symlink("real", dir / "link");
+    std::vector<std::string> files;
+    EXPECT_EQ(ZnFile::ScanDirectoriesFiles(dir / "link", files), 0);
+    EXPECT_THAT(files, ElementsAre(dir / "link/file"));
+}
+
+TEST_F(ScanTest, KeepsNamesOfAnyBytes) {
+    const std::vector<std::string> names = {"-rf", "a\nline",
+                                            "gr\xC3\xB6\xC3\x9F"
+                                            "e",
+                                            "not utf-8 \xFF\xFE", "two  blanks "};
+    for (const std::string& name : names) {
+        WriteFile(dir / ("sub dir/" + name), name);
+    }
+    std::vector<std::string> files;
+    EXPECT_EQ(ZnFile::ScanDirectoriesFiles(dir.Path(), files), 0);
+    ASSERT_EQ(files.size(), names.size());
+    for (size_t i = 0; i < names.size(); ++i) {
+        EXPECT_EQ(files[i], dir / ("sub dir/" + names[i]));
+        EXPECT_EQ(ReadFile(files[i]), names[i]);
+    }
+}
+
+TEST_F(ScanTest, FindsNothingInAnEmptyDirectory) {
+    std::vector<std::string> files{"what was there before"};
+    EXPECT_EQ(ZnFile::ScanDirectoriesFiles(dir.Path(), files), 0);
+    EXPECT_THAT(files, IsEmpty());
+}
+
+TEST_F(ScanTest, FailsWhereThereIsNoDirectory) {
+    WriteFile(dir / "file", "x");
+    for (const std::string& path : {dir / "missing", dir / "file", std::string(), dir / LongPath(),
+                                    dir.Path() + std::string("\0", 1)}) {
+        std::vector<std::string> files{"what was there before"};
+        EXPECT_NE(ZnFile::ScanDirectoriesFiles(path, files), 0) << path;
+        EXPECT_THAT(files, IsEmpty());
+    }
+}
+
+TEST_F(ScanTest, ListsTheRestWhenASubDirectoryMayNotBeRead) {
+    WriteFile(dir / "a/file", "x");
+    WriteFile(dir / "closed/file", "x");
+    WriteFile(dir / "z/file", "x");
+    chmod((dir / "closed").c_str(), 0);
+    const int result = InChild([&] {
+        BecomeOrdinaryUser(dir.Path());
+        std::vector<std::string> files;
+        return ZnFile::ScanDirectoriesFiles(dir.Path(), files) != 0 &&
+               files == std::vector<std::string>{dir / "a/file", dir / "z/file"};
+    });
+    chmod((dir / "closed").c_str(), 0700);
+    ExpectHolds(result);
+}
+
+TEST_F(ScanTest, SurvivesATreeDeeperThanAnyPathMayBeLong) {
+    // 1,500 levels of 10 bytes: three times what a path can name. It is made, and taken down, from
+    // inside.
+    constexpr int kLevels = 1500;
+    const char* name = "0123456789";
+    WriteFile(dir / "file", "x");
+    ASSERT_EQ(InChild([&] {
+                  bool good = chdir(dir.Path().c_str()) == 0;
+                  for (int level = 0; good && level < kLevels; ++level) {
+                      good = mkdir(name, 0777) == 0 && chdir(name) == 0;
+                  }
+                  return good;
+              }),
+              0);
+    std::vector<std::string> files;
+    EXPECT_NE(ZnFile::ScanDirectoriesFiles(dir.Path(), files), 0);
+    EXPECT_THAT(files, ElementsAre(dir / "file"));
+    EXPECT_EQ(InChild([&] {
+                  bool good = chdir(dir.Path().c_str()) == 0;
+                  for (int level = 0; good && level < kLevels; ++level) {
+                      good = chdir(name) == 0;
+                  }
+                  for (int level = 0; good && level < kLevels; ++level) {
+                      good = chdir("..") == 0 && rmdir(name) == 0;
+                  }
+                  return good;
+              }),
+              0);
+}
+
+// ZnCopyFile
+
+TEST_F(CopyFileTest, CopiesFilesOfAnySize) {
+    for (const size_t size : {0U, 1U, 65'535U, 65'536U, 65'537U, 5'000'000U}) {
+        const std::string bytes = Pattern(size);
+        WriteFile(dir / "source", bytes);
+        EXPECT_EQ(Copy(dir / "source", dir / "copy"), 0);
+        EXPECT_TRUE(ReadFile(dir / "copy") == bytes) << size << " bytes";
+    }
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("copy", "source"));
+}
+
+TEST_F(CopyFileTest, KeepsThePermissionsWhateverTheUmask) {
+    const ScopedUmask mask(077);
+    for (const mode_t mode : {0400U, 0444U, 0600U, 0644U, 0666U, 0755U, 0777U}) {
+        WriteFile(dir / "source", "x");
+        chmod((dir / "source").c_str(), mode);
+        EXPECT_EQ(Copy(dir / "source", dir / "copy"), 0);
+        EXPECT_EQ(ModeOf(dir / "copy"), mode);
+        std::filesystem::remove(dir / "source");
+    }
+}
+
+TEST_F(CopyFileTest, DropsTheSetIdBits) {
+    WriteFile(dir / "source", "x");
+    chmod((dir / "source").c_str(), 06755);
+    EXPECT_EQ(Copy(dir / "source", dir / "copy"), 0);
+    EXPECT_EQ(ModeOf(dir / "copy"), 0755U);
+}
+
+TEST_F(CopyFileTest, ReplacesAReadOnlyDestinationAndTakesTheSourcesPermissions) {
+    WriteFile(dir / "source", "new");
+    chmod((dir / "source").c_str(), 0755);
+    WriteFile(dir / "copy", "what was there before");
+    chmod((dir / "copy").c_str(), 0444);
+    EXPECT_EQ(Copy(dir / "source", dir / "copy"), 0);
+    EXPECT_EQ(ReadFile(dir / "copy"), "new");
+    EXPECT_EQ(ModeOf(dir / "copy"), 0755U);
+}
+
+TEST_F(CopyFileTest, FollowsALinkAtTheSourceAndReplacesOneAtTheDestination) {
+    WriteFile(dir / "source", "new");
+    WriteFile(dir / "other", "old");
+    std::filesystem::create_symlink("source", dir / "from");
+    std::filesystem::create_symlink("other", dir / "to");
+    EXPECT_EQ(Copy(dir / "from", dir / "to"), 0);
+    EXPECT_FALSE(IsLink(dir / "to"));
+    EXPECT_EQ(ReadFile(dir / "to"), "new");
+    EXPECT_EQ(ReadFile(dir / "other"), "old");
+}
+
+TEST_F(CopyFileTest, LeavesAFileCopiedOntoItselfAsItWas) {
+    WriteFile(dir / "file", "contents");
+    chmod((dir / "file").c_str(), 0640);
+    EXPECT_EQ(Copy(dir / "file", dir / "file"), 0);
+    EXPECT_EQ(ReadFile(dir / "file"), "contents");
+    EXPECT_EQ(ModeOf(dir / "file"), 0640U);
+}
+
+TEST_F(CopyFileTest, RefusesASourceThatIsNotAFileWithoutWaiting) {
+    WriteFile(dir / "copy", "old");
+    ASSERT_EQ(mkfifo((dir / "pipe").c_str(), 0600), 0);
+    for (const std::string& source : {dir.Path(), dir / "missing", dir / "pipe",
+                                      std::string("/dev/zero"), std::string(), LongPath()}) {
+        EXPECT_NE(Copy(source, dir / "copy"), 0) << source;
+    }
+    EXPECT_NE(ZnFile::ZnCopyFile(nullptr, (dir / "copy").c_str()), 0);
+    EXPECT_EQ(ReadFile(dir / "copy"), "old");
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("copy", "pipe"));
+}
+
+TEST_F(CopyFileTest, FailsWhereNoFileCanBe) {
+    WriteFile(dir / "source", "x");
+    std::filesystem::create_directory(dir / "sub");
+    for (const std::string& destination :
+         {dir / "missing/copy", dir / "sub", dir / "source/copy", std::string(), LongPath()}) {
+        EXPECT_NE(Copy(dir / "source", destination), 0) << destination;
+    }
+    EXPECT_NE(ZnFile::ZnCopyFile((dir / "source").c_str(), nullptr), 0);
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("source", "sub"));
+    EXPECT_THAT(NamesIn(dir / "sub"), IsEmpty());
+}
+
+TEST_F(CopyFileTest, RefusesASourceThatMayNotBeRead) {
+    WriteFile(dir / "source", "secret");
+    chmod((dir / "source").c_str(), 0);
+    ExpectHolds(InChild([&] {
+        BecomeOrdinaryUser(dir.Path());
+        return Copy(dir / "source", dir / "copy") != 0;
+    }));
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("source"));
+}
+
+// Room runs out in the middle of a write. Each case runs with an old file of 1,000 bytes in a
+// directory where no file of 1,000,000 can be written.
+
+// What must hold in `directory`; the reason that it does not goes to standard error.
+bool NothingChangesWhenRoomRunsOut(const std::string& directory, const std::string& largeFile) {
+    const std::string old(1000, 'o');
+    const std::string large = ReadFile(largeFile);
+    const std::string path = directory + "/file";
+    WriteFile(path, old);
+    const auto holds = [&](bool condition, const char* what) {
+        if (!condition) {
+            fprintf(stderr, "does not hold: %s\n", what);
+        }
+        return condition;
+    };
+    const std::vector<std::string> onlyOld{"file"};
+    return holds(Write(path, large) == -1, "a whole-file write fails") &&
+           holds(ReadFile(path) == old, "it leaves the old file") &&
+           holds(Copy(largeFile, path) != 0, "a copy fails") &&
+           holds(ReadFile(path) == old, "it leaves the old file") &&
+           holds(Write(directory + "/new", large) == -1, "a new file is not written") &&
+           holds(Copy(largeFile, directory + "/new") != 0, "a new copy is not made") &&
+           holds(NamesIn(directory) == onlyOld, "no part of it remains") &&
+           holds(Write(path, "small") == 5, "what fits is still written") &&
+           holds(Append(path, large) > 0, "an append writes what fits") &&
+           holds(ReadFile(path) ==
+                     "small" +
+                         large.substr(0, static_cast<size_t>(ZnFile::FileSize(path.c_str())) - 5),
+                 "an append tells how much") &&
+           holds(Append(path, large) < static_cast<long long>(large.size()), "and no more");
+}
+
+class NoRoomTest : public testing::Test {
+   protected:
+    NoRoomTest() {
+        WriteFile(dir / "large", Pattern(1'000'000));
+        std::filesystem::create_directory(dir / "small");
+    }
+    TemporaryDirectory dir;
+};
+
+TEST_F(NoRoomTest, ALimitOnTheFileSizeChangesNothing) {
+    EXPECT_EQ(InChild([&] {
+                  signal(SIGXFSZ, SIG_IGN);
+                  const rlimit limit = {100'000, 100'000};
+                  setrlimit(RLIMIT_FSIZE, &limit);
+                  return NothingChangesWhenRoomRunsOut(dir / "small", dir / "large");
+              }),
+              0);
+}
+
+#ifdef __linux__
+
+bool WriteText(const char* path, const std::string& text) {
+    const int fd = open(path, O_WRONLY | O_CLOEXEC);
+    const bool written =
+        fd >= 0 && write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    if (fd >= 0) {
+        close(fd);
+    }
+    return written;
+}
+
+// Gives this process mounts of its own, with or without the rights of the superuser.
+bool EnterPrivateMountNamespace() {
+    const uid_t user = geteuid();
+    const gid_t group = getegid();
+    if (user == 0) {
+        return unshare(CLONE_NEWNS) == 0;
+    }
+    return unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0 && WriteText("/proc/self/setgroups", "deny") &&
+           WriteText("/proc/self/uid_map", "0 " + std::to_string(user) + " 1") &&
+           WriteText("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
+}
+
+TEST_F(NoRoomTest, AFullDiskChangesNothing) {
+    const int result = InChild([&] {
+        if (!EnterPrivateMountNamespace() ||
+            mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount("none", (dir / "small").c_str(), "tmpfs", 0, "size=128k") != 0) {
+            _exit(kNotPossibleHere);
+        }
+        return NothingChangesWhenRoomRunsOut(dir / "small", dir / "large");
+    });
+    ExpectHolds(result);
+}
+
+#endif
+
+}  // namespace
