@@ -9,7 +9,8 @@
 namespace ZnJson {
 
 // A JSON value. Copies are independent of what they were copied from. Nothing throws on bad input
-// and nothing is logged. A value may be read by one thread at a time.
+// and nothing is logged. A value, with all that was reached from it, may be read by one thread at a
+// time; different values, copies included, by different threads.
 class ZN_API Value {
    public:
     // A value that holds nothing.
@@ -25,8 +26,10 @@ class ZN_API Value {
     ~Value();
 
     // Parses `text` (RFC 8259, UTF-8) and replaces what the value held. Returns whether it could be
-    // parsed; callers may as well ask IsEmpty. On failure, which includes empty text, trailing
-    // characters and nesting that is too deep, the value holds nothing.
+    // parsed; callers may as well ask IsEmpty. On failure the value holds nothing. Failures are
+    // empty text, trailing characters, nesting deeper than 1,023 levels, numbers that neither
+    // 64-bit integers nor doubles can hold, surrogates that stand alone, and 4 GiB of text or more.
+    // A byte order mark before the text is ignored.
     bool Parse(const std::string& text);
 
     // True when the value holds nothing: never set, not parsed, or an index that led nowhere. `{}`,
@@ -36,7 +39,8 @@ class ZN_API Value {
     // The member `key` of an object (the first one, if the name stands twice) or the element
     // `index` of an array, from 0. When there is none, or the value is of another kind, the result
     // holds nothing. The reference stays valid until the value it came from is changed or
-    // destroyed.
+    // destroyed. It is for reading: what is assigned to it does not become part of that value.
+    // However large the array, going through it takes time in proportion to it.
     Value& operator[](const std::string& key);
     Value& operator[](unsigned int index);
 
