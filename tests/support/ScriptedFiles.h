@@ -1,4 +1,4 @@
-// File operations that can be told to fail, in place of libZnFileSys.
+// File operations that can be told to fail, in place of libZnFileSys, and access() with them.
 #pragma once
 
 #include <functional>
@@ -7,8 +7,8 @@
 #include <vector>
 
 // By default every operation works on the real file system, except below /usr/local: there, files
-// are kept in memory, so that no test touches the machine. A test replaces an operation to make it
-// fail.
+// are kept in memory, so that no test touches the machine or depends on what it holds. A test
+// replaces an operation to make it fail.
 struct ScriptedFiles {
     std::function<int(const std::string& path, unsigned short mode)> mkDir;
     std::function<int(const std::string& path)> removeFile;

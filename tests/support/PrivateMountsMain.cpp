@@ -1,0 +1,13 @@
+// The main function of test programs that write the fixed paths.
+#include <gtest/gtest.h>
+
+#include "PrivateMounts.h"
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    // The build asks for the tests' names; that needs no privileges.
+    if (!GTEST_FLAG_GET(list_tests)) {
+        EnterPrivateMounts();
+    }
+    return RUN_ALL_TESTS();
+}
