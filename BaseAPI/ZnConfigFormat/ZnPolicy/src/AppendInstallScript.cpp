@@ -69,7 +69,9 @@ static int InstallFile(const std::string& dstDir, const std::string& srcDir,
         ZN_LOG(LogLevelInfo, "RemoveFile dst_filename_bak=%s", dstBak.c_str());
     }
     if (FileExists(dst)) {
-        if (ZnSha256::FileSha256Value(src) == ZnSha256::FileSha256Value(dst)) {
+        const std::string srcDigest = ZnSha256::FileSha256Value(src);
+        const std::string dstDigest = ZnSha256::FileSha256Value(dst);
+        if (srcDigest == dstDigest) {
             ZN_LOG(LogLevelInfo, "ignore the same:file=%s", name.c_str());
             return kSuccess;
         }

@@ -1,5 +1,4 @@
 // The platform model, and which local zips are installed.
-#include <algorithm>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -176,7 +175,11 @@ int ZnVcUpdate::BuildVcInstallList(std::string rootDir, ZnSide side,
 }
 
 void ZnVcUpdate::RepairPath(std::string& path) {
-    const auto end = std::unique(path.begin(), path.end(),
-                                 [](char before, char at) { return before == '/' && at == '/'; });
-    path.erase(end, path.end());
+    size_t length = 0;
+    for (const char c : path) {
+        if (c != '/' || length == 0 || path[length - 1] != '/') {
+            path[length++] = c;
+        }
+    }
+    path.resize(length);
 }
