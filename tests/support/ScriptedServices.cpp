@@ -34,6 +34,7 @@ ScriptedServices& ScriptedServices::Get() {
 void ScriptedServices::Reset() {
     ScriptedServices& services = Get();
     services = ScriptedServices();
+    services.beforeIniCall = [](const std::string&) {};
     services.fileSha256 = ToyDigest;
     services.decodeBase64 = [](const std::string&, unsigned char*, int) { return 0; };
     services.shell = [](const std::string&) { return 0; };
@@ -55,6 +56,7 @@ static const std::string* FindIniValue(const char* section, const char* key, con
 
 static void NoteIniCall(const std::string& call) {
     ScriptedServices::Get().iniCalls.push_back(call);
+    ScriptedServices::Get().beforeIniCall(call);
 }
 
 int IniGetString(const char* section, const char* key, const char* defaultValue, char* buffer,

@@ -19,6 +19,10 @@ struct ScriptedServices {
     // ...".
     std::vector<std::string> iniCalls;
 
+    // Runs before each of these calls is answered, with the call as above: a test changes iniFiles
+    // here, as another process changes a file between two reads.
+    std::function<void(const std::string& call)> beforeIniCall;
+
     // The digest of a file. By default 64 characters that depend on the contents; "" for a file
     // that cannot be read.
     std::function<std::string(const std::string& path)> fileSha256;
