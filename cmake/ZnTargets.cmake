@@ -21,6 +21,11 @@ function(zn_shared_library name)
     target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE zn_options ${ARG_PRIVATE})
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+    # A library names all libraries that it needs. (The sanitizers of clang are the exception: their
+    # runtime comes with the program.)
+    if(NOT APPLE AND NOT (ZN_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))
+        target_link_options(${name} PRIVATE LINKER:--no-undefined)
+    endif()
     if(ARG_EXPORTS AND NOT APPLE)
         target_link_options(${name} PRIVATE
             "LINKER:--version-script=${CMAKE_CURRENT_SOURCE_DIR}/${ARG_EXPORTS}")
