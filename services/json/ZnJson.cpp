@@ -82,6 +82,19 @@ struct Value::Impl {
         return children;
     }
 
+    // The number of elements of an array.
+    size_t Size(dom::array array) {
+        if (array.size() < kCountIsAtLeast) {
+            return array.size();
+        }
+        if (largeSize == 0) {
+            for (auto at = array.begin(); at != array.end(); ++at) {
+                ++largeSize;
+            }
+        }
+        return largeSize;
+    }
+
     Child* ChildAt(unsigned int index) {
         if (!element.is_array() || index >= Children().size()) {
             return nullptr;
@@ -132,7 +145,8 @@ struct Value::Impl {
     const dom::element element;
     std::vector<Child> children;
     bool listed = false;
-    Value nothing;  // what a missing member or position is
+    size_t largeSize = 0;  // of an array with more elements than simdjson counts, once counted
+    Value nothing;         // what a missing member or position is
 };
 
 Value::Value() = default;
@@ -188,9 +202,8 @@ int Value::GetArraySize() const {
     if (!impl_ || impl_->element.get(array) != simdjson::SUCCESS) {
         return 0;
     }
-    const size_t size = array.size() < kCountIsAtLeast ? array.size() : impl_->Children().size();
-    return static_cast<int>(
-        size);  // fits: a text has less than 4 GiB, an element two bytes or more
+    // It fits: a text has less than 4 GiB, and an element takes two bytes or more.
+    return static_cast<int>(impl_->Size(array));
 }
 
 bool Value::GetJsonValue(const std::string& key, int& value) const {

@@ -1,1 +1,591 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <regex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "ChildProcess.h"
+#include "TemporaryDirectory.h"
+#include "ZnLogger.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr uintmax_t kFileLimit = 10485760;
+
+using Environment = std::vector<std::pair<const char*, std::string>>;
+
+// Runs `body` in a process that starts with `environment` and no other ZN_ variables, so that its
+// logger is a fresh one.
+Outcome LogInChild(const Environment& environment, const std::function<void()>& body) {
+    return RunInChild([&] {
+        unsetenv("ZN_LOG_LEVEL");
+        unsetenv("ZN_LOG_FILE");
+        for (const auto& [name, value] : environment) {
+            setenv(name, value.c_str(), 1);
+        }
+        body();
+    });
+}
+
+void LogText(const std::string& text, LogLevel level = LogLevelError) {
+    ZnLogger::GetInstance()->Log("/build/dir/File.cpp", 12, "Function", " ", "", level, "%s",
+                                 text.c_str());
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+    std::vector<std::string> lines;
+    size_t start = 0;
+    for (size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', start)) {
+        lines.push_back(text.substr(start, end - start));
+        start = end + 1;
+    }
+    if (start < text.size()) {
+        lines.push_back(text.substr(start) + "<no line end>");
+    }
+    return lines;
+}
+
+// What follows the function name in each line that LogText wrote; other lines come back whole.
+std::vector<std::string> Texts(const std::string& log) {
+    const std::string mark = " File.cpp:12 Function ";
+    std::vector<std::string> texts = Lines(log);
+    for (std::string& text : texts) {
+        const size_t at = text.find(mark);
+        if (at != std::string::npos) {
+            text = text.substr(at + mark.size());
+        }
+    }
+    return texts;
+}
+
+// What the logger makes of `text`.
+std::string Shown(const std::string& text) {
+    const std::vector<std::string> texts = Texts(LogInChild({}, [&] { LogText(text); }).err);
+    return texts.size() == 1 ? texts[0] : "<not one line>";
+}
+
+}  // namespace
+
+TEST(ZnLoggerTest, RecordIsOneLineWithTimeLevelProcessPlaceAndText) {
+    const Outcome outcome = LogInChild({}, [] {
+        ZnLogger::GetInstance()->Log("/build/dir/File.cpp", 12, "Function", " ", "", LogLevelInfo,
+                                     "id=%d,%s", 7, "x");
+        printf("%d", static_cast<int>(getpid()));
+    });
+    const std::regex line(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}[+-]\d\d:\d\d info )" +
+                          outcome.out + "/" + outcome.out + R"( File\.cpp:12 Function id=7,x\n)");
+
+    EXPECT_TRUE(std::regex_match(outcome.err, line)) << outcome.err;
+}
+
+TEST(ZnLoggerTest, TagsAreShownOnlyWhenNotBlank) {
+    const Outcome outcome = LogInChild({}, [] {
+        ZnLogger* logger = ZnLogger::GetInstance();
+        logger->Log("f", 1, "F", " ", "", LogLevelError, "none");
+        logger->Log("f", 2, "F", "\t\n", nullptr, LogLevelError, "none");
+        logger->Log("f", 3, "F", "one", "", LogLevelError, "first");
+        logger->Log("f", 4, "F", " ", "two", LogLevelError, "second");
+        logger->Log("f", 5, "F", "one", "two", LogLevelError, "both");
+    });
+
+    EXPECT_THAT(Lines(outcome.err),
+                ElementsAre(EndsWith(" f:1 F none"), EndsWith(" f:2 F none"),
+                            EndsWith(" f:3 F [one] first"), EndsWith(" f:4 F [two] second"),
+                            EndsWith(" f:5 F [one] [two] both")));
+}
+
+TEST(ZnLoggerTest, NullStringsCountAsEmpty) {
+    const Outcome outcome = LogInChild({}, [] {
+        const char* null = nullptr;
+        ZnLogger::GetInstance()->Log(null, 1, null, null, null, LogLevelError, "text");
+    });
+
+    EXPECT_THAT(Lines(outcome.err), ElementsAre(EndsWith(" :1  text")));
+}
+
+TEST(ZnLoggerTest, ControlCharactersAreEscaped) {
+    struct {
+        const char* text;
+        const char* shown;
+    } const cases[] = {
+        {"a\nb", "a\\nb"},
+        {"a\r\nb", "a\\r\\nb"},
+        {"a\tb", "a\\tb"},
+        {"\x01\x1b[2J\x08\x1f", "\\x01\\x1b[2J\\x08\\x1f"},
+        {"a\x7f", "a\\x7f"},
+        {"next\xC2\x85line", "next\\u0085line"},
+        {"\xC2\x9B"
+         "31m",
+         "\\u009b31m"},
+        {"a\xE2\x80\xA8"
+         "b\xE2\x80\xA9",
+         "a\\u2028b\\u2029"},
+        {"\xE2\x80\xAE"
+         "abc\xE2\x81\xA6",
+         "\\u202eabc\\u2066"},
+        {"text\n2024-05-01T12:00:00.000+00:00 error 1/1 forged",
+         "text\\n2024-05-01T12:00:00.000+00:00 error 1/1 forged"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(Shown(c.text), c.shown);
+    }
+}
+
+TEST(ZnLoggerTest, BytesThatAreNotUtf8AreEscaped) {
+    struct {
+        const char* text;
+        const char* shown;
+    } const cases[] = {
+        {"a\xFFz", "a\\xffz"},
+        {"\x80", "\\x80"},
+        {"\xC0\x8A", "\\xc0\\x8a"},
+        {"\xE2\x80", "\\xe2\\x80"},
+        {"\xE2\x80\n", "\\xe2\\x80\\n"},
+        {"\xE0\x80\x8A", "\\xe0\\x80\\x8a"},
+        {"\xED\xA0\x80", "\\xed\\xa0\\x80"},
+        {"\xF4\x90\x80\x80", "\\xf4\\x90\\x80\\x80"},
+        {"\xC3\xC3\xA9", "\\xc3\xC3\xA9"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(Shown(c.text), c.shown);
+    }
+}
+
+TEST(ZnLoggerTest, OtherCharactersStayAsTheyAre) {
+    for (const std::string text : {"", " a b ", "C:\\new\\table %d {} \"'", "\xC3\xA9\xE2\x82\xAC",
+                                   "\xC2\xA0\xED\x9F\xBF\xEF\xBF\xBD\xF0\x9F\x98\x80"}) {
+        EXPECT_EQ(Shown(text), text);
+    }
+}
+
+TEST(ZnLoggerTest, EveryFieldIsEscaped) {
+    const Outcome outcome = LogInChild({}, [] {
+        ZnLogger::GetInstance()->Log("a\nb", 1, "c\nd", "e\nf", "g\nh", LogLevelError, "i");
+    });
+
+    EXPECT_THAT(Lines(outcome.err), ElementsAre(EndsWith(R"( a\nb:1 c\nd [e\nf] [g\nh] i)")));
+}
+
+TEST(ZnLoggerTest, LongRecordIsWrittenWhole) {
+    for (const size_t size : {1022, 1023, 1024, 1025, 4096, 70000, 3000000}) {
+        const std::string text = std::string(size - 1, 'a') + 'z';
+        EXPECT_EQ(Shown(text), text) << size;
+    }
+}
+
+TEST(ZnLoggerTest, LevelSelectsWhatIsWritten) {
+    struct {
+        const char* level;
+        std::vector<std::string> written;
+    } const cases[] = {
+        {"off", {}},
+        {"error", {"e"}},
+        {"warning", {"e", "w"}},
+        {"info", {"e", "w", "i"}},
+        {"debug", {"e", "w", "i", "d"}},
+        {"DEBUG", {"e", "w", "i", "d"}},
+        {"0", {}},
+        {"1", {"e"}},
+        {"2", {"e", "w"}},
+        {"3", {"e", "w", "i"}},
+        {"4", {"e", "w", "i", "d"}},
+        {"", {"e", "w", "i"}},
+    };
+    for (const auto& c : cases) {
+        const Outcome outcome = LogInChild({{"ZN_LOG_LEVEL", c.level}}, [] {
+            LogText("e", LogLevelError);
+            LogText("w", LogLevelWarning);
+            LogText("i", LogLevelInfo);
+            LogText("d", LogLevelDebug);
+        });
+        EXPECT_EQ(Texts(outcome.err), c.written) << c.level;
+    }
+}
+
+TEST(ZnLoggerTest, WithoutSettingsInfoIsWrittenAndDebugIsNot) {
+    const Outcome outcome = LogInChild({}, [] {
+        LogText("i", LogLevelInfo);
+        LogText("d", LogLevelDebug);
+    });
+
+    EXPECT_THAT(Texts(outcome.err), ElementsAre("i"));
+}
+
+TEST(ZnLoggerTest, LevelIsNamedInTheRecord) {
+    const Outcome outcome = LogInChild({{"ZN_LOG_LEVEL", "debug"}}, [] {
+        LogText("", LogLevelError);
+        LogText("", LogLevelWarning);
+        LogText("", LogLevelInfo);
+        LogText("", LogLevelDebug);
+    });
+
+    EXPECT_THAT(Lines(outcome.err), ElementsAre(HasSubstr(" error "), HasSubstr(" warning "),
+                                                HasSubstr(" info "), HasSubstr(" debug ")));
+}
+
+TEST(ZnLoggerTest, UnknownLevelIsNotedOnceAndInfoIsUsed) {
+    for (const char* level : {"loud", "5", "-1", "3 ", "warn\n"}) {
+        const Outcome outcome = LogInChild({{"ZN_LOG_LEVEL", level}}, [] {
+            LogText("i", LogLevelInfo);
+            LogText("d", LogLevelDebug);
+        });
+        EXPECT_THAT(Texts(outcome.err), ElementsAre(HasSubstr("ZN_LOG_LEVEL is \""), "i")) << level;
+    }
+}
+
+TEST(ZnLoggerTest, EnvironmentIsReadOnce) {
+    const TemporaryDirectory directory;
+    const Outcome outcome = LogInChild({{"ZN_LOG_LEVEL", "error"}}, [&] {
+        ZnLogger::GetInstance();
+        setenv("ZN_LOG_LEVEL", "debug", 1);
+        setenv("ZN_LOG_FILE", (directory / "log").c_str(), 1);
+        LogText("e", LogLevelError);
+        LogText("d", LogLevelDebug);
+    });
+
+    EXPECT_THAT(Texts(outcome.err), ElementsAre("e"));
+    EXPECT_FALSE(fs::exists(directory / "log"));
+}
+
+TEST(ZnLoggerTest, EnvironmentIsIgnoredWithRaisedPrivileges) {
+    const TemporaryDirectory directory;
+    const std::string probe = directory / "probe";
+    fs::copy(ENVIRONMENT_PROBE, probe);
+    const gid_t otherGroup = 65534;
+    if (chown(probe.c_str(), geteuid(), otherGroup) != 0 || chmod(probe.c_str(), 02755) != 0) {
+        GTEST_SKIP() << "needs the right to give a file to another group";
+    }
+    const Outcome outcome =
+        LogInChild({{"ZN_LOG_FILE", directory / "log"}, {"ZN_LOG_LEVEL", "off"}},
+                   [&] { execl(probe.c_str(), "probe", nullptr); });
+    if (outcome.out.rfind("raised\n", 0) != 0) {
+        GTEST_SKIP() << "set-group-ID programs get no privileges here";
+    }
+
+    EXPECT_THAT(Lines(outcome.err), ElementsAre(EndsWith(" main probe")));
+    EXPECT_FALSE(fs::exists(directory / "log"));
+}
+
+TEST(ZnLoggerTest, InstanceIsTheSameOnEveryCallAndThread) {
+    const Outcome outcome = LogInChild({}, [] {
+        const ZnLogger* here = ZnLogger::GetInstance();
+        const ZnLogger* there = nullptr;
+        std::thread([&] { there = ZnLogger::GetInstance(); }).join();
+        exit(here != nullptr && here == there && here == ZnLogger::GetInstance() ? 0 : 1);
+    });
+
+    EXPECT_TRUE(Succeeded(outcome));
+}
+
+TEST(ZnLoggerTest, InstanceIsValidUntilTheProcessEnds) {
+    const TemporaryDirectory directory;
+    const Outcome outcome = LogInChild({{"ZN_LOG_FILE", directory / "log"}}, [] {
+        atexit([] { LogText("after all static objects are gone"); });
+        LogText("first");
+    });
+
+    EXPECT_TRUE(Succeeded(outcome));
+    EXPECT_THAT(Texts(ReadFile(directory / "log")),
+                ElementsAre("first", "after all static objects are gone"));
+}
+
+TEST(ZnLoggerTest, RecordsOfEightThreadsAreWholeLines) {
+    constexpr int kThreads = 8;
+    constexpr int kRecords = 1000;
+    const TemporaryDirectory directory;
+    for (const bool toFile : {true, false}) {
+        const Environment environment =
+            toFile ? Environment{{"ZN_LOG_FILE", directory / "log"}} : Environment{};
+        const Outcome outcome = LogInChild(environment, [] {
+            std::vector<std::thread> threads;
+            for (int thread = 0; thread < kThreads; ++thread) {
+                threads.emplace_back([thread] {
+                    for (int i = 0; i < kRecords; ++i) {
+                        const std::string end = std::to_string(thread) + ":" + std::to_string(i);
+                        LogText(std::string(static_cast<size_t>(i % 200), 'x') + end);
+                    }
+                });
+            }
+            for (std::thread& thread : threads) {
+                thread.join();
+            }
+        });
+        ASSERT_TRUE(Succeeded(outcome));
+
+        std::set<std::string> expected;
+        for (int thread = 0; thread < kThreads; ++thread) {
+            for (int i = 0; i < kRecords; ++i) {
+                expected.insert(std::string(static_cast<size_t>(i % 200), 'x') +
+                                std::to_string(thread) + ":" + std::to_string(i));
+            }
+        }
+        const std::vector<std::string> texts =
+            Texts(toFile ? ReadFile(directory / "log") : outcome.err);
+        EXPECT_EQ(texts.size(), size_t{kThreads * kRecords});
+        EXPECT_EQ(std::set<std::string>(texts.begin(), texts.end()), expected);
+    }
+}
+
+TEST(ZnLoggerTest, ErrnoOfTheCallerIsKept) {
+    const Outcome outcome = LogInChild({{"ZN_LOG_FILE", "/dev/full"}}, [] {
+        errno = EXDEV;
+        LogText("text");
+        exit(errno == EXDEV ? 0 : 1);
+    });
+
+    EXPECT_TRUE(Succeeded(outcome));
+}
+
+TEST(ZnLoggerTest, ThreadIsThatOfTheCallerAfterAFork) {
+    const Outcome outcome = LogInChild({}, [] {
+        LogText("parent");
+        const pid_t child = fork();
+        if (child == 0) {
+            LogText("child");
+            _exit(0);
+        }
+        waitpid(child, nullptr, 0);
+        printf("%d/%d", static_cast<int>(child), static_cast<int>(child));
+    });
+
+    EXPECT_THAT(Lines(outcome.err),
+                ElementsAre(Not(HasSubstr(outcome.out)), HasSubstr(" " + outcome.out + " ")));
+}
+
+TEST(ZnLoggerTest, FileIsAppendedToAndStandardErrorStaysEmpty) {
+    const TemporaryDirectory directory;
+    for (const char* text : {"one", "two"}) {
+        const Outcome outcome =
+            LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [&] { LogText(text); });
+        EXPECT_EQ(outcome.err, "");
+    }
+
+    EXPECT_THAT(Texts(ReadFile(directory / "zn.log")), ElementsAre("one", "two"));
+}
+
+TEST(ZnLoggerTest, RelativeFileStaysTheSameWhenTheWorkingDirectoryChanges) {
+    const TemporaryDirectory directory;
+    fs::create_directory(directory / "elsewhere");
+    LogInChild({{"ZN_LOG_FILE", "zn.log"}}, [&] {
+        fs::current_path(directory.Path());
+        ZnLogger::GetInstance();
+        fs::current_path(directory / "elsewhere");
+        LogText("text");
+    });
+
+    EXPECT_THAT(Texts(ReadFile(directory / "zn.log")), ElementsAre("text"));
+}
+
+TEST(ZnLoggerTest, RecordOutlivesACrash) {
+    const TemporaryDirectory directory;
+    const Outcome outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] {
+        LogText("last words", LogLevelInfo);
+        raise(SIGKILL);
+    });
+
+    EXPECT_TRUE(WIFSIGNALED(outcome.status));
+    EXPECT_THAT(Texts(ReadFile(directory / "zn.log")), ElementsAre("last words"));
+}
+
+TEST(ZnLoggerTest, UnfinishedLineInTheFileIsEndedFirst) {
+    const TemporaryDirectory directory;
+    WriteFile(directory / "zn.log", "cut off");
+    LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] { LogText("next"); });
+
+    EXPECT_THAT(Texts(ReadFile(directory / "zn.log")), ElementsAre("cut off", "next"));
+}
+
+TEST(ZnLoggerTest, CommandsOfTheProcessDoNotHaveTheFileOpen) {
+    const TemporaryDirectory directory;
+    const Outcome outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] {
+        LogText("text");
+        exit(system("ls -l /proc/self/fd"));
+    });
+
+    EXPECT_TRUE(Succeeded(outcome));
+    EXPECT_THAT(outcome.out, HasSubstr(" -> "));
+    EXPECT_THAT(outcome.out, Not(HasSubstr("zn.log")));
+}
+
+TEST(ZnLoggerTest, FileIsRotatedAndFourOlderOnesAreKept) {
+    const TemporaryDirectory directory;
+    const int count = 7 * 1024;
+    const Outcome outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] {
+        const std::string padding(10000, '.');
+        for (int i = 0; i < count; ++i) {
+            LogText(padding + std::to_string(i));
+        }
+    });
+    EXPECT_EQ(outcome.err, "");
+
+    const std::set<std::string> expected = {directory / "zn.log", directory / "zn.1.log",
+                                            directory / "zn.2.log", directory / "zn.3.log",
+                                            directory / "zn.4.log"};
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(directory.Path())) {
+        names.insert(entry.path());
+        EXPECT_LE(entry.file_size(), kFileLimit) << entry.path();
+    }
+    ASSERT_EQ(names, expected);
+
+    int next = count;  // from the newest record backwards, none may be missing or cut
+    for (const char* name : {"zn.log", "zn.1.log", "zn.2.log", "zn.3.log", "zn.4.log"}) {
+        const std::vector<std::string> texts = Texts(ReadFile(directory / name));
+        for (auto text = texts.rbegin(); text != texts.rend(); ++text) {
+            ASSERT_EQ(*text, std::string(10000, '.') + std::to_string(--next));
+        }
+    }
+    EXPECT_GT(count - next, 4 * 1000);
+}
+
+TEST(ZnLoggerTest, RecordLargerThanTheFileMayBecomeIsWrittenWhole) {
+    const TemporaryDirectory directory;
+    const std::string text(kFileLimit + 1000, 'a');
+    LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [&] {
+        LogText("before");
+        LogText(text);
+        LogText("after");
+    });
+
+    EXPECT_THAT(Texts(ReadFile(directory / "zn.2.log")), ElementsAre("before"));
+    EXPECT_TRUE(Texts(ReadFile(directory / "zn.1.log")) == std::vector<std::string>{text});
+    EXPECT_THAT(Texts(ReadFile(directory / "zn.log")), ElementsAre("after"));
+}
+
+TEST(ZnLoggerTest, LinkIsWrittenThroughAndNeverRotated) {
+    const TemporaryDirectory directory;
+    WriteFile(directory / "target", std::string(kFileLimit, '\n'));
+    fs::create_symlink("target", directory / "zn.log");
+    const Outcome outcome =
+        LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] { LogText("text"); });
+
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_TRUE(fs::is_symlink(directory / "zn.log"));
+    EXPECT_FALSE(fs::exists(directory / "zn.1.log"));
+    EXPECT_GT(fs::file_size(directory / "target"), kFileLimit);
+}
+
+TEST(ZnLoggerTest, FileThatCannotBeOpenedIsNotedAndRecordsGoToStandardError) {
+    const TemporaryDirectory directory;
+    for (const std::string& file :
+         {directory / "missing/zn.log", directory.Path(), std::string("/proc/zn.log")}) {
+        const Outcome outcome = LogInChild({{"ZN_LOG_FILE", file}}, [] {
+            LogText("one");
+            LogText("two");
+        });
+        EXPECT_TRUE(Succeeded(outcome));
+        EXPECT_THAT(Texts(outcome.err), ElementsAre(HasSubstr("log file " + file), "one", "two"));
+    }
+    EXPECT_FALSE(fs::exists(directory / "missing"));
+}
+
+TEST(ZnLoggerTest, PipeWithoutAReaderDoesNotHoldTheCallerUp) {
+    const TemporaryDirectory directory;
+    ASSERT_EQ(mkfifo((directory / "pipe").c_str(), 0600), 0);
+    const Outcome outcome =
+        LogInChild({{"ZN_LOG_FILE", directory / "pipe"}}, [] { LogText("text"); });
+
+    EXPECT_THAT(Texts(outcome.err), ElementsAre(HasSubstr("log file "), "text"));
+}
+
+TEST(ZnLoggerTest, FullDeviceIsNotedOnceAndRecordsGoToStandardError) {
+    const Outcome outcome = LogInChild({{"ZN_LOG_FILE", "/dev/full"}}, [] {
+        for (const char* text : {"one", "two", "three"}) {
+            LogText(text);
+        }
+    });
+
+    EXPECT_TRUE(Succeeded(outcome));
+    EXPECT_THAT(Texts(outcome.err),
+                ElementsAre(HasSubstr("log file /dev/full"), "one", "two", "three"));
+}
+
+TEST(ZnLoggerTest, FileIsUsedAgainWhenItHasRoom) {
+    const TemporaryDirectory directory;
+    const rlim_t full = 1000000;
+    WriteFile(directory / "zn.log", std::string(full - 11, '.') + "\n");
+    const Outcome outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [&] {
+        rlimit limit = {};
+        getrlimit(RLIMIT_FSIZE, &limit);
+        const rlim_t unlimited = limit.rlim_cur;
+        limit.rlim_cur = full;
+        setrlimit(RLIMIT_FSIZE, &limit);
+        LogText("one");
+        LogText("two");
+        limit.rlim_cur = unlimited;
+        setrlimit(RLIMIT_FSIZE, &limit);
+        LogText("three");
+        LogText("four");
+    });
+
+    EXPECT_TRUE(Succeeded(outcome));
+    EXPECT_THAT(Texts(outcome.err), ElementsAre(HasSubstr("log file "), "one", "two"));
+    std::vector<std::string> texts = Texts(ReadFile(directory / "zn.log"));
+    ASSERT_GT(texts.size(), 2U);
+    EXPECT_EQ(texts.back(), "four");
+    EXPECT_EQ(texts[texts.size() - 2], "three");
+}
+
+TEST(ZnLoggerTest, RotationThatFailsIsNotedAndTheFileIsBegunAnew) {
+    const TemporaryDirectory directory;
+    WriteFile(directory / "zn.log", std::string(kFileLimit, '\n'));
+    WriteFile(directory / "zn.3.log", "old\n");
+    WriteFile(directory / "zn.4.log/in the way", "");
+    const Outcome outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] {
+        LogText("one");
+        LogText("two");
+    });
+
+    EXPECT_TRUE(Succeeded(outcome));
+    EXPECT_THAT(Texts(outcome.err), ElementsAre(HasSubstr("log file "), "one"));
+    EXPECT_THAT(Texts(ReadFile(directory / "zn.log")), ElementsAre("two"));
+}
+
+TEST(ZnLoggerTest, StandardErrorWithoutAReaderDoesNotEndTheProcess) {
+    const Outcome outcome = LogInChild({}, [] {
+        int ends[2];
+        if (pipe(ends) != 0) {
+            exit(2);
+        }
+        dup2(ends[1], STDERR_FILENO);
+        close(ends[0]);
+        close(ends[1]);
+        LogText("text");
+        sigset_t pending;
+        sigpending(&pending);
+        sigset_t mask;
+        pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+        exit(sigismember(&pending, SIGPIPE) + sigismember(&mask, SIGPIPE));
+    });
+
+    EXPECT_TRUE(Succeeded(outcome));
+}
+
+TEST(ZnLoggerTest, ClosedStandardErrorLosesTheRecordOnly) {
+    const Outcome outcome = LogInChild({}, [] {
+        close(STDERR_FILENO);
+        LogText("text");
+    });
+
+    EXPECT_TRUE(Succeeded(outcome));
+}
