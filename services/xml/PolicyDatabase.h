@@ -2,10 +2,11 @@
 // described in docs/policy-store.md.
 #pragma once
 
-#include <cdb.h>
-
+#include <array>
+#include <cstddef>
 #include <cstdint>
-#include <optional>
+#include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -18,7 +19,9 @@ const char* PolicyStoreDirectory();
 // What follows the id in the name of a policy's file.
 constexpr std::string_view kPolicyFileSuffix = ".cdb";
 
-// A policy file mapped into memory for reading.
+// A policy file open for reading. A policy of ordinary size is read at once, with one call of the
+// system; of a larger one, what is asked for. Nothing is mapped: for a file of this size the page
+// faults would cost more than the reading, and a file that someone cuts short would be fatal.
 class PolicyDatabase {
    public:
     PolicyDatabase() = default;
@@ -27,22 +30,37 @@ class PolicyDatabase {
     PolicyDatabase(const PolicyDatabase&) = delete;
     PolicyDatabase& operator=(const PolicyDatabase&) = delete;
 
-    // Maps the file, once in the life of the object. Returns false, with errno set, when it cannot
-    // be opened or is not a whole policy file. Never waits, whatever kind of file it is.
+    // Opens the file, once in the life of the object. Returns false, with errno set, when it cannot
+    // be read or is not a whole policy file (EINVAL). Never waits, whatever kind of file it is.
     bool Open(const char* path);
 
-    // The value of `key`, valid as long as this object; nothing when there is no such item or the
-    // file is damaged.
-    std::optional<std::string_view> Find(std::string_view key);
+    // Reads the value of `key`. Returns false, with `value` as it was, when there is no such item
+    // or the file is damaged.
+    bool Find(std::string_view key, std::string& value);
 
-    // All items in the order they were written; nothing when the file is damaged.
-    std::optional<std::vector<PolicyStore::Item>> Items();
+    // Appends all items in the order they were written. Returns false when the file is damaged.
+    bool ReadItems(std::vector<PolicyStore::Item>& items);
 
    private:
-    // A stretch of the file; nothing when it does not lie within the file.
-    std::optional<std::string_view> Text(unsigned length, unsigned position) const;
+    // A stretch of a file that is too large to be read whole, as it was read last.
+    struct Window {
+        std::uint64_t position = 0;
+        std::size_t size = 0;
+        std::array<unsigned char, 1024> bytes;
+    };
 
-    struct cdb cdb_ = CDB_STATIC_INIT;
+    bool Load();
+    bool FindRecord(std::string_view key, std::uint64_t& valuePosition, unsigned& valueLength);
+    bool ReadText(std::uint64_t position, unsigned length, std::string& text);
+    const unsigned char* Bytes(Window& window, std::uint64_t position, std::size_t length);
+    bool Read(std::uint64_t position, std::size_t length, void* target) const;
+
+    int file_ = -1;  // closed when all of the file is in head_
+    std::size_t fileSize_ = 0;
+    std::unique_ptr<unsigned char[]> head_;  // the beginning of the file
+    std::size_t headSize_ = 0;
+    Window slots_;
+    Window records_;
 };
 
 // Writes the policy file of `items` to `file`, an empty file open for writing. Returns false, with

@@ -30,6 +30,14 @@ constexpr mode_t kFileMode = 0644;
     throw PolicyStore::Error(action + " " + path + ": " + std::generic_category().message(reason));
 }
 
+PolicyStore::Error MissingPolicy(int id, const std::string& directory) {
+    return PolicyStore::Error("no policy for id " + std::to_string(id) + " in " + directory);
+}
+
+PolicyStore::Error UnusablePolicy(const std::string& path) {
+    return PolicyStore::Error("not a policy file, or a damaged one: " + path);
+}
+
 std::string ParentDirectory(const std::string& path) {
     const std::size_t separator = path.find_last_of('/');
     if (separator == std::string::npos) {
@@ -192,23 +200,25 @@ std::vector<PolicyStore::Item> PolicyStore::Read(int id) const {
     PolicyDatabase database;
     if (!database.Open(path.c_str())) {
         if (errno == ENOENT) {
-            throw Error("no policy for id " + std::to_string(id) + " in " + directory_);
+            throw MissingPolicy(id, directory_);
         }
-        Fail("cannot read the policy", path);
+        if (errno == EINVAL) {
+            throw UnusablePolicy(path);
+        }
+        Fail("cannot read", path);
     }
-    auto items = database.Items();
-    if (!items) {
-        errno = EINVAL;
-        Fail("cannot read the policy", path);
+    std::vector<Item> items;
+    if (!database.ReadItems(items)) {
+        throw UnusablePolicy(path);
     }
-    return std::move(*items);
+    return items;
 }
 
 void PolicyStore::Remove(int id) const {
     const std::string path = PolicyPath(id);
     if (unlink(path.c_str()) != 0) {
         if (errno == ENOENT) {
-            throw Error("no policy for id " + std::to_string(id) + " in " + directory_);
+            throw MissingPolicy(id, directory_);
         }
         Fail("cannot remove", path);
     }

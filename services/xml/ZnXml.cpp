@@ -77,22 +77,15 @@ bool ZnXml::LoadPolicyShareMemory(int id) {
 }
 
 bool ZnXml::GetXmlContent(const char* key, std::string& value) {
-    if (!impl_ || key == nullptr) {
-        return false;
-    }
-    const auto text = impl_->database.Find(key);
-    if (text) {
-        value.assign(*text);
-    }
-    return text.has_value();
+    return impl_ && key != nullptr && impl_->database.Find(key, value);
 }
 
 bool ZnXml::GetXmlContent(const char* key, int& value) {
-    if (!impl_ || key == nullptr) {
+    std::string text;
+    if (!GetXmlContent(key, text)) {
         return false;
     }
-    const auto text = impl_->database.Find(key);
-    const auto number = text ? ToInteger(*text) : std::nullopt;
+    const std::optional<int> number = ToInteger(text);
     if (number) {
         value = *number;
     }
