@@ -1,0 +1,226 @@
+// The parser of plugin lists beside a literal version of its description, over random texts.
+//
+// The description collapses runs of separators in repeated passes over the string; the library
+// gets there in one. Whatever the text, both must give the same result, the same items byte by
+// byte, and the same log records.
+//
+// The seed is printed; ZN_TEST_SEED=<number> in the environment repeats a run.
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <random>
+
+#include "PolicyTest.h"
+#include "VcItemRecord.h"
+#include "ZnVcVek.h"
+
+namespace {
+
+// --- The literal version ---
+
+// Passes over the string until one changes nothing: where two neighbours are both separators, the
+// second is erased.
+void CollapseRuns(std::string& str, char sep) {
+    bool changed = true;
+    while (changed) {
+        changed = false;
+        for (size_t i = 1; i < str.size(); ++i) {
+            if (str[i - 1] == sep && str[i] == sep) {
+                str.erase(i, 1);
+                changed = true;
+            }
+        }
+    }
+}
+
+void LiteralSplit(std::string str, char sep, std::vector<std::string>& out) {
+    CollapseRuns(str, sep);
+    if (str.empty()) {
+        return;
+    }
+    if (str.back() != sep) {
+        str.push_back(sep);
+    }
+    out.clear();
+    size_t start = 0;
+    size_t found = str.find(sep);
+    while (start < str.size() && found != std::string::npos && found > start) {
+        const std::string piece = str.substr(start, found - start);
+        if (!piece.empty()) {
+            out.push_back(piece);
+        }
+        start = found + 1;
+        found = str.find(sep, start);
+    }
+}
+
+struct Outcome {
+    int result;
+    std::vector<VekVcItems> items;
+    std::vector<Logged> records;
+};
+
+Outcome Failed(const Logged& record) {
+    return {-10000, {}, {record}};
+}
+
+Outcome LiteralParse(const std::string& text) {
+    if (text.size() < 2) {
+        return Failed(Failure("ZnParseVekVcItems", "invalid:key/vekVcStr"));
+    }
+    Outcome outcome = {0, {}, {}};
+    std::vector<std::string> pieces;
+    LiteralSplit(text, ',', pieces);
+    for (std::string piece : pieces) {
+        std::replace(piece.begin(), piece.end(), '{', '@');
+        std::replace(piece.begin(), piece.end(), '}', '@');
+        std::vector<std::string> fields;
+        LiteralSplit(piece, '@', fields);
+        if (fields.size() < 7) {
+            return Failed(Progress("ZnParseVekVcItems",
+                                   "Invalid:policy.size=" + std::to_string(fields.size())));
+        }
+        for (size_t i = 0; i < fields.size(); ++i) {
+            if (fields[i].empty() || fields[i].size() > 31) {
+                return Failed(Progress("ZnParseVekVcItems",
+                                       "Invalid:policy[" + std::to_string(i) +
+                                           "].size=" + std::to_string(fields[i].size())));
+            }
+        }
+        // c_str(): a text, and a number, ends at an embedded zero byte.
+        outcome.items.push_back(
+            Item(fields[0].c_str(), fields[1].c_str(),
+                 static_cast<int32_t>(std::strtol(fields[2].c_str(), nullptr, 16)),
+                 static_cast<int32_t>(std::strtol(fields[3].c_str(), nullptr, 16)),
+                 fields[4].c_str(), fields[5].c_str(), fields[6].c_str()));
+    }
+    return outcome;
+}
+
+// --- Random texts ---
+
+class RandomText {
+   public:
+    explicit RandomText(uint64_t seed) : engine_(seed) {}
+
+    std::string Next() {
+        return OneIn(4) ? Noise() : List();
+    }
+
+   private:
+    size_t Below(size_t limit) {
+        return static_cast<size_t>(engine_() % limit);
+    }
+
+    bool OneIn(size_t chances) {
+        return Below(chances) == 0;
+    }
+
+    char OneOf(const std::string& characters) {
+        return characters[Below(characters.size())];
+    }
+
+    // Mostly a single mark; sometimes a run, about as long as those that need many passes.
+    std::string Run(const std::string& marks) {
+        const size_t length = !OneIn(8) ? 1 : OneIn(4) ? 30 + Below(10) : 1 + Below(5);
+        std::string run;
+        while (run.size() < length) {
+            run.push_back(OneOf(marks));
+        }
+        return run;
+    }
+
+    // One in many has a length about the largest that fits.
+    std::string Word() {
+        const std::string letters("aF09xX-+ gz\t\0\xff", 14);
+        const size_t length = OneIn(40) ? 29 + Below(5) : 1 + Below(4);
+        std::string word;
+        while (word.size() < length) {
+            word.push_back(OneOf(letters));
+        }
+        return word;
+    }
+
+    std::string ListItem() {
+        std::string item = OneIn(40) ? Run("@{}") : "";
+        const size_t fields = OneIn(20) ? Below(7) : 7 + Below(3);
+        for (size_t i = 0; i < fields; ++i) {
+            item += (i == 0 ? "" : Run("@@@{}")) + Word();
+        }
+        return item + (OneIn(4) ? Run("@{}") : "");
+    }
+
+    // Most often a valid list.
+    std::string List() {
+        std::string list = OneIn(40) ? Run(",") : "";
+        for (size_t items = 1 + Below(4); items > 0; --items) {
+            list += ListItem() + (items > 1 || OneIn(4) ? Run(",") : "");
+        }
+        return list;
+    }
+
+    // Hardly ever valid.
+    std::string Noise() {
+        std::string noise;
+        for (size_t parts = Below(25); parts > 0; --parts) {
+            noise += OneIn(2) ? Word() : Run(OneOf("ab") == 'a' ? "," : "@{}");
+        }
+        return noise;
+    }
+
+    std::mt19937_64 engine_;
+};
+
+uint64_t Seed() {
+    const char* chosen = std::getenv("ZN_TEST_SEED");
+    return chosen != nullptr ? std::strtoull(chosen, nullptr, 10) : std::random_device()();
+}
+
+}  // namespace
+
+class VcSplitProperty : public PolicyTest {};
+
+TEST_F(VcSplitProperty, EveryTextGivesWhatTheDescriptionGives) {
+    constexpr int kTexts = 200000;
+    const uint64_t seed = Seed();
+    std::cout << "seed: " << seed << " (repeat with ZN_TEST_SEED=" << seed << ")\n";
+    RecordProperty("seed", std::to_string(seed));
+
+    RandomText texts(seed);
+    int parsed = 0;
+    int empty = 0;
+    int tooFewFields = 0;
+    int tooLong = 0;
+    for (int i = 0; i < kTexts; ++i) {
+        const std::string text = texts.Next();
+        const Outcome expected = LiteralParse(text);
+
+        RecordingLogger::Clear();
+        std::vector<VekVcItems> items(1, Item("old", "old", 1, 2, "old", "old", "old"));
+        ASSERT_EQ(ZnVcVek::ZnParseVekVcItems(text, items), expected.result)
+            << testing::PrintToString(text);
+        ASSERT_EQ(items, expected.items) << testing::PrintToString(text);
+        ASSERT_EQ(RecordingLogger::Records(), expected.records) << testing::PrintToString(text);
+
+        if (expected.result == 0) {
+            ++(expected.items.empty() ? empty : parsed);
+        } else {
+            ++(expected.records[0].text.find('[') == std::string::npos ? tooFewFields : tooLong);
+        }
+    }
+    std::cout << parsed << " lists parsed, " << empty << " empty, " << tooFewFields
+              << " with too few fields, " << tooLong << " with a field too long\n";
+    // Agreement counts only where every path was taken often.
+    EXPECT_GT(parsed, kTexts / 4);
+    EXPECT_GT(empty, kTexts / 200);
+    EXPECT_GT(tooFewFields, kTexts / 20);
+    EXPECT_GT(tooLong, kTexts / 100);
+}
+
+TEST_F(VcSplitProperty, TheDescriptionCollapsesRunsOfAnyLength) {
+    for (size_t length = 1; length < 200; ++length) {
+        std::vector<std::string> pieces;
+        LiteralSplit("a" + std::string(length, ',') + "b", ',', pieces);
+        EXPECT_THAT(pieces, testing::ElementsAre("a", "b")) << length;
+    }
+}
