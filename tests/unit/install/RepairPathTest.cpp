@@ -1,0 +1,44 @@
+// Repeated separators in a path.
+#include "PolicyTest.h"
+#include "ZnVcUpdate.h"
+
+using testing::IsEmpty;
+
+class RepairPath : public PolicyTest {};
+
+TEST_F(RepairPath, EachRunOfSeparatorsBecomesOne) {
+    const struct {
+        const char* path;
+        const char* repaired;
+    } cases[] = {
+        {"//a///b/", "/a/b/"}, {"//", "/"},
+        {"////////", "/"},     {"a//", "a/"},
+        {"//a", "/a"},         {"a//b//c", "a/b/c"},
+        {"a/b/c", "a/b/c"},    {"\\\\a..//..b", "\\\\a../..b"},  // nothing else is touched
+    };
+    for (const auto& c : cases) {
+        std::string path = c.path;
+        ZnVcUpdate::RepairPath(path);
+        EXPECT_EQ(path, c.repaired) << c.path;
+    }
+}
+
+TEST_F(RepairPath, APathOfLessThanTwoCharactersStays) {
+    for (const char* const path : {"", "/", "a"}) {
+        std::string repaired = path;
+        ZnVcUpdate::RepairPath(repaired);
+        EXPECT_EQ(repaired, path);
+    }
+}
+
+TEST_F(RepairPath, ANulIsACharacterLikeAnyOther) {
+    std::string path("//\0//a", 6);
+    ZnVcUpdate::RepairPath(path);
+    EXPECT_EQ(path, std::string("/\0/a", 4));
+}
+
+TEST_F(RepairPath, NothingIsLogged) {
+    std::string path = "//a";
+    ZnVcUpdate::RepairPath(path);
+    EXPECT_THAT(RecordingLogger::Records(), IsEmpty());
+}
