@@ -2,11 +2,10 @@
 // described in docs/policy-store.md.
 #pragma once
 
-#include <array>
-#include <cstddef>
+#include <cdb.h>
+
 #include <cstdint>
-#include <memory>
-#include <string>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -19,9 +18,8 @@ const char* PolicyStoreDirectory();
 // What follows the id in the name of a policy's file.
 constexpr std::string_view kPolicyFileSuffix = ".cdb";
 
-// A policy file open for reading. A policy of ordinary size is read at once, with one call of the
-// system; of a larger one, what is asked for. Nothing is mapped: for a file of this size the page
-// faults would cost more than the reading, and a file that someone cuts short would be fatal.
+// A policy file mapped into memory for reading. The format is tinycdb's business, on reading as on
+// writing: its reader is kept even where one of our own would save a page fault.
 class PolicyDatabase {
    public:
     PolicyDatabase() = default;
@@ -30,37 +28,22 @@ class PolicyDatabase {
     PolicyDatabase(const PolicyDatabase&) = delete;
     PolicyDatabase& operator=(const PolicyDatabase&) = delete;
 
-    // Opens the file, once in the life of the object. Returns false, with errno set, when it cannot
-    // be read or is not a whole policy file (EINVAL). Never waits, whatever kind of file it is.
+    // Maps the file, once in the life of the object. Returns false, with errno set, when it cannot
+    // be opened or is not a whole policy file. Never waits, whatever kind of file it is.
     bool Open(const char* path);
 
-    // Reads the value of `key`. Returns false, with `value` as it was, when there is no such item
-    // or the file is damaged.
-    bool Find(std::string_view key, std::string& value);
+    // The value of `key`, valid as long as this object; nothing when there is no such item or the
+    // file is damaged.
+    std::optional<std::string_view> Find(std::string_view key);
 
-    // Appends all items in the order they were written. Returns false when the file is damaged.
-    bool ReadItems(std::vector<PolicyStore::Item>& items);
+    // All items in the order they were written; nothing when the file is damaged.
+    std::optional<std::vector<PolicyStore::Item>> Items();
 
    private:
-    // A stretch of a file that is too large to be read whole, as it was read last.
-    struct Window {
-        std::uint64_t position = 0;
-        std::size_t size = 0;
-        std::array<unsigned char, 1024> bytes;
-    };
+    // A stretch of the file; nothing when it does not lie within the file.
+    std::optional<std::string_view> Text(unsigned length, unsigned position) const;
 
-    bool Load();
-    bool FindRecord(std::string_view key, std::uint64_t& valuePosition, unsigned& valueLength);
-    bool ReadText(std::uint64_t position, unsigned length, std::string& text);
-    const unsigned char* Bytes(Window& window, std::uint64_t position, std::size_t length);
-    bool Read(std::uint64_t position, std::size_t length, void* target) const;
-
-    int file_ = -1;  // closed when all of the file is in head_
-    std::size_t fileSize_ = 0;
-    std::unique_ptr<unsigned char[]> head_;  // the beginning of the file
-    std::size_t headSize_ = 0;
-    Window slots_;
-    Window records_;
+    struct cdb cdb_ = CDB_STATIC_INIT;
 };
 
 // Writes the policy file of `items` to `file`, an empty file open for writing. Returns false, with

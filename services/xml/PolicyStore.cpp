@@ -30,14 +30,6 @@ constexpr mode_t kFileMode = 0644;
     throw PolicyStore::Error(action + " " + path + ": " + std::generic_category().message(reason));
 }
 
-PolicyStore::Error MissingPolicy(int id, const std::string& directory) {
-    return PolicyStore::Error("no policy for id " + std::to_string(id) + " in " + directory);
-}
-
-PolicyStore::Error UnusablePolicy(const std::string& path) {
-    return PolicyStore::Error("not a policy file, or a damaged one: " + path);
-}
-
 std::string ParentDirectory(const std::string& path) {
     const std::size_t separator = path.find_last_of('/');
     if (separator == std::string::npos) {
@@ -200,25 +192,23 @@ std::vector<PolicyStore::Item> PolicyStore::Read(int id) const {
     PolicyDatabase database;
     if (!database.Open(path.c_str())) {
         if (errno == ENOENT) {
-            throw MissingPolicy(id, directory_);
+            throw Error("no policy for id " + std::to_string(id) + " in " + directory_);
         }
-        if (errno == EINVAL) {
-            throw UnusablePolicy(path);
-        }
-        Fail("cannot read", path);
+        Fail("cannot read the policy", path);
     }
-    std::vector<Item> items;
-    if (!database.ReadItems(items)) {
-        throw UnusablePolicy(path);
+    auto items = database.Items();
+    if (!items) {
+        errno = EINVAL;
+        Fail("cannot read the policy", path);
     }
-    return items;
+    return std::move(*items);
 }
 
 void PolicyStore::Remove(int id) const {
     const std::string path = PolicyPath(id);
     if (unlink(path.c_str()) != 0) {
         if (errno == ENOENT) {
-            throw MissingPolicy(id, directory_);
+            throw Error("no policy for id " + std::to_string(id) + " in " + directory_);
         }
         Fail("cannot remove", path);
     }

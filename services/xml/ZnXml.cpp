@@ -77,15 +77,22 @@ bool ZnXml::LoadPolicyShareMemory(int id) {
 }
 
 bool ZnXml::GetXmlContent(const char* key, std::string& value) {
-    return impl_ && key != nullptr && impl_->database.Find(key, value);
+    if (!impl_ || key == nullptr) {
+        return false;
+    }
+    const auto text = impl_->database.Find(key);
+    if (text) {
+        value.assign(*text);
+    }
+    return text.has_value();
 }
 
 bool ZnXml::GetXmlContent(const char* key, int& value) {
-    std::string text;
-    if (!GetXmlContent(key, text)) {
+    if (!impl_ || key == nullptr) {
         return false;
     }
-    const std::optional<int> number = ToInteger(text);
+    const auto text = impl_->database.Find(key);
+    const auto number = text ? ToInteger(*text) : std::nullopt;
     if (number) {
         value = *number;
     }
