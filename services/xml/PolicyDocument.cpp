@@ -72,9 +72,9 @@ class DocumentReader {
             Refuse(PolicyStore::kMaxDocumentSize, "the document is larger than 16 MiB");
         }
         CheckCharacters();
-        // The line end makes sure that the parser, which lets a last "<" pass, sees another
-        // character last.
-        std::string buffer = std::string(xml_) + "\n";
+        // The line ends keep a "<" from being among the last two characters, where the parser would
+        // let it pass.
+        std::string buffer = std::string(xml_) + "\n\n";
         pugi::xml_document document;
         const pugi::xml_parse_result result = document.load_buffer_inplace(
             buffer.data(), buffer.size(), kParseOptions, pugi::encoding_utf8);
