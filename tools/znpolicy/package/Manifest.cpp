@@ -1,0 +1,87 @@
+#include "Manifest.h"
+
+#include <algorithm>
+#include <array>
+#include <stdexcept>
+
+#include "ZnIni.h"
+
+namespace {
+
+const char* const kTypeSection = "Package_Intall_Type";
+const char* const kTypeKey = "PackageIntallType";
+
+// The longest value that the installer reads; it cuts longer ones.
+constexpr size_t kValueMax = 258;
+
+class ManifestReader {
+   public:
+    ManifestReader(const std::string& path, const std::string& name) : path_(path), name_(name) {}
+
+    Manifest Read() {
+        manifest_.platform = Value(kTypeSection, kTypeKey);
+        for (const std::string& key : Keys(manifest_.platform)) {
+            ManifestPath entry;
+            entry.key = key;
+            entry.destination = Value(manifest_.platform, key);
+            for (const std::string& fileKey : Keys(key)) {
+                AddFiles(Where(key, fileKey), Value(key, fileKey), entry.files);
+            }
+            manifest_.paths.push_back(entry);
+        }
+        return manifest_;
+    }
+
+   private:
+    std::string Where(const std::string& section, const std::string& key) const {
+        return name_ + " [" + section + "] " + key;
+    }
+
+    std::set<std::string> Keys(const std::string& section) const {
+        std::set<std::string> keys;
+        if (IniGetStringItems(section.c_str(), keys, path_.c_str()) != 0) {
+            throw std::runtime_error(name_ + ": section [" + section + "] is missing");
+        }
+        return keys;
+    }
+
+    std::string Value(const std::string& section, const std::string& key) {
+        std::array<char, 65536> buffer = {};
+        if (IniGetString(section.c_str(), key.c_str(), "", buffer.data(),
+                         static_cast<int>(buffer.size()), path_.c_str()) != 0) {
+            throw std::runtime_error(Where(section, key) + " is missing");
+        }
+        std::string value = buffer.data();
+        if (value.size() > kValueMax) {
+            manifest_.oddities.push_back(Where(section, key) + " has more than " +
+                                         std::to_string(kValueMax) + " bytes and is cut there");
+            value.resize(kValueMax);
+        }
+        return value;
+    }
+
+    // Adds the elements of a list; the first empty one ends it.
+    void AddFiles(const std::string& where, const std::string& list, std::set<std::string>& files) {
+        size_t start = 0;
+        while (start < list.size()) {
+            const size_t comma = std::min(list.find(',', start), list.size());
+            if (comma == start) {
+                manifest_.oddities.push_back(where + ": an empty element ends the list; \"" +
+                                             list.substr(start) + "\" is passed over");
+                return;
+            }
+            files.insert(list.substr(start, comma - start));
+            start = comma + 1;
+        }
+    }
+
+    std::string path_;
+    std::string name_;
+    Manifest manifest_;
+};
+
+}  // namespace
+
+Manifest ReadManifest(const std::string& path, const std::string& name) {
+    return ManifestReader(path, name).Read();
+}

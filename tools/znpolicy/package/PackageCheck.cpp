@@ -1,0 +1,175 @@
+#include "PackageCheck.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <stdexcept>
+
+#include "ScratchDirectory.h"
+#include "ZipArchive.h"
+
+namespace {
+
+// Whether a path has a ".." component.
+bool ClimbsOut(const std::string& path) {
+    const std::filesystem::path components(path);
+    return std::find(components.begin(), components.end(), "..") != components.end();
+}
+
+// Characters that mean something to the shell, which is given the zip's path unquoted.
+bool HasShellCharacters(const std::string& path) {
+    return path.find_first_of(" \t\n\r\"'`$&|;<>()[]{}*?!#~\\") != std::string::npos;
+}
+
+class Checker {
+   public:
+    Checker(const std::string& path, const std::string& platform)
+        : path_(path), platform_(platform), archive_(path) {}
+
+    PackageReport Check() {
+        CheckPath();
+        CheckEntries();
+        CheckManifest();
+        return report_;
+    }
+
+   private:
+    void Error(const std::string& text) {
+        report_.findings.push_back({true, text});
+    }
+    void Warning(const std::string& text) {
+        report_.findings.push_back({false, text});
+    }
+
+    void CheckPath() {
+        const std::string name = path_.substr(path_.rfind('/') + 1);
+        if (HasShellCharacters(path_)) {
+            Warning(
+                "the zip's path has blanks or shell characters, and the shell splits or runs "
+                "them when the zip is unpacked");
+        }
+        if (name.find(".zip") == std::string::npos) {
+            Error("the file name has no \".zip\"");
+        } else if (name.find(".zip") + 4 != name.size()) {
+            Warning("\".zip\" is not the end of the file name: the zip is unpacked into \"" +
+                    name.substr(0, name.find(".zip")) + "\", but installed from \"" +
+                    name.substr(0, name.rfind('.')) + "\"");
+        }
+        if (name.find("_Server") == std::string::npos &&
+            name.find("_Client") == std::string::npos) {
+            Warning(
+                "the file name has neither \"_Server\" nor \"_Client\": no side selects it by "
+                "its name");
+        }
+    }
+
+    void CheckEntries() {
+        for (const ZipEntry& entry : archive_.Entries()) {
+            if (entry.isLink) {
+                Warning(entry.name + " is a link: what it points at is installed");
+            }
+            if (ClimbsOut(entry.name) || entry.name.front() == '/') {
+                Warning(entry.name + " climbs out of the package's directory");
+            }
+        }
+    }
+
+    void CheckManifest() {
+        const ZipEntry* entry = archive_.Find("FileList.ini");
+        if (entry == nullptr || entry->isLink) {
+            Error(entry == nullptr ? "there is no FileList.ini"
+                                   : "FileList.ini is a link and is not looked at");
+            return;
+        }
+        const ScratchDirectory scratch;
+        const std::string file = scratch.Path() + "/FileList.ini";
+        archive_.Extract(entry->name, file);
+        try {
+            CheckContents(ReadManifest(file, "FileList.ini"));
+        } catch (const std::runtime_error& error) {
+            Error(error.what());
+        }
+    }
+
+    void CheckContents(const Manifest& manifest) {
+        report_.platform = manifest.platform;
+        CheckPlatform(manifest.platform);
+        for (const std::string& oddity : manifest.oddities) {
+            Warning(oddity);
+        }
+        if (manifest.paths.empty()) {
+            Warning("section [" + manifest.platform + "] is empty: nothing is installed");
+        }
+        for (const ManifestPath& path : manifest.paths) {
+            CheckDestination(path);
+            for (const std::string& name : path.files) {
+                CheckFile(path, name);
+            }
+        }
+    }
+
+    void CheckPlatform(const std::string& platform) {
+        if (platform.size() < 2) {
+            Error("platform \"" + platform + "\" is shorter than 2 characters: no machine matches");
+        } else if (!platform_.empty() && platform.compare(0, platform_.size(), platform_) != 0) {
+            Error("the package is for platform \"" + platform + "\", not for \"" + platform_ +
+                  "\"");
+        }
+    }
+
+    void CheckDestination(const ManifestPath& path) {
+        const std::string where = path.key + "=" + path.destination;
+        if (path.destination.empty() || path.destination.back() != '/') {
+            Warning(where + " does not end with \"/\": file names are glued to it");
+        }
+        if (path.destination.empty() || path.destination.front() != '/') {
+            Warning(where + " is not an absolute path: it depends on where the process runs");
+        }
+        if (ClimbsOut(path.destination)) {
+            Warning(where + " climbs with \"..\"");
+        }
+        if (path.files.empty()) {
+            Warning(where + " has no files");
+        }
+    }
+
+    void CheckFile(const ManifestPath& path, const std::string& name) {
+        ++report_.fileCount;
+        const std::string where = "[" + path.key + "] \"" + name + "\"";
+        const ZipEntry* entry = archive_.Find("Common/" + name);
+        if (entry == nullptr) {
+            Error(where + " is listed, but Common/" + name + " is not in the zip");
+        } else if (entry->size == 0 || entry->isDirectory) {
+            Error(where + " is listed, but Common/" + name + " is empty");
+        }
+        if (ClimbsOut(name)) {
+            Warning(where + " climbs with \"..\"");
+        }
+        if (name.front() == ' ' || name.back() == ' ') {
+            Warning(where + " begins or ends with a blank, which is part of the name");
+        }
+        const std::string destination = path.destination + name;
+        const auto [other, isNew] = owners_.emplace(destination, path.key);
+        if (!isNew) {
+            Warning(destination + " is placed by [" + other->second + "] and by [" + path.key +
+                    "]");
+        }
+    }
+
+    std::string path_;
+    std::string platform_;
+    ZipArchive archive_;
+    PackageReport report_;
+    std::map<std::string, std::string> owners_;  // path key by destination
+};
+
+}  // namespace
+
+bool PackageReport::HasErrors() const {
+    return std::any_of(findings.begin(), findings.end(),
+                       [](const Finding& finding) { return finding.isError; });
+}
+
+PackageReport CheckPackage(const std::string& path, const std::string& platform) {
+    return Checker(path, platform).Check();
+}

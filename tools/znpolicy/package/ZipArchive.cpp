@@ -1,0 +1,125 @@
+#include "ZipArchive.h"
+
+#include <sys/stat.h>
+#include <zip.h>
+
+#include <array>
+#include <fstream>
+#include <stdexcept>
+
+namespace {
+
+[[noreturn]] void Fail(const std::string& path, const std::string& what) {
+    throw std::runtime_error(path + ": " + what);
+}
+
+std::string ErrorText(int code) {
+    zip_error_t error;
+    zip_error_init_with_code(&error, code);
+    std::string text = zip_error_strerror(&error);
+    zip_error_fini(&error);
+    return text;
+}
+
+// The Unix mode of an entry, 0 when the archive does not tell.
+mode_t UnixMode(zip* archive, zip_uint64_t index) {
+    zip_uint8_t system = 0;
+    zip_uint32_t attributes = 0;
+    if (zip_file_get_external_attributes(archive, index, 0, &system, &attributes) != 0 ||
+        system != ZIP_OPSYS_UNIX) {
+        return 0;
+    }
+    return static_cast<mode_t>(attributes >> 16U);
+}
+
+ZipEntry ReadEntry(zip* archive, zip_uint64_t index, const std::string& path) {
+    zip_stat_t status;
+    if (zip_stat_index(archive, index, ZIP_FL_ENC_RAW, &status) != 0) {
+        Fail(path, zip_strerror(archive));
+    }
+    ZipEntry entry;
+    entry.name = status.name;
+    entry.size = status.size;
+    entry.isDirectory = !entry.name.empty() && entry.name.back() == '/';
+    entry.isLink = S_ISLNK(UnixMode(archive, index));
+    return entry;
+}
+
+}  // namespace
+
+ZipArchive::ZipArchive(const std::string& path) : path_(path) {
+    int code = 0;
+    zip* archive = zip_open(path.c_str(), ZIP_RDONLY, &code);
+    if (archive == nullptr) {
+        Fail(path, ErrorText(code));
+    }
+    zip_ = {archive, [](zip* opened) { zip_discard(opened); }};
+    const zip_int64_t count = zip_get_num_entries(archive, 0);
+    for (zip_int64_t i = 0; i < count; ++i) {
+        entries_.push_back(ReadEntry(archive, static_cast<zip_uint64_t>(i), path));
+    }
+}
+
+const ZipEntry* ZipArchive::Find(const std::string& name) const {
+    const ZipEntry* found = nullptr;
+    for (const ZipEntry& entry : entries_) {
+        if (entry.name == name) {
+            found = &entry;
+        }
+    }
+    return found;
+}
+
+void ZipArchive::Extract(const std::string& name, const std::string& path) const {
+    const ZipEntry* entry = Find(name);
+    if (entry == nullptr) {
+        Fail(path_, "no entry " + name);
+    }
+    const auto index = static_cast<zip_uint64_t>(entry - entries_.data());
+    const std::unique_ptr<zip_file_t, int (*)(zip_file_t*)> file(
+        zip_fopen_index(zip_.get(), index, 0), zip_fclose);
+    if (file == nullptr) {
+        Fail(path_, name + ": " + zip_strerror(zip_.get()));
+    }
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    std::array<char, 65536> buffer = {};
+    zip_int64_t count = 0;
+    while ((count = zip_fread(file.get(), buffer.data(), buffer.size())) > 0) {
+        out.write(buffer.data(), static_cast<std::streamsize>(count));
+    }
+    if (count < 0) {
+        Fail(path_, name + ": " + zip_file_strerror(file.get()));
+    }
+    out.close();
+    if (!out) {
+        Fail(path, "cannot be written");
+    }
+}
+
+void WriteZip(const std::string& path,
+              const std::vector<std::pair<std::string, std::string>>& files) {
+    int code = 0;
+    zip* archive = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &code);
+    if (archive == nullptr) {
+        Fail(path, ErrorText(code));
+    }
+    for (const auto& [name, file] : files) {
+        zip_source_t* source = zip_source_file(archive, file.c_str(), 0, -1);
+        const zip_int64_t index =
+            source == nullptr ? -1 : zip_file_add(archive, name.c_str(), source, ZIP_FL_ENC_GUESS);
+        struct stat status = {};
+        if (index < 0 || stat(file.c_str(), &status) != 0) {
+            const std::string what = file + ": " + zip_strerror(archive);
+            zip_discard(archive);
+            Fail(path, what);
+        }
+        zip_file_set_external_attributes(archive, static_cast<zip_uint64_t>(index), 0,
+                                         ZIP_OPSYS_UNIX,
+                                         static_cast<zip_uint32_t>(status.st_mode) << 16U);
+    }
+    if (zip_close(archive) != 0) {
+        const std::string what = zip_strerror(archive);
+        zip_discard(archive);
+        Fail(path, what);
+    }
+}
