@@ -41,6 +41,7 @@ struct ModuleItems {
 
 std::vector<ModuleItems> NameModuleItems() {
     std::vector<ModuleItems> named;
+    named.reserve(MODULE_NAME.size());
     for (const std::string& module : MODULE_NAME) {
         named.push_back({module, GetCfgName(module, BANDWIDTH_SPECIFIED),
                          GetCfgName(module, BANDWIDTH),
