@@ -68,7 +68,7 @@ class Checker {
             if (entry.isLink) {
                 Warning(entry.name + " is a link: what it points at is installed");
             }
-            if (ClimbsOut(entry.name) || entry.name.front() == '/') {
+            if (ClimbsOut(entry.name) || entry.name.rfind("/", 0) == 0) {
                 Warning(entry.name + " climbs out of the package's directory");
             }
         }
