@@ -597,6 +597,33 @@ TEST_F(InstallCommand, NoMarkIsLeftWhenTheLastPathKeyFindsEverythingUnchanged) {
     EXPECT_THAT(ScriptedFiles::Get().fixedFiles, IsEmpty());
 }
 
+TEST_F(InstallCommand, AMarkThatStillExistsIsAFailureBeforeAnyFileIsTouched) {
+    List("a");
+    Source("a", "new");
+    ScriptedFiles::Get().fixedFiles[kMark] = "/of/an/earlier/install";
+    for (const int result : {-1, 0}) {  // it is its existence that counts
+        SCOPED_TRACE(result);
+        RecordingLogger::Clear();
+        ScriptedFiles::Get().calls.clear();
+        ScriptedFiles::Get().removeFile = [&](const std::string&) { return result; };
+        ExpectInstallFails({NotInstalled("Failed RemoveFile:" + kMark)});
+        EXPECT_THAT(ScriptedFiles::Get().calls, ElementsAre("remove " + kMark));
+        EXPECT_FALSE(fs::exists(destination_));
+    }
+}
+
+TEST_F(InstallCommand, AMarkThatIsGoneIsNoFailureWhateverTheDeletionReturned) {
+    List("a");
+    Source("a", "new");
+    ScriptedFiles::Get().fixedFiles[kMark] = "/of/an/earlier/install";
+    ScriptedFiles::Get().removeFile = [](const std::string& path) {
+        ScriptedFiles::Get().fixedFiles.erase(path);
+        return -1;
+    };
+    EXPECT_EQ(Install(), 0);
+    EXPECT_EQ(Mark(), destination_ + "a");
+}
+
 TEST_F(InstallCommand, AMarkThatCannotBeWrittenDoesNotMatter) {
     List("a");
     Source("a", "new");
