@@ -1,1 +1,92 @@
-int main() { return 0; }
+// znpolicy: publishes policies, shows what the library makes of them, handles plugin packages.
+#include <CLI/CLI.hpp>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <optional>
+#include <string>
+
+#include "Context.h"
+
+namespace {
+
+// Options that hold for every command. They reach the library through the environment, as they
+// would from outside.
+struct GlobalOptions {
+    std::optional<std::string> store;
+    std::optional<std::string> processDirectory;
+    std::optional<std::string> logLevel;
+    std::optional<std::string> logFile;
+
+    void AddTo(CLI::App& app) {
+        app.add_option("--store", store, "Directory of the policy store")->type_name("DIR");
+        app.add_option("--process-dir", processDirectory,
+                       "Directory that stands for the running program's")
+            ->type_name("DIR");
+        app.add_option("--log-level", logLevel, "Show log records up to this level")
+            ->check(CLI::IsMember({"off", "error", "warning", "info", "debug"}));
+        app.add_option("--log-file", logFile, "Write log records to this file")->type_name("FILE");
+    }
+
+    void Apply() const {
+        Set("ZN_POLICY_STORE", store);
+        Set("ZN_PROCESS_DIRECTORY", processDirectory);
+        Set("ZN_LOG_FILE", logFile);
+        Set("ZN_LOG_LEVEL", logLevel);
+        if (std::getenv("ZN_LOG_LEVEL") == nullptr && std::getenv("ZN_LOG_FILE") == nullptr) {
+            setenv("ZN_LOG_LEVEL", "off", 1);  // nobody asked for records
+        }
+    }
+
+   private:
+    static void Set(const char* name, const std::optional<std::string>& value) {
+        if (value) {
+            setenv(name, value->c_str(), 1);
+        }
+    }
+};
+
+int Run(const Context& context) {
+    try {
+        const int status = context.run();
+        std::cout.flush();
+        if (!std::cout) {
+            std::cerr << "znpolicy: cannot write to standard output\n";
+            return kFailed;
+        }
+        return status;
+    } catch (const std::exception& error) {
+        std::cout.flush();
+        std::cerr << "znpolicy: " << error.what() << '\n';
+        return kFailed;
+    }
+}
+
+}  // namespace
+
+void AddJsonOption(CLI::App& command, Context& context) {
+    command.add_flag("--json", context.json, "Answer in JSON");
+}
+
+int main(int argc, char** argv) {
+    CLI::App app("Publishes policies, shows what sessions make of them, handles plugin packages.",
+                 "znpolicy");
+    app.set_version_flag("--version", std::string("znpolicy ") + ZN_VERSION);
+    app.require_subcommand(1);
+    app.fallthrough();  // global options may stand after the command as well
+    GlobalOptions options;
+    options.AddTo(app);
+    Context context;
+    AddPolicyCommands(app, context);
+    AddSessionCommand(app, context);
+    AddVcCommands(app, context);
+    AddUpdateCommands(app, context);
+    AddPackageCommands(app, context);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kDone : kWrongUsage;
+    }
+    options.Apply();
+    return Run(context);
+}

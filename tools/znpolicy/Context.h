@@ -1,0 +1,33 @@
+// What every command of the program is given.
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+struct Context {
+    bool json = false;  // answer in JSON instead of a table
+
+    // What the chosen command does, run once the whole command line has been understood. Its result
+    // is the exit status; an exception it throws becomes one line on standard error and status 1.
+    std::function<int()> run;
+};
+
+// Exit statuses.
+constexpr int kDone = 0;
+constexpr int kFailed = 1;
+constexpr int kWrongUsage = 2;
+
+// Each adds a group of commands.
+void AddPolicyCommands(CLI::App& app, Context& context);
+void AddSessionCommand(CLI::App& app, Context& context);
+void AddVcCommands(CLI::App& app, Context& context);
+void AddUpdateCommands(CLI::App& app, Context& context);
+void AddPackageCommands(CLI::App& app, Context& context);
+void AddInstallCommands(CLI::App& package, Context& context);
+
+// Adds the option --json to a command.
+void AddJsonOption(CLI::App& command, Context& context);

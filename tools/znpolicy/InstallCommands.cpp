@@ -1,0 +1,241 @@
+// znpolicy package install and plan: the whole flow for one side.
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "Context.h"
+#include "Input.h"
+#include "Progress.h"
+#include "Records.h"
+#include "ZnCrypto.h"
+#include "ZnVcUpdate.h"
+#include "package/InstallPlan.h"
+
+namespace {
+
+struct Arguments {
+    std::string side;
+    std::string root;
+    std::string update;
+    int terminal = 0;
+    bool fromTerminal = false;
+
+    ZnSide Side() const {
+        return side == "server" ? SERVER_SIDE : CLIENT_SIDE;
+    }
+};
+
+std::vector<ZnPackageInfo> ReadRecords(const Arguments& arguments, bool mayStore) {
+    if (!arguments.fromTerminal) {
+        return ParseUpdateDescription(ReadInput(arguments.update), arguments.update);
+    }
+    const std::string name =
+        "the update description of policy " + std::to_string(arguments.terminal);
+    const std::string text = mayStore ? TakeUpdateDescription(arguments.terminal)
+                                      : PeekUpdateDescription(arguments.terminal);
+    return ParseUpdateDescription(text, name);
+}
+
+// --- plan ---
+
+Json FileToJson(const PlannedFile& file, const std::string& result) {
+    return {{"file", file.source},
+            {"destination", file.destination},
+            {"result", result},
+            {"reason", file.reason}};
+}
+
+Json PackageToJson(const PlannedPackage& package) {
+    return {{"zip", package.zip},
+            {"platform", package.platform},
+            {"reason", package.reason},
+            {"files", Json::array()}};
+}
+
+void PrintPlanAsJson(const InstallPlan& plan) {
+    Json packages = Json::array();
+    for (const PlannedPackage& package : plan.packages) {
+        Json entry = PackageToJson(package);
+        for (const PlannedFile& file : package.files) {
+            Json fileEntry = FileToJson(file, ActionName(file.action));
+            fileEntry["dropsBackup"] = file.dropsBackup;
+            entry["files"].push_back(fileEntry);
+        }
+        packages.push_back(entry);
+    }
+    PrintJson({{"bundles", plan.bundles}, {"unmatched", plan.unmatched}, {"packages", packages}});
+}
+
+void PrintPlanAsTable(const InstallPlan& plan) {
+    for (const std::string& bundle : plan.bundles) {
+        std::cout << "unpack the bundle " << Printable(bundle) << '\n';
+    }
+    for (const std::string& zip : plan.unmatched) {
+        std::cout << "leave alone " << Printable(zip) << ": no record asks for it\n";
+    }
+    for (const PlannedPackage& package : plan.packages) {
+        std::cout << Printable(package.zip) << '\n';
+        if (!package.reason.empty()) {
+            std::cout << "  would fail: " << Printable(package.reason) << '\n';
+            continue;
+        }
+        Table table({"  ACTION", "DESTINATION", "NOTE"});
+        for (const PlannedFile& file : package.files) {
+            table.AddRow({std::string("  ") + ActionName(file.action), file.destination,
+                          file.dropsBackup ? "the older .bak is deleted" : file.reason});
+        }
+        table.Print();
+    }
+}
+
+int Plan(const Arguments& arguments, bool json) {
+    const InstallPlan plan =
+        PlanInstallation(arguments.root, arguments.Side(), ReadRecords(arguments, false));
+    if (json) {
+        PrintPlanAsJson(plan);
+    } else {
+        PrintPlanAsTable(plan);
+    }
+    if (plan.Fails()) {
+        throw std::runtime_error("the installation would fail");
+    }
+    return kDone;
+}
+
+// --- install ---
+
+// What became of a planned file, judged by what is on disk now.
+struct Outcome {
+    size_t installed = 0;
+    size_t unchanged = 0;
+    size_t failed = 0;
+    size_t backups = 0;
+};
+
+bool IsInPlace(const PlannedFile& file) {
+    return !file.digest.empty() && ZnSha256::FileSha256Value(file.destination) == file.digest;
+}
+
+bool HasBackup(const PlannedFile& file) {
+    return !file.digestBefore.empty() &&
+           ZnSha256::FileSha256Value(file.destination + ".bak") == file.digestBefore;
+}
+
+const char* Judge(const PlannedFile& file, Outcome& outcome) {
+    if (!IsInPlace(file)) {
+        ++outcome.failed;
+        return "failed";
+    }
+    if (file.action == FileAction::kUnchanged) {
+        ++outcome.unchanged;
+        return "unchanged";
+    }
+    ++outcome.installed;
+    outcome.backups += file.action == FileAction::kReplace && HasBackup(file);
+    return "installed";
+}
+
+// Prints what became of every package; returns how many of them failed.
+size_t PrintSummary(const InstallPlan& plan, bool json) {
+    Json packages = Json::array();
+    Table table({"PACKAGE", "INSTALLED", "UNCHANGED", "FAILED", "BACKUPS", "REASON"});
+    size_t failures = 0;
+    for (const PlannedPackage& package : plan.packages) {
+        Json entry = PackageToJson(package);
+        Outcome outcome;
+        std::string reason = package.reason;
+        for (const PlannedFile& file : package.files) {
+            entry["files"].push_back(FileToJson(file, Judge(file, outcome)));
+            if (reason.empty() && !file.reason.empty()) {
+                reason = file.destination + ": " + file.reason;
+            }
+        }
+        entry["installed"] = outcome.installed;
+        entry["unchanged"] = outcome.unchanged;
+        entry["failed"] = outcome.failed;
+        entry["backups"] = outcome.backups;
+        packages.push_back(entry);
+        table.AddRow({package.zip.substr(package.zip.rfind('/') + 1),
+                      std::to_string(outcome.installed), std::to_string(outcome.unchanged),
+                      std::to_string(outcome.failed), std::to_string(outcome.backups), reason});
+        failures += !reason.empty() || outcome.failed > 0;
+    }
+    if (json) {
+        PrintJson(
+            {{"bundles", plan.bundles}, {"unmatched", plan.unmatched}, {"packages", packages}});
+    } else if (table.IsEmpty()) {
+        std::cout << "nothing to install: no record asks for a zip of this side\n";
+    } else {
+        table.Print();
+    }
+    return failures;
+}
+
+int Install(const Arguments& arguments, bool json) {
+    const std::vector<ZnPackageInfo> records = ReadRecords(arguments, true);
+    const InstallPlan plan = PlanInstallation(arguments.root, arguments.Side(), records);
+    int result = 0;
+    {
+        const Progress progress("installing", 0);
+        result = ZnVcUpdate::BuildVcInstallList(arguments.root, arguments.Side(), records);
+    }
+    const size_t failures = PrintSummary(plan, json);
+    if (result != 0) {
+        throw std::runtime_error("the installation stopped: a zip could not be unpacked");
+    }
+    if (failures > 0) {
+        throw std::runtime_error(std::to_string(failures) + " packages were not installed");
+    }
+    return kDone;
+}
+
+void AddArguments(CLI::App& command, Arguments& arguments) {
+    command.add_option("--side", arguments.side, "server or client")
+        ->check(CLI::IsMember({"server", "client"}))
+        ->required();
+    command
+        .add_option("--root", arguments.root, "The microservices directory, which holds Package")
+        ->type_name("DIR")
+        ->required();
+    CLI::Option_group* source = command.add_option_group("records", "Where the records come from");
+    source
+        ->add_option("--update", arguments.update,
+                     "File with an update description; - for "
+                     "standard input")
+        ->type_name("FILE");
+    source
+        ->add_option_function<int>(
+            "--terminal",
+            [&arguments](int id) {
+                arguments.terminal = id;
+                arguments.fromTerminal = true;
+            },
+            "Terminal whose policy carries the update description")
+        ->type_name("ID");
+    source->require_option(1);
+}
+
+}  // namespace
+
+void AddInstallCommands(CLI::App& package, Context& context) {
+    const auto arguments = std::make_shared<Arguments>();
+    CLI::App* install =
+        package.add_subcommand("install", "Install one side's packages that the records ask for");
+    AddArguments(*install, *arguments);
+    AddJsonOption(*install, context);
+    install->callback([=, &context] {
+        context.run = [=, &context] { return Install(*arguments, context.json); };
+    });
+
+    CLI::App* plan = package.add_subcommand(
+        "plan", "Tell file by file what install would do, without touching anything");
+    AddArguments(*plan, *arguments);
+    AddJsonOption(*plan, context);
+    plan->callback(
+        [=, &context] { context.run = [=, &context] { return Plan(*arguments, context.json); }; });
+}

@@ -1,0 +1,262 @@
+// znpolicy package: local package zips.
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "Context.h"
+#include "Progress.h"
+#include "Records.h"
+#include "ZnCrypto.h"
+#include "ZnFileSys.h"
+#include "ZnVcUpdate.h"
+#include "package/PackageBuild.h"
+#include "package/PackageCheck.h"
+#include "package/PackageFolder.h"
+#include "package/Rollback.h"
+
+namespace {
+
+int Scan(const std::string& directory, bool json) {
+    std::vector<ZnPackageInfo> records;
+    {
+        const Progress progress("scanning " + directory, 0);
+        if (ZnVcUpdate::ZnScanLocalZipFiles(directory, records) != 0) {
+            throw std::runtime_error(directory + ": no such directory");
+        }
+    }
+    if (!json) {
+        PrintRecords(records);
+        return kDone;
+    }
+    Json document = Json::array();
+    for (const ZnPackageInfo& record : records) {
+        document.push_back({{"packageName", FieldText(record.packageName)},
+                            {"sha256Hash", FieldText(record.sha256Hash)},
+                            {"size", record.size}});
+    }
+    PrintJson(document);
+    return kDone;
+}
+
+// Unpacks one zip and makes sure that its files are there, which the library leaves to its callers.
+void UnpackOne(const std::string& zip) {
+    const PackageFolder folder(zip);
+    if (ZnVcUpdate::UnZipVcPackage(zip) != 0) {
+        throw std::runtime_error(zip + ": no \".zip\" in the path");
+    }
+    for (const ZipEntry& entry : folder.Archive().Entries()) {
+        const std::string path = folder.UnpackedPath() + "/" + entry.name;
+        if (!entry.isLink && access(path.c_str(), F_OK) != 0) {
+            throw std::runtime_error(zip + ": unzip did not make " + path +
+                                     "; is unzip installed, and is the disk full?");
+        }
+    }
+}
+
+int Unzip(const std::vector<std::string>& zips) {
+    Progress progress("unpacking", zips.size());
+    for (const std::string& zip : zips) {
+        // A bare file name has no directory for the library to unpack into.
+        UnpackOne(zip.find('/') == std::string::npos ? "./" + zip : zip);
+        progress.Step();
+    }
+    return kDone;
+}
+
+int PackagePath(const std::string& name, const std::string& subDirectory) {
+    std::string microservices;
+    if (ZnVcUpdate::ZnCreateMicroservicePackagePath(subDirectory, name, microservices) != 0) {
+        throw std::runtime_error(
+            name.find("Client") == std::string::npos && name.find("Server") == std::string::npos
+                ? "\"" + name + "\" has neither \"Client\" nor \"Server\" in it"
+                : "the directories below " + microservices + " cannot be made");
+    }
+    std::string path = microservices + "/Package/";
+    if (name.find("Client") == std::string::npos) {
+        path += "Server/";
+    } else {
+        path += "Client/" + name.substr(0, name.find(".zip")) + "_Release/";
+    }
+    ZnVcUpdate::RepairPath(path);
+    std::cout << path << '\n';
+    return kDone;
+}
+
+Json ReportToJson(const PackageReport& report) {
+    Json document = {{"platform", report.platform},
+                     {"files", report.fileCount},
+                     {"errors", Json::array()},
+                     {"warnings", Json::array()}};
+    for (const Finding& finding : report.findings) {
+        document[finding.isError ? "errors" : "warnings"].push_back(finding.text);
+    }
+    return document;
+}
+
+void PrintReport(std::ostream& out, const std::string& name, const PackageReport& report) {
+    for (const Finding& finding : report.findings) {
+        out << name << (finding.isError ? ": error: " : ": warning: ") << Printable(finding.text)
+            << '\n';
+    }
+}
+
+int Check(const std::string& zip, const std::string& platform, bool json) {
+    const PackageReport report = CheckPackage(zip, platform);
+    if (json) {
+        PrintJson(ReportToJson(report));
+    } else {
+        PrintReport(std::cout, zip, report);
+        std::cout << zip << ": " << report.fileCount << " files for platform \""
+                  << Printable(report.platform) << "\"\n";
+    }
+    if (report.HasErrors()) {
+        throw std::runtime_error(zip + ": the installer would refuse this package");
+    }
+    return kDone;
+}
+
+struct BuildArguments {
+    std::string directory;
+    std::string output;
+    std::string application;
+    std::string description;
+    std::string downloadUrl;
+    std::string releaseDate;
+    std::string microserviceName;
+    std::string version;
+};
+
+// The record of a package just built, as an update description.
+Json DescribePackage(const BuildArguments& arguments, const std::string& zip,
+                     const PackageReport& report) {
+    const std::string digest = ZnSha256::FileSha256Value(zip);
+    return {{"packageInfo",
+             {{{"application", arguments.application},
+               {"description", arguments.description},
+               {"downloadUrl", arguments.downloadUrl},
+               {"downloadZipSha256Hash", digest},
+               {"releaseDate", arguments.releaseDate},
+               {"microserviceName", arguments.microserviceName},
+               {"version", arguments.version},
+               {"platform", report.platform},
+               {"packageName", zip.substr(zip.rfind('/') + 1)},
+               {"sha256Hash", digest},
+               {"size", std::to_string(ZnFile::FileSize(zip.c_str()))}}}}};
+}
+
+int Build(BuildArguments arguments) {
+    arguments.directory.erase(arguments.directory.find_last_not_of('/') + 1);
+    const std::string zip =
+        arguments.output.empty() ? arguments.directory + ".zip" : arguments.output;
+    const PackageReport report = BuildPackage(arguments.directory, zip);
+    PrintReport(std::cerr, zip, report);
+    if (report.HasErrors()) {
+        throw std::runtime_error(zip + ": not built; the installer would refuse the package");
+    }
+    PrintJson(DescribePackage(arguments, zip, report));
+    return kDone;
+}
+
+int RollBackPackage(const std::string& package, bool force, bool json) {
+    const std::vector<RolledBackFile> files = RollBack(package, force);
+    Json document = Json::array();
+    Table table({"FILE", "RESULT", "REASON"});
+    size_t notDone = 0;
+    for (const RolledBackFile& file : files) {
+        document.push_back({{"file", file.destination},
+                            {"result", ActionName(file.action)},
+                            {"reason", file.reason}});
+        table.AddRow({file.destination, ActionName(file.action), file.reason});
+        notDone += file.action == RollbackAction::kFailed || file.action == RollbackAction::kKept;
+    }
+    if (json) {
+        PrintJson(document);
+    } else {
+        table.Print();
+    }
+    if (notDone > 0) {
+        throw std::runtime_error(package + ": " + std::to_string(notDone) +
+                                 " files were not put back");
+    }
+    return kDone;
+}
+
+void AddZipCommands(CLI::App& package, Context& context) {
+    const auto directory = std::make_shared<std::string>();
+    CLI::App* scan = package.add_subcommand("scan", "List the package zips below a directory");
+    scan->add_option("DIR", *directory)->required();
+    AddJsonOption(*scan, context);
+    scan->callback(
+        [=, &context] { context.run = [=, &context] { return Scan(*directory, context.json); }; });
+
+    const auto zips = std::make_shared<std::vector<std::string>>();
+    CLI::App* unzip = package.add_subcommand("unzip", "Unpack package zips beside themselves");
+    unzip->add_option("FILE", *zips)->required();
+    unzip->callback([=, &context] { context.run = [=] { return Unzip(*zips); }; });
+
+    const auto name = std::make_shared<std::string>();
+    const auto subDirectory = std::make_shared<std::string>("Package");
+    CLI::App* path = package.add_subcommand("path", "Make and print the directory of a package");
+    path->add_option("NAME", *name, "File name of the package zip")->required();
+    path->add_option("--sub", *subDirectory, "Directory to make below microservices")
+        ->capture_default_str();
+    path->callback(
+        [=, &context] { context.run = [=] { return PackagePath(*name, *subDirectory); }; });
+}
+
+void AddAuthorCommands(CLI::App& package, Context& context) {
+    const auto zip = std::make_shared<std::string>();
+    const auto platform = std::make_shared<std::string>();
+    CLI::App* check = package.add_subcommand("check", "Look into a package before installing it");
+    check->add_option("ZIP", *zip)->required();
+    check->add_option("--platform", *platform, "Platform that the package should be for");
+    AddJsonOption(*check, context);
+    check->callback([=, &context] {
+        context.run = [=, &context] { return Check(*zip, *platform, context.json); };
+    });
+
+    const auto arguments = std::make_shared<BuildArguments>();
+    CLI::App* build = package.add_subcommand(
+        "build", "Make a package zip from a folder and print its record as an update description");
+    build->add_option("DIR", arguments->directory, "Folder with FileList.ini and Common")
+        ->required();
+    build->add_option("-o,--output", arguments->output, "The zip; DIR.zip unless given");
+    build->add_option("--application", arguments->application);
+    build->add_option("--description", arguments->description);
+    build->add_option("--download-url", arguments->downloadUrl);
+    build->add_option("--release-date", arguments->releaseDate);
+    build->add_option("--microservice", arguments->microserviceName);
+    build->add_option("--package-version", arguments->version);
+    AddJsonOption(*build, context);  // the answer is JSON anyway
+    build->callback([=, &context] { context.run = [=] { return Build(*arguments); }; });
+}
+
+void AddRollbackCommand(CLI::App& package, Context& context) {
+    const auto name = std::make_shared<std::string>();
+    const auto force = std::make_shared<bool>(false);
+    CLI::App* rollback =
+        package.add_subcommand("rollback", "Put back the files that a package replaced");
+    rollback->add_option("PACKAGE", *name, "The zip, or the directory it was unpacked into")
+        ->required();
+    rollback->add_flag("--force", *force, "Also where the file was changed since");
+    AddJsonOption(*rollback, context);
+    rollback->callback([=, &context] {
+        context.run = [=, &context] { return RollBackPackage(*name, *force, context.json); };
+    });
+}
+
+}  // namespace
+
+void AddPackageCommands(CLI::App& app, Context& context) {
+    CLI::App* package = app.add_subcommand("package", "Plugin package zips");
+    package->require_subcommand(1);
+    AddZipCommands(*package, context);
+    AddAuthorCommands(*package, context);
+    AddInstallCommands(*package, context);
+    AddRollbackCommand(*package, context);
+}

@@ -1,0 +1,113 @@
+// znpolicy policy: what is in the policy store.
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+
+#include "Context.h"
+#include "Input.h"
+#include "Output.h"
+#include "PolicyStore.h"
+
+namespace {
+
+// The words of the command line, shared by the commands of the group: only one of them runs.
+struct Arguments {
+    int id = 0;
+    std::string file;
+    std::string item;
+};
+
+int Publish(const Arguments& arguments) {
+    const std::string name = arguments.file == "-" ? "standard input" : arguments.file;
+    const PolicyStore store;
+    const size_t count = store.Publish(arguments.id, ReadInput(arguments.file), name);
+    std::cout << "policy " << arguments.id << ": " << count << " items published in "
+              << store.Directory() << '\n';
+    return kDone;
+}
+
+int List(bool json) {
+    const std::vector<int> ids = PolicyStore().List();
+    if (json) {
+        PrintJson(ids);
+        return kDone;
+    }
+    for (const int id : ids) {
+        std::cout << id << '\n';
+    }
+    return kDone;
+}
+
+int ShowItem(const std::vector<PolicyStore::Item>& items, const Arguments& arguments, bool json) {
+    const auto found = std::find_if(items.begin(), items.end(), [&](const PolicyStore::Item& item) {
+        return item.key == arguments.item;
+    });
+    if (found == items.end()) {
+        throw std::runtime_error("policy " + std::to_string(arguments.id) + " has no item \"" +
+                                 arguments.item + "\"");
+    }
+    if (json) {
+        PrintJson(found->value);
+    } else {
+        std::cout << found->value << '\n';
+    }
+    return kDone;
+}
+
+int Show(const Arguments& arguments, bool json) {
+    const std::vector<PolicyStore::Item> items = PolicyStore().Read(arguments.id);
+    if (!arguments.item.empty()) {
+        return ShowItem(items, arguments, json);
+    }
+    Json document = Json::object();
+    Table table({"ITEM", "VALUE"});
+    for (const PolicyStore::Item& item : items) {
+        document[item.key] = item.value;
+        table.AddRow({item.key, item.value});
+    }
+    if (json) {
+        PrintJson(document);
+    } else {
+        table.Print();
+    }
+    return kDone;
+}
+
+int Remove(const Arguments& arguments) {
+    PolicyStore().Remove(arguments.id);
+    std::cout << "policy " << arguments.id << ": removed\n";
+    return kDone;
+}
+
+}  // namespace
+
+void AddPolicyCommands(CLI::App& app, Context& context) {
+    CLI::App* policy = app.add_subcommand("policy", "Publish, list, show and remove policies");
+    policy->require_subcommand(1);
+    const auto arguments = std::make_shared<Arguments>();
+    const auto addId = [&](CLI::App* command) {
+        command->add_option("ID", arguments->id, "Terminal or session")->required();
+    };
+
+    CLI::App* publish = policy->add_subcommand("publish", "Publish an XML document as a policy");
+    addId(publish);
+    publish->add_option("FILE", arguments->file, "The document; - for standard input")->required();
+    publish->callback([=, &context] { context.run = [=] { return Publish(*arguments); }; });
+
+    CLI::App* list = policy->add_subcommand("list", "List the ids that have a policy");
+    AddJsonOption(*list, context);
+    list->callback([&context] { context.run = [&context] { return List(context.json); }; });
+
+    CLI::App* show = policy->add_subcommand("show", "Show the items of a policy as published");
+    addId(show);
+    show->add_option("ITEM", arguments->item, "Only this item, its value as it stands");
+    AddJsonOption(*show, context);
+    show->callback(
+        [=, &context] { context.run = [=, &context] { return Show(*arguments, context.json); }; });
+
+    CLI::App* remove = policy->add_subcommand("remove", "Remove a policy");
+    addId(remove);
+    remove->callback([=, &context] { context.run = [=] { return Remove(*arguments); }; });
+}

@@ -1,0 +1,37 @@
+// A sign of life while long work goes on.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <mutex>
+#include <string>
+#include <thread>
+
+// Shows a bar on standard error when that is a terminal and the work takes longer than half a
+// second; removes it at the end.
+class Progress {
+   public:
+    // `steps` is the amount of work, or 0 when that is not known: then the time is shown.
+    Progress(std::string what, size_t steps);
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    // One step is done.
+    void Step() {
+        ++done_;
+    }
+
+   private:
+    void Show();
+    void Draw(int seconds) const;
+
+    std::string what_;
+    size_t steps_;
+    std::atomic<size_t> done_{0};
+    std::mutex mutex_;
+    std::condition_variable finished_;
+    bool isFinished_ = false;
+    std::thread thread_;
+};

@@ -1,0 +1,15 @@
+// Virtual-channel items as the commands show them.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Output.h"
+#include "VekVcItems.h"
+
+Json VcItemsToJson(const std::vector<VekVcItems>& items);
+
+void PrintVcItems(const std::vector<VekVcItems>& items);
+
+// Which item and field of a plugin list is wrong, and why; for a list that the library refuses.
+std::string DescribeVcProblem(const std::string& list);
