@@ -33,7 +33,7 @@ bool SetPermissions(const Descriptor& file, mode_t mode) {
 }
 
 bool CopyContents(const Descriptor& from, const Descriptor& to) {
-    std::array<char, 64 * 1024> buffer;
+    std::array<char, 65536> buffer;
     for (;;) {
         const ssize_t count = from.Read(buffer.data(), buffer.size());
         if (count <= 0) {

@@ -1,1 +1,97 @@
 #include "ZnIni.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <system_error>
+
+#include "IniCache.h"
+
+namespace {
+
+constexpr int kFound = 0;
+constexpr int kMissing = -1;
+
+// Copies `text` into `buffer`, cut to fit and terminated. The two may overlap.
+void CopyCut(std::string_view text, char* buffer, int bufferSize) {
+    const size_t length = std::min(text.size(), static_cast<size_t>(bufferSize) - 1);
+    memmove(buffer, text.data(), length);
+    buffer[length] = '\0';
+}
+
+// The document in `file`; null when there is none, or no memory to read it.
+std::shared_ptr<const IniDocument> Open(const char* file) try {
+    return file != nullptr ? OpenIni(file) : nullptr;
+} catch (const std::exception&) {
+    return nullptr;
+}
+
+const IniDocument::Section* FindSection(const IniDocument* document, const char* section) {
+    return document != nullptr && section != nullptr ? document->Find(section) : nullptr;
+}
+
+// The value of `key` in `[section]`, or null. It lives as long as the document.
+const char* FindValue(const IniDocument* document, const char* section, const char* key) {
+    const IniDocument::Section* const entries = FindSection(document, section);
+    if (entries == nullptr || key == nullptr) {
+        return nullptr;
+    }
+    const auto found = entries->find(key);
+    return found != entries->end() ? found->second : nullptr;
+}
+
+// The decimal number with an optional sign that is all of `text`.
+std::optional<int> ParseInt(std::string_view text) {
+    const bool plus = text.size() > 1 && text[0] == '+' && text[1] != '-';
+    const char* const begin = text.data() + (plus ? 1 : 0);
+    const char* const end = text.data() + text.size();
+    int number = 0;
+    const auto result = std::from_chars(begin, end, number);
+    if (result.ec != std::errc() || result.ptr != end) {
+        return std::nullopt;
+    }
+    return number;
+}
+
+}  // namespace
+
+int IniGetString(const char* section, const char* key, const char* defaultValue, char* buffer,
+                 int bufferSize, const char* file) {
+    if (buffer == nullptr || bufferSize < 1) {
+        return kMissing;
+    }
+    const auto document = Open(file);
+    const char* const value = FindValue(document.get(), section, key);
+    if (value == nullptr) {
+        CopyCut(defaultValue != nullptr ? defaultValue : "", buffer, bufferSize);
+        return kMissing;
+    }
+    CopyCut(value, buffer, bufferSize);
+    return kFound;
+}
+
+int IniGetInt(const char* section, const char* key, int defaultValue, const char* file) {
+    const auto document = Open(file);
+    const char* const value = FindValue(document.get(), section, key);
+    return value != nullptr ? ParseInt(value).value_or(defaultValue) : defaultValue;
+}
+
+int IniGetStringItems(const char* section, std::set<std::string>& keys, const char* file) try {
+    const auto document = Open(file);
+    const auto* const entries = FindSection(document.get(), section);
+    std::set<std::string> found;  // apart from `keys`, which `section` may be one of
+    if (entries != nullptr) {
+        for (const auto& entry : *entries) {
+            found.emplace(entry.first);
+        }
+    }
+    keys.swap(found);
+    return entries != nullptr ? kFound : kMissing;
+} catch (const std::exception&) {
+    keys.clear();
+    return kMissing;
+}

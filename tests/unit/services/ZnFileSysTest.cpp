@@ -1,71 +1,33 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <grp.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "ZnFileSys.h"
-#ifdef __linux__
-#include <sched.h>
-#include <sys/mount.h>
-#endif
-
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <iostream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "IsolatedCheck.h"
 #include "TemporaryDirectory.h"
+#include "ZnFileSys.h"
 
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
-
-constexpr int kNotPossibleHere = 77;
-
-// Runs `check` in a process of its own, which may give up rights or change its view of the system.
-// Returns 0 when it returned true, 1 when false, 128 and more when it died, and otherwise the
-// status that it exited with.
-int InChild(const std::function<bool()>& check) {
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(check() ? 0 : 1);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
-// What InChild() returned is success, or the system does not allow the test.
-void ExpectHolds(int result) {
-    if (result == kNotPossibleHere) {
-        GTEST_SKIP() << "this system does not let the test change user or mount a small disk";
-    }
-    EXPECT_EQ(result, 0);
-}
-
-// Makes this process one to which permissions apply. `directory` becomes accessible to it.
-void BecomeOrdinaryUser(const std::string& directory) {
-    constexpr uid_t kNobody = 65534;
-    if (geteuid() != 0) {
-        return;
-    }
-    if (chown(directory.c_str(), kNobody, kNobody) != 0 || setgroups(0, nullptr) != 0 ||
-        setgid(kNobody) != 0 || setuid(kNobody) != 0) {
-        _exit(kNotPossibleHere);
-    }
-}
 
 // Sets the umask for the life of the object.
 class ScopedUmask {
@@ -124,12 +86,9 @@ std::string Pattern(size_t size) {
     return bytes;
 }
 
-std::string LongPath() {
-    return std::string(10000, 'x');
-}
+const std::string kLongPath(10000, 'x');
 
-class ZnFileSysTest : public testing::Test {
-   protected:
+struct ZnFileSysTest : testing::Test {
     TemporaryDirectory dir;
 };
 
@@ -219,7 +178,7 @@ TEST_F(FileSizeTest, IsMinusOneWhereThereIsNoFile) {
     EXPECT_EQ(ZnFile::FileSize((dir / "dangling").c_str()), -1);
     EXPECT_EQ(ZnFile::FileSize((dir / "pipe").c_str()), -1);
     EXPECT_EQ(ZnFile::FileSize(dir.Path().c_str()), -1);
-    EXPECT_EQ(ZnFile::FileSize(LongPath().c_str()), -1);
+    EXPECT_EQ(ZnFile::FileSize(kLongPath.c_str()), -1);
     EXPECT_EQ(ZnFile::FileSize(nullptr), -1);
 }
 
@@ -298,7 +257,7 @@ TEST_F(WriteBinFileTest, FailsWhereNoFileCanBe) {
     EXPECT_EQ(Write(dir / "missing/new", "x"), -1);
     EXPECT_EQ(Write(dir / "file/new", "x"), -1);
     EXPECT_EQ(Write(dir / "new/", "x"), -1);
-    EXPECT_EQ(Write(dir / LongPath(), "x"), -1);
+    EXPECT_EQ(Write(dir / kLongPath, "x"), -1);
     EXPECT_EQ(Write("", "x"), -1);
     EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("file"));
     EXPECT_EQ(ReadFile(dir / "file"), "old");
@@ -412,9 +371,9 @@ TEST_F(AppendWriteFileTest, RefusesANegativeLengthAndNullArguments) {
 }
 
 TEST_F(AppendWriteFileTest, ThreadsAppendWithoutLosingAByte) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
+    std::array<std::thread, 4> threads;
+    for (std::thread& thread : threads) {
+        thread = std::thread([&] {
             for (int line = 0; line < 250; ++line) {
                 EXPECT_EQ(Append(dir / "file", "0123456789\n"), 11);
             }
@@ -478,10 +437,8 @@ TEST_F(ScanTest, FollowsALinkThatIsTheDirectoryItself) {
 }
 
 TEST_F(ScanTest, KeepsNamesOfAnyBytes) {
-    const std::vector<std::string> names = {"-rf", "a\nline",
-                                            "gr\xC3\xB6\xC3\x9F"
-                                            "e",
-                                            "not utf-8 \xFF\xFE", "two  blanks "};
+    const std::vector<std::string> names = {"-rf", "a\nline", "caf\xC3\xA9", "not utf-8 \xFF\xFE",
+                                            "two  blanks "};
     for (const std::string& name : names) {
         WriteFile(dir / ("sub dir/" + name), name);
     }
@@ -502,7 +459,7 @@ TEST_F(ScanTest, FindsNothingInAnEmptyDirectory) {
 
 TEST_F(ScanTest, FailsWhereThereIsNoDirectory) {
     WriteFile(dir / "file", "x");
-    for (const std::string& path : {dir / "missing", dir / "file", std::string(), dir / LongPath(),
+    for (const std::string& path : {dir / "missing", dir / "file", std::string(), dir / kLongPath,
                                     dir.Path() + std::string("\0", 1)}) {
         std::vector<std::string> files{"what was there before"};
         EXPECT_NE(ZnFile::ScanDirectoriesFiles(path, files), 0) << path;
@@ -618,7 +575,7 @@ TEST_F(CopyFileTest, RefusesASourceThatIsNotAFileWithoutWaiting) {
     WriteFile(dir / "copy", "old");
     ASSERT_EQ(mkfifo((dir / "pipe").c_str(), 0600), 0);
     for (const std::string& source : {dir.Path(), dir / "missing", dir / "pipe",
-                                      std::string("/dev/zero"), std::string(), LongPath()}) {
+                                      std::string("/dev/zero"), std::string(), kLongPath}) {
         EXPECT_NE(Copy(source, dir / "copy"), 0) << source;
     }
     EXPECT_NE(ZnFile::ZnCopyFile(nullptr, (dir / "copy").c_str()), 0);
@@ -630,7 +587,7 @@ TEST_F(CopyFileTest, FailsWhereNoFileCanBe) {
     WriteFile(dir / "source", "x");
     std::filesystem::create_directory(dir / "sub");
     for (const std::string& destination :
-         {dir / "missing/copy", dir / "sub", dir / "source/copy", std::string(), LongPath()}) {
+         {dir / "missing/copy", dir / "sub", dir / "source/copy", std::string(), kLongPath}) {
         EXPECT_NE(Copy(dir / "source", destination), 0) << destination;
     }
     EXPECT_NE(ZnFile::ZnCopyFile((dir / "source").c_str(), nullptr), 0);
@@ -659,7 +616,7 @@ bool NothingChangesWhenRoomRunsOut(const std::string& directory, const std::stri
     WriteFile(path, old);
     const auto holds = [&](bool condition, const char* what) {
         if (!condition) {
-            fprintf(stderr, "does not hold: %s\n", what);
+            std::cerr << "does not hold: " << what << "\n";
         }
         return condition;
     };
@@ -680,8 +637,7 @@ bool NothingChangesWhenRoomRunsOut(const std::string& directory, const std::stri
            holds(Append(path, large) < static_cast<long long>(large.size()), "and no more");
 }
 
-class NoRoomTest : public testing::Test {
-   protected:
+struct NoRoomTest : testing::Test {
     NoRoomTest() {
         WriteFile(dir / "large", Pattern(1'000'000));
         std::filesystem::create_directory(dir / "small");
@@ -691,7 +647,7 @@ class NoRoomTest : public testing::Test {
 
 TEST_F(NoRoomTest, ALimitOnTheFileSizeChangesNothing) {
     EXPECT_EQ(InChild([&] {
-                  signal(SIGXFSZ, SIG_IGN);
+                  (void)signal(SIGXFSZ, SIG_IGN);
                   const rlimit limit = {100'000, 100'000};
                   setrlimit(RLIMIT_FSIZE, &limit);
                   return NothingChangesWhenRoomRunsOut(dir / "small", dir / "large");
@@ -701,35 +657,9 @@ TEST_F(NoRoomTest, ALimitOnTheFileSizeChangesNothing) {
 
 #ifdef __linux__
 
-bool WriteText(const char* path, const std::string& text) {
-    const int fd = open(path, O_WRONLY | O_CLOEXEC);
-    const bool written =
-        fd >= 0 && write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-    if (fd >= 0) {
-        close(fd);
-    }
-    return written;
-}
-
-// Gives this process mounts of its own, with or without the rights of the superuser.
-bool EnterPrivateMountNamespace() {
-    const uid_t user = geteuid();
-    const gid_t group = getegid();
-    if (user == 0) {
-        return unshare(CLONE_NEWNS) == 0;
-    }
-    return unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0 && WriteText("/proc/self/setgroups", "deny") &&
-           WriteText("/proc/self/uid_map", "0 " + std::to_string(user) + " 1") &&
-           WriteText("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
-}
-
 TEST_F(NoRoomTest, AFullDiskChangesNothing) {
     const int result = InChild([&] {
-        if (!EnterPrivateMountNamespace() ||
-            mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            mount("none", (dir / "small").c_str(), "tmpfs", 0, "size=128k") != 0) {
-            _exit(kNotPossibleHere);
-        }
+        MountPrivately("tmpfs", dir / "small", "size=128k");
         return NothingChangesWhenRoomRunsOut(dir / "small", dir / "large");
     });
     ExpectHolds(result);
