@@ -143,7 +143,7 @@ std::string FormatText(const char* format, va_list arguments) {
         text.assign(buffer, static_cast<size_t>(length));
     } else {
         text.resize(static_cast<size_t>(length));
-        vsnprintf(text.data(), text.size() + 1, format, again);
+        (void)vsnprintf(text.data(), text.size() + 1, format, again);
     }
     va_end(again);
     return text;

@@ -27,7 +27,7 @@ struct State {
 
 // Made at first use and never destroyed, so that destructors of other static objects may log.
 State& TheState() {
-    static State* const state = new State(ReadLogSettings());
+    static auto* const state = new State(ReadLogSettings());
     return *state;
 }
 
@@ -84,7 +84,7 @@ void ZnLogger::Log(const char* file, int line, const char* function, const char*
     va_list arguments;
     va_start(arguments, format);
     try {
-        const std::string text = FormatText(format != nullptr ? format : "", arguments);
+        const std::string text = format != nullptr ? FormatText(format, arguments) : "";
         std::string record;
         AppendEscaped(record, FileName(file));
         record += ':' + std::to_string(line) + ' ';

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "ChildProcess.h"
+#include "CapturedChild.h"
 #include "TemporaryDirectory.h"
 #include "ZnCrypto.h"
 

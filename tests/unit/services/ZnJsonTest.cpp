@@ -103,8 +103,8 @@ TEST(ZnJsonTest, TextThatIsNotJsonIsRefused) {
         "0x10",
         "\"",
         "\"a",
-        "\"\\x\"",
-        "\"\\u12\"",
+        R"("\x")",
+        R"("\u12")",
         "\"a\nb\"",
         "\"a\tb\"",
         "// comment\n1",
@@ -186,7 +186,7 @@ TEST(ZnJsonTest, NestingIsTakenToABoundAndRefusedBeyond) {
 }
 
 TEST(ZnJsonTest, DeepestValueIsReachedCopiedAndDestroyed) {
-    Value root(Nested("{\"a\":", "{\"s\":\"bottom\"}", "}", 1022));
+    Value root(Nested("{\"a\":", R"({"s":"bottom"})", "}", 1022));
     Value* value = &root;
     for (int i = 0; i < 1022; ++i) {
         value = &(*value)["a"];
@@ -428,6 +428,7 @@ TEST(ZnJsonTest, CopiesMayBeReadByDifferentThreads) {
     const Value original(R"([{"s":"0"},{"s":"1"},{"s":"2"}])");
     std::vector<std::string> texts(4);
     std::vector<std::thread> threads;
+    threads.reserve(texts.size());
     for (std::string& text : texts) {
         threads.emplace_back([&text, copy = original]() mutable {
             for (unsigned int i = 0; i < 3; ++i) {

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-#include "ChildProcess.h"
+#include "CapturedChild.h"
 #include "TemporaryDirectory.h"
 #include "ZnSysInfo.h"
 
@@ -24,7 +24,7 @@ std::string DirectorySeenBy(const std::string& program) {
 // The process directory in this program, with ZN_PROCESS_DIRECTORY set to `value`.
 std::string DirectoryWithOverride(const std::string& value) {
     setenv("ZN_PROCESS_DIRECTORY", value.c_str(), 1);
-    const std::string directory = ZnSysInfo::GetCurrentProcessDirectory();
+    std::string directory = ZnSysInfo::GetCurrentProcessDirectory();
     unsetenv("ZN_PROCESS_DIRECTORY");
     return directory;
 }
