@@ -1,5 +1,7 @@
 #include "ZnBandwidthPolicy.h"
 
+#include <iterator>
+#include <string_view>
 #include <utility>
 
 #include "ZnBandwidthPolicyPrivate.h"
@@ -45,20 +47,23 @@ int ZnBandwidthPolicy::CalculateModuleAllowedBandwidth(int totalBandwidth, std::
                                                             item);
 }
 
-// The framework's name of a module, reduced to the plain name that the table knows.
-static std::string PlainModuleName(const char* moduleName) {
-    static const char* const kPrefixed[] = {"ZnAudio",   "ZnCamera",  "ZnClipboard", "ZnDisplay",
-                                            "ZnFdRedir", "ZnPrinter", "ZnTotal"};
-    std::string key(moduleName);
-    if (key.find("Zn") == std::string::npos) {
-        return key;
-    }
-    for (const char* prefixed : kPrefixed) {
-        if (key.find(prefixed) != std::string::npos) {
-            return prefixed + 2;
+// The plain name of a module. A name that contains "Zn" and one of these names, side by side and
+// anywhere, stands for that module; of several, the first in this list counts.
+static std::string_view PlainModuleName(std::string_view name) {
+    constexpr std::string_view kPrefixed[] = {"Audio",   "Camera",  "Clipboard", "Display",
+                                              "FdRedir", "Printer", "Total"};
+    constexpr std::string_view kPrefix = "Zn";
+    size_t first = std::size(kPrefixed);
+    for (size_t at = name.find(kPrefix); at != std::string_view::npos;
+         at = name.find(kPrefix, at + 1)) {
+        const std::string_view rest = name.substr(at + kPrefix.size());
+        for (size_t i = 0; i < first; ++i) {
+            if (rest.substr(0, kPrefixed[i].size()) == kPrefixed[i]) {
+                first = i;
+            }
         }
     }
-    return key;
+    return first < std::size(kPrefixed) ? kPrefixed[first] : name;
 }
 
 int ZnBandwidthPolicy::GetBandwidthBytesPerSec(const char* moduleName) {

@@ -83,7 +83,7 @@ void ZnBandwidthPolicyPrivate::SetAllowance(const std::string& moduleName, int k
     allowances_[moduleName] = WrappingProduct(kilobitsPerSecond, kBytesPerKilobit);
 }
 
-int ZnBandwidthPolicyPrivate::Allowance(const std::string& moduleName) const {
+int ZnBandwidthPolicyPrivate::Allowance(std::string_view moduleName) const {
     const auto found = allowances_.find(moduleName);
     return found == allowances_.end() ? 0 : found->second;
 }

@@ -1,8 +1,10 @@
 // The allowance table behind ZnBandwidthPolicy.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 
 #include "PolicyCfgItemValue.h"
 #include "ZnXml.h"
@@ -28,7 +30,7 @@ class ZnBandwidthPolicyPrivate {
     void SetAllowance(const std::string& moduleName, int kilobitsPerSecond);
 
     // The allowance of a module in bytes per second, or 0 when it has none.
-    int Allowance(const std::string& moduleName) const;
+    int Allowance(std::string_view moduleName) const;
 
     // Reads every module from a loaded accessor and applies it; `item` is scratch space. A module
     // that lacks one of its four items is passed over.
@@ -39,5 +41,5 @@ class ZnBandwidthPolicyPrivate {
                                                PolicyCfgItemValue& item);
 
    private:
-    std::map<std::string, int> allowances_;
+    std::map<std::string, int, std::less<>> allowances_;  // looked up without a copy of the name
 };
