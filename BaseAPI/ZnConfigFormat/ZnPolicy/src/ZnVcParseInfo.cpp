@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <string>
-#include <utility>
+#include <string_view>
 #include <vector>
 
 #include "ZnIdtVek.h"
@@ -124,9 +124,10 @@ void ZnVcVek::ZnReadVekVcPolicy(int terminalId, std::string& vcInfo) {
     ZN_LOG(LogLevelInfo, "vccEnable=%d,vcInfo=%s", vccEnable, vcInfo.c_str());
 }
 
-// The non-empty pieces of `str` between separators, in `out`. Two rules are deliberate: an empty
-// `str` leaves `out` as it was, and a leading separator discards the whole string.
-static void SplitString(std::string str, char sep, std::vector<std::string>& out) {
+// The non-empty pieces of `str` between separators, in `out`. They point into `str`, whose
+// separators become terminators: each piece is a C string as well. Two rules are deliberate: an
+// empty `str` leaves `out` as it was, and a leading separator discards the whole string.
+static void SplitString(std::string& str, char sep, std::vector<std::string_view>& out) {
     if (str.empty()) {
         return;
     }
@@ -136,26 +137,26 @@ static void SplitString(std::string str, char sep, std::vector<std::string>& out
     }
     for (size_t start = 0; start < str.size();) {
         const size_t end = std::min(str.find(sep, start), str.size());
-        if (end > start) {
-            out.emplace_back(str, start, end - start);
+        out.emplace_back(&str[start], end - start);
+        for (start = end; start < str.size() && str[start] == sep; ++start) {
+            str[start] = '\0';
         }
-        start = end + 1;
     }
 }
 
-static int32_t HexValue(const std::string& field) {
-    return static_cast<int32_t>(std::strtol(field.c_str(), nullptr, 16));
+static int32_t HexValue(std::string_view field) {
+    return static_cast<int32_t>(std::strtol(field.data(), nullptr, 16));
 }
 
 // Fills `record` from the first seven fields and returns the sum of the copies' result codes.
-static int FillItem(const std::vector<std::string>& fields, VekVcItems& record) {
+static int FillItem(const std::vector<std::string_view>& fields, VekVcItems& record) {
     record.hexValue1 = HexValue(fields[2]);
     record.hexValue2 = HexValue(fields[3]);
-    return strcpy_s(record.text1, sizeof record.text1, fields[0].c_str()) +
-           strcpy_s(record.text2, sizeof record.text2, fields[1].c_str()) +
-           strcpy_s(record.text3, sizeof record.text3, fields[4].c_str()) +
-           strcpy_s(record.text4, sizeof record.text4, fields[5].c_str()) +
-           strcpy_s(record.text5, sizeof record.text5, fields[6].c_str());
+    return strcpy_s(record.text1, sizeof record.text1, fields[0].data()) +
+           strcpy_s(record.text2, sizeof record.text2, fields[1].data()) +
+           strcpy_s(record.text3, sizeof record.text3, fields[4].data()) +
+           strcpy_s(record.text4, sizeof record.text4, fields[5].data()) +
+           strcpy_s(record.text5, sizeof record.text5, fields[6].data());
 }
 
 int ZnVcVek::ZnParseVekVcItems(std::string vekVcStr, std::vector<VekVcItems>& items) {
@@ -167,16 +168,21 @@ int ZnVcVek::ZnParseVekVcItems(std::string vekVcStr, std::vector<VekVcItems>& it
         ZN_LOG(LogLevelError, "invalid:key/vekVcStr");
         return kFailure;
     }
-    std::vector<std::string> pieces;
-    SplitString(std::move(vekVcStr), ',', pieces);
+    std::vector<std::string_view> pieces;
+    SplitString(vekVcStr, ',', pieces);
+    // Room for all at once, but for no more than the longest valid list of this length has.
+    constexpr size_t kShortestItem = 2 * kFieldCount;  // one character a field, each with its mark
+    items.reserve(std::min(pieces.size(), vekVcStr.size() / kShortestItem + 1));
 
-    std::vector<std::string> fields;
-    for (std::string& piece : pieces) {
+    std::string item;
+    std::vector<std::string_view> fields;
+    for (const std::string_view piece : pieces) {
         VekVcItems record;
         memset_s(&record, sizeof record, 0, sizeof record);
-        std::replace(piece.begin(), piece.end(), '{', '@');
-        std::replace(piece.begin(), piece.end(), '}', '@');
-        SplitString(std::move(piece), '@', fields);
+        item = piece;
+        std::replace(item.begin(), item.end(), '{', '@');
+        std::replace(item.begin(), item.end(), '}', '@');
+        SplitString(item, '@', fields);
         if (fields.size() < kFieldCount) {
             items.clear();
             ZN_LOG(LogLevelInfo, "Invalid:policy.size=%d", static_cast<int>(fields.size()));
