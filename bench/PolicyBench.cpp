@@ -1,0 +1,149 @@
+// Reading a policy through ZnXml: beside bare system calls, beside parsing XML, in large policies,
+// in large stores.
+#include <filesystem>
+#include <memory>
+#include <pugixml.hpp>
+#include <vector>
+
+#include "PolicyStoreForBench.h"
+#include "ZnXml.h"
+
+namespace {
+
+constexpr int kItemsRead = 66;
+constexpr int kManyIds = 100000;
+
+std::vector<std::string> MakeKeys() {
+    std::vector<std::string> keys;
+    for (int i = 0; i < kItemsRead; ++i) {
+        keys.push_back("ModuleItemNumber" + std::to_string(100 + i));
+    }
+    return keys;
+}
+
+// The items that are read.
+const std::vector<std::string> g_keys = MakeKeys();
+
+// A document of about `size` bytes that has all items of g_keys.
+std::string Document(size_t size) {
+    std::map<std::string, std::string> items;
+    for (const std::string& key : g_keys) {
+        items[key] = "1000";
+    }
+    const std::string padding(100, 'x');
+    size_t length = PolicyDocument(items).size();
+    for (int i = 0; length + 150 < size; ++i, length += 150) {
+        items["TextItemNumber" + std::to_string(100000 + i)] = padding;
+    }
+    return PolicyDocument(items);
+}
+
+// Load, read the first `count` items, destroy.
+void ReadThroughZnXml(benchmark::State& state, const StoreForBench& store, size_t count) {
+    store.Select();
+    for (auto _ : state) {
+        ZnXml xml;
+        if (!xml.LoadPolicyShareMemory(kId)) {
+            state.SkipWithError("cannot load the policy");
+            break;
+        }
+        for (size_t i = 0; i < count; ++i) {
+            int value = 0;
+            if (!xml.GetXmlContent(g_keys[i].c_str(), value)) {
+                state.SkipWithError("cannot read an item");
+                break;
+            }
+            benchmark::DoNotOptimize(value);
+        }
+    }
+}
+
+// What a store without constant databases would do: parse the document, read its items.
+void ReadThroughPugixml(benchmark::State& state, const std::string& file, size_t count) {
+    for (auto _ : state) {
+        pugi::xml_document document;
+        if (!document.load_file(file.c_str())) {
+            state.SkipWithError("cannot parse the document");
+            break;
+        }
+        const pugi::xml_node policy = document.child("Policy");
+        for (size_t i = 0; i < count; ++i) {
+            benchmark::DoNotOptimize(policy.child(g_keys[i].c_str()).text().as_int());
+        }
+    }
+}
+
+// Lets a store have the policies of ids 1 to kManyIds: links, a few thousand to a file, because
+// what counts is the directory's size.
+void FillStore(const StoreForBench& store) {
+    constexpr int kLinksPerFile = 10000;
+    for (int id = 1; id <= kManyIds; ++id) {
+        if (id == kId) {
+            continue;
+        }
+        if (id % kLinksPerFile == 1) {
+            std::filesystem::copy_file(store.File(), store.File(id));
+        } else {
+            const int original = id - (id - 1) % kLinksPerFile;
+            std::filesystem::create_hard_link(store.File(original), store.File(id));
+        }
+    }
+}
+
+// Stores are made when a benchmark first wants them, and removed when the program ends.
+const StoreForBench& SmallPolicy() {
+    static const StoreForBench store(Document(4 << 10));
+    return store;
+}
+
+const StoreForBench& LargePolicy() {
+    static const StoreForBench store(Document(1 << 20));
+    return store;
+}
+
+const StoreForBench& LargeStore() {
+    static const std::unique_ptr<const StoreForBench> store = [] {
+        auto made = std::make_unique<StoreForBench>(Document(4 << 10));
+        FillStore(*made);
+        return made;
+    }();
+    return *store;
+}
+
+const std::string& DocumentFile() {
+    static const TemporaryDirectory directory;
+    static const std::string file = [] {
+        WriteFile(directory / "policy.xml", Document(4 << 10));
+        return directory / "policy.xml";
+    }();
+    return file;
+}
+
+template <class Run>
+void Register(const std::string& name, Run run) {
+    benchmark::RegisterBenchmark(name.c_str(), run);
+}
+
+int RegisterAll() {
+    using State = benchmark::State;
+    for (const size_t count : {1, kItemsRead}) {
+        const std::string items = count == 1 ? "/1-item" : "/66-items";
+        const auto through = [count](const StoreForBench& (*store)()) {
+            return [store, count](State& state) { ReadThroughZnXml(state, store(), count); };
+        };
+        Register("read/ours" + items, through(SmallPolicy));
+        Register("read/system-calls" + items,
+                 [](State& state) { MapAndUnmap(state, SmallPolicy().File()); });
+        Register("read/pugixml" + items,
+                 [count](State& state) { ReadThroughPugixml(state, DocumentFile(), count); });
+        Register("policy-of/4-KiB" + items, through(SmallPolicy));
+        Register("policy-of/1-MiB" + items, through(LargePolicy));
+        Register("store-of/1-id" + items, through(SmallPolicy));
+        Register("store-of/100000-ids" + items, through(LargeStore));
+    }
+    return 0;
+}
+
+const int kRegistered = RegisterAll();
+
+}  // namespace

@@ -1,0 +1,63 @@
+# Compares medians of benchmarks: awk -f compare-benchmarks.awk MEDIANS BOUNDS
+# MEDIANS has lines of name, nanoseconds, and for what, separated by tabs; bench/BoundedBench.bounds
+# describes BOUNDS. Writes one table of the bounds, an empty line, and one table of all cases.
+
+FNR == NR {
+    split($0, column, "\t")
+    order[++count] = column[1]
+    cost[column[1]] = column[2]
+    what_for[column[1]] = column[3]
+    next
+}
+
+/^#/ || NF == 0 { next }
+
+{
+    compare($1, $2, $3, $4)
+}
+
+END {
+    print "| measured | beside | cases | wanted | worst | held |"
+    print "|---|---|---|---|---|---|"
+    printf "%s", bounds
+    print ""
+    print "| measured | beside | case | time | beside | ratio | wanted |"
+    print "|---|---|---|---|---|---|---|"
+    printf "%s", cases
+    exit failed
+}
+
+function compare(measured, beside, pattern, wanted,    i, name, case_name, peer, ratio, n, worst, worst_case) {
+    for (i = 1; i <= count; i++) {
+        name = order[i]
+        if (index(name, measured "/") != 1)
+            continue
+        case_name = substr(name, length(measured) + 2)
+        peer = beside "/" case_name
+        if (case_name !~ pattern || !(peer in cost))
+            continue
+        ratio = cost[name] / cost[peer]
+        if (++n == 1 || ratio > worst) {
+            worst = ratio
+            worst_case = case_name
+        }
+        cases = cases sprintf("| %s | %s | %s | %s | %s | %.2f | %s |\n", measured, beside,
+            case_name, time(name), time(peer), ratio, wanted)
+    }
+    if (n == 0) {
+        print "no case of " measured " beside " beside " matches " pattern > "/dev/stderr"
+        failed = 1
+    }
+    bounds = bounds sprintf("| %s | %s | %d | %s | %.2f (%s) | %s |\n", measured, beside, n,
+        wanted == "-" ? "-" : "at most " wanted, worst, worst_case,
+        wanted == "-" ? "-" : worst <= wanted + 0 ? "yes" : "NO")
+}
+
+function time(name,    ns) {
+    ns = cost[name]
+    if (ns < 1e4)
+        return sprintf("%.3g ns %s", ns, what_for[name])
+    if (ns < 1e7)
+        return sprintf("%.4g us %s", ns / 1e3, what_for[name])
+    return sprintf("%.4g ms %s", ns / 1e6, what_for[name])
+}
