@@ -17,9 +17,9 @@ struct Context {
 };
 
 // Exit statuses.
-constexpr int kDone = 0;
-constexpr int kFailed = 1;
-constexpr int kWrongUsage = 2;
+constexpr int kExitDone = 0;
+constexpr int kExitFailed = 1;
+constexpr int kExitWrongUsage = 2;
 
 // Each adds a group of commands.
 void AddPolicyCommands(CLI::App& app, Context& context);

@@ -104,7 +104,7 @@ int Plan(const Arguments& arguments, bool json) {
     if (plan.Fails()) {
         throw std::runtime_error("the installation would fail");
     }
-    return kDone;
+    return kExitDone;
 }
 
 // --- install ---
@@ -191,7 +191,7 @@ int Install(const Arguments& arguments, bool json) {
     if (failures > 0) {
         throw std::runtime_error(std::to_string(failures) + " packages were not installed");
     }
-    return kDone;
+    return kExitDone;
 }
 
 void AddArguments(CLI::App& command, Arguments& arguments) {

@@ -31,7 +31,7 @@ int Scan(const std::string& directory, bool json) {
     }
     if (!json) {
         PrintRecords(records);
-        return kDone;
+        return kExitDone;
     }
     Json document = Json::array();
     for (const ZnPackageInfo& record : records) {
@@ -40,7 +40,7 @@ int Scan(const std::string& directory, bool json) {
                             {"size", record.size}});
     }
     PrintJson(document);
-    return kDone;
+    return kExitDone;
 }
 
 // Unpacks one zip and makes sure that its files are there, which the library leaves to its callers.
@@ -65,7 +65,7 @@ int Unzip(const std::vector<std::string>& zips) {
         UnpackOne(zip.find('/') == std::string::npos ? "./" + zip : zip);
         progress.Step();
     }
-    return kDone;
+    return kExitDone;
 }
 
 int PackagePath(const std::string& name, const std::string& subDirectory) {
@@ -84,7 +84,7 @@ int PackagePath(const std::string& name, const std::string& subDirectory) {
     }
     ZnVcUpdate::RepairPath(path);
     std::cout << path << '\n';
-    return kDone;
+    return kExitDone;
 }
 
 Json ReportToJson(const PackageReport& report) {
@@ -117,7 +117,7 @@ int Check(const std::string& zip, const std::string& platform, bool json) {
     if (report.HasErrors()) {
         throw std::runtime_error(zip + ": the installer would refuse this package");
     }
-    return kDone;
+    return kExitDone;
 }
 
 struct BuildArguments {
@@ -159,7 +159,7 @@ int Build(BuildArguments arguments) {
         throw std::runtime_error(zip + ": not built; the installer would refuse the package");
     }
     PrintJson(DescribePackage(arguments, zip, report));
-    return kDone;
+    return kExitDone;
 }
 
 int RollBackPackage(const std::string& package, bool force, bool json) {
@@ -183,7 +183,7 @@ int RollBackPackage(const std::string& package, bool force, bool json) {
         throw std::runtime_error(package + ": " + std::to_string(notDone) +
                                  " files were not put back");
     }
-    return kDone;
+    return kExitDone;
 }
 
 void AddZipCommands(CLI::App& package, Context& context) {

@@ -25,19 +25,19 @@ int Publish(const Arguments& arguments) {
     const size_t count = store.Publish(arguments.id, ReadInput(arguments.file), name);
     std::cout << "policy " << arguments.id << ": " << count << " items published in "
               << store.Directory() << '\n';
-    return kDone;
+    return kExitDone;
 }
 
 int List(bool json) {
     const std::vector<int> ids = PolicyStore().List();
     if (json) {
         PrintJson(ids);
-        return kDone;
+        return kExitDone;
     }
     for (const int id : ids) {
         std::cout << id << '\n';
     }
-    return kDone;
+    return kExitDone;
 }
 
 int ShowItem(const std::vector<PolicyStore::Item>& items, const Arguments& arguments, bool json) {
@@ -53,7 +53,7 @@ int ShowItem(const std::vector<PolicyStore::Item>& items, const Arguments& argum
     } else {
         std::cout << found->value << '\n';
     }
-    return kDone;
+    return kExitDone;
 }
 
 int Show(const Arguments& arguments, bool json) {
@@ -72,13 +72,13 @@ int Show(const Arguments& arguments, bool json) {
     } else {
         table.Print();
     }
-    return kDone;
+    return kExitDone;
 }
 
 int Remove(const Arguments& arguments) {
     PolicyStore().Remove(arguments.id);
     std::cout << "policy " << arguments.id << ": removed\n";
-    return kDone;
+    return kExitDone;
 }
 
 }  // namespace

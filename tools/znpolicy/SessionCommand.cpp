@@ -156,7 +156,7 @@ int ShowSession(int id, bool json) {
     } else {
         PrintAsTables(session);
     }
-    return kDone;
+    return kExitDone;
 }
 
 }  // namespace

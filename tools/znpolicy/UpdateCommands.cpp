@@ -14,7 +14,7 @@ static int PrintUpdate(const std::vector<ZnPackageInfo>& records, bool json) {
     } else {
         PrintRecords(records);
     }
-    return kDone;
+    return kExitDone;
 }
 
 static int Show(int terminalId, bool json) {

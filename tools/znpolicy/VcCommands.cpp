@@ -31,7 +31,7 @@ static int Parse(const std::string& text, bool json) {
     } else {
         PrintVcItems(items);
     }
-    return kDone;
+    return kExitDone;
 }
 
 void AddVcCommands(CLI::App& app, Context& context) {

@@ -52,13 +52,13 @@ int Run(const Context& context) {
         std::cout.flush();
         if (!std::cout) {
             std::cerr << "znpolicy: cannot write to standard output\n";
-            return kFailed;
+            return kExitFailed;
         }
         return status;
     } catch (const std::exception& error) {
         std::cout.flush();
         std::cerr << "znpolicy: " << error.what() << '\n';
-        return kFailed;
+        return kExitFailed;
     }
 }
 
@@ -85,7 +85,7 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? kDone : kWrongUsage;
+        return app.exit(error) == 0 ? kExitDone : kExitWrongUsage;
     }
     options.Apply();
     return Run(context);
