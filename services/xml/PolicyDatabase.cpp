@@ -57,7 +57,7 @@ unsigned Length(std::string_view text) {
 // The size that the file of `items` will have: table of contents, records with two lengths each,
 // and two slots of eight bytes in the hash tables for every record.
 std::uint64_t FileSize(const std::vector<PolicyStore::Item>& items) {
-    constexpr std::uint64_t slots = 2 * 8;
+    constexpr std::uint64_t slots = std::uint64_t{2} * 8;
     std::uint64_t size = kFirstItemPosition + slots;
     for (const PolicyStore::Item& item : items) {
         size += 8 + item.key.size() + item.value.size() + slots;
@@ -102,13 +102,8 @@ bool PolicyDatabase::Open(const char* path) {
         return false;
     }
     const bool mapped = cdb_init(&cdb_, file) == 0;
-    const int reason = errno;
     close(file);  // the mapping stays
-    if (!mapped) {
-        errno = reason;
-        return false;
-    }
-    if (!HasFormatRecord(cdb_)) {
+    if (!mapped || !HasFormatRecord(cdb_)) {
         errno = EINVAL;
         return false;
     }

@@ -29,7 +29,7 @@ class PolicyDatabase {
     PolicyDatabase& operator=(const PolicyDatabase&) = delete;
 
     // Maps the file, once in the life of the object. Returns false, with errno set, when it cannot
-    // be opened or is not a whole policy file. Never waits, whatever kind of file it is.
+    // be opened or is not a whole policy file (EINVAL). Never waits, whatever kind of file it is.
     bool Open(const char* path);
 
     // The value of `key`, valid as long as this object; nothing when there is no such item or the

@@ -93,7 +93,7 @@ class DocumentReader {
         const auto line = 1 + std::count(before.begin(), before.end(), '\n');
         const std::string_view lineStart = before.substr(before.rfind('\n') + 1);
         const auto column = 1 + std::count_if(lineStart.begin(), lineStart.end(), [](char byte) {
-                                return (static_cast<unsigned char>(byte) & 0xC0u) != 0x80u;
+                                return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
                             });
         throw PolicyStore::Error(name_ + ":" + std::to_string(line) + ":" + std::to_string(column) +
                                  ": " + reason);
@@ -128,7 +128,7 @@ class DocumentReader {
         for (const pugi::xml_node node : document.children()) {
             switch (node.type()) {
                 case pugi::node_element:
-                    if (root) {
+                    if (!root.empty()) {
                         Refuse(node, "a second root element");
                     }
                     root = node;
@@ -146,7 +146,7 @@ class DocumentReader {
                     CheckIgnored(node);
             }
         }
-        if (!root) {
+        if (root.empty()) {
             Refuse(xml_.size(), "no root element");
         }
     }
@@ -183,9 +183,9 @@ class DocumentReader {
         if (key.size() > PolicyStore::kMaxKeyLength) {
             Refuse(element, "the item's name is longer than 255 bytes");
         }
-        const bool isGroup = element.find_child(
+        const pugi::xml_node firstChild = element.find_child(
             [](const pugi::xml_node& child) { return child.type() == pugi::node_element; });
-        if (isGroup) {
+        if (!firstChild.empty()) {
             ReadGroup(element, key + "/");
         } else {
             ReadItem(element, key);
@@ -233,7 +233,7 @@ class DocumentReader {
                 ReferencedCharacter(text.substr(ampersand + 1, semicolon - ampersand - 1));
             if (!character || semicolon == text.size()) {
                 Refuse(Offset(node) + ampersand,
-                       "\"&\" that begins no known reference (write \"&amp;\")");
+                       R"("&" that begins no known reference (write "&amp;"))");
             }
             AppendUtf8Character(resolved, *character);
             position = semicolon + 1;
@@ -241,7 +241,7 @@ class DocumentReader {
     }
 
     void CheckAttributes(const pugi::xml_node& element) const {
-        if (element.first_attribute()) {
+        if (!element.first_attribute().empty()) {
             Refuse(element, std::string("element \"") + element.name() + "\" has an attribute");
         }
     }
@@ -264,7 +264,7 @@ class DocumentReader {
         const std::string_view text = node.value();
         if (node.type() == pugi::node_comment &&
             (text.find("--") != std::string_view::npos || (!text.empty() && text.back() == '-'))) {
-            Refuse(node, "\"--\" in a comment");
+            Refuse(node, R"("--" in a comment)");
         }
     }
 
@@ -273,7 +273,7 @@ class DocumentReader {
             Refuse(declaration, "an XML declaration that is not at the beginning");
         }
         const pugi::xml_attribute encoding = declaration.attribute("encoding");
-        if (encoding && strcasecmp(encoding.value(), "UTF-8") != 0) {
+        if (!encoding.empty() && strcasecmp(encoding.value(), "UTF-8") != 0) {
             Refuse(declaration, "the declared encoding is not UTF-8");
         }
     }

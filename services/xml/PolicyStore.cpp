@@ -30,6 +30,14 @@ constexpr mode_t kFileMode = 0644;
     throw PolicyStore::Error(action + " " + path + ": " + std::generic_category().message(reason));
 }
 
+[[noreturn]] void FailForMissingPolicy(int id, const std::string& directory) {
+    throw PolicyStore::Error("no policy for id " + std::to_string(id) + " in " + directory);
+}
+
+[[noreturn]] void FailForUnusablePolicy(const std::string& path) {
+    throw PolicyStore::Error("not a policy file, or a damaged one: " + path);
+}
+
 std::string ParentDirectory(const std::string& path) {
     const std::size_t separator = path.find_last_of('/');
     if (separator == std::string::npos) {
@@ -192,14 +200,16 @@ std::vector<PolicyStore::Item> PolicyStore::Read(int id) const {
     PolicyDatabase database;
     if (!database.Open(path.c_str())) {
         if (errno == ENOENT) {
-            throw Error("no policy for id " + std::to_string(id) + " in " + directory_);
+            FailForMissingPolicy(id, directory_);
         }
-        Fail("cannot read the policy", path);
+        if (errno == EINVAL) {
+            FailForUnusablePolicy(path);
+        }
+        Fail("cannot read", path);
     }
     auto items = database.Items();
     if (!items) {
-        errno = EINVAL;
-        Fail("cannot read the policy", path);
+        FailForUnusablePolicy(path);
     }
     return std::move(*items);
 }
@@ -208,7 +218,7 @@ void PolicyStore::Remove(int id) const {
     const std::string path = PolicyPath(id);
     if (unlink(path.c_str()) != 0) {
         if (errno == ENOENT) {
-            throw Error("no policy for id " + std::to_string(id) + " in " + directory_);
+            FailForMissingPolicy(id, directory_);
         }
         Fail("cannot remove", path);
     }

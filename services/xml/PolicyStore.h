@@ -31,7 +31,7 @@ class ZN_API PolicyStore {
     static constexpr std::size_t kMaxKeyLength = 255;
 
     // The largest document, in bytes.
-    static constexpr std::size_t kMaxDocumentSize = 16u << 20;
+    static constexpr std::size_t kMaxDocumentSize = 16U << 20;
 
     // The store that ZnXml reads in this process: $ZN_POLICY_STORE, or the product's store when the
     // variable is unset, empty, or not to be trusted because the process has raised privileges.

@@ -26,13 +26,13 @@ inline Utf8Character FirstUtf8Character(std::string_view text) {
     if (lead < 0xC2 || lead > 0xF4 || text.size() < bytes) {
         return {};
     }
-    char32_t code = lead & (0x7Fu >> bytes);
+    char32_t code = lead & (0x7FU >> bytes);
     for (std::size_t i = 1; i < bytes; ++i) {
         const auto next = static_cast<unsigned char>(text[i]);
-        if ((next & 0xC0u) != 0x80u) {
+        if ((next & 0xC0U) != 0x80U) {
             return {};
         }
-        code = (code << 6) | (next & 0x3Fu);
+        code = (code << 6) | (next & 0x3FU);
     }
     const bool overlong = (bytes == 3 && code < 0x800) || (bytes == 4 && code < 0x10000);
     const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
