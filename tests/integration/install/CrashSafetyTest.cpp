@@ -22,12 +22,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <iostream>
 #include <map>
 #include <optional>
 #include <regex>
+#include <thread>
 
 #include "PolicyStore.h"
 #include "PrivateMounts.h"
@@ -145,21 +147,28 @@ class InstallCrashSafety : public CrashSafety {
         std::string after;
     };
 
-    void Prepare() override {
-        fs::remove_all(kRoot);
-        fs::create_directories(fs::path(Mark()).parent_path());
+    InstallCrashSafety() {
         WriteFile(package_ / "FileList.ini",
                   "[Package_Intall_Type]\nPackageIntallType=arm64\n[arm64]\nbin=" +
                       Path("plugins/") + "\nlib=" + Path("lib/") +
                       "\n[bin]\n1=new,replaced\n2=backed,same\n[lib]\nfiles=only\n");
         for (const File& file : files_) {
-            const std::string path = Path(file.path);
-            WriteFile(package_ / ("Common/" + fs::path(path).filename().string()), file.after);
+            WriteFile(package_ / ("Common/" + fs::path(file.path).filename().string()), file.after);
+        }
+        // A file changed within the last tick of the clock is read more often, to be sure of it:
+        // every run is to make the same calls.
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+
+    void Prepare() override {
+        fs::remove_all(kRoot);
+        fs::create_directories(fs::path(Mark()).parent_path());
+        for (const File& file : files_) {
             if (file.before) {
-                WriteFile(path, *file.before);
+                WriteFile(Path(file.path), *file.before);
             }
             if (file.backupBefore) {
-                WriteFile(path + ".bak", *file.backupBefore);
+                WriteFile(Path(file.path) + ".bak", *file.backupBefore);
             }
         }
         WriteFile(Mark(), "/of/an/earlier/install");
