@@ -29,5 +29,8 @@ void AddUpdateCommands(CLI::App& app, Context& context);
 void AddPackageCommands(CLI::App& app, Context& context);
 void AddInstallCommands(CLI::App& package, Context& context);
 
+// Adds the argument ID to a command: a decimal 32-bit integer.
+void AddIdArgument(CLI::App& command, int& id, const std::string& description);
+
 // Adds the option --json to a command.
 void AddJsonOption(CLI::App& command, Context& context);

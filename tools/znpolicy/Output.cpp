@@ -4,28 +4,46 @@
 #include <array>
 #include <cstdio>
 #include <iostream>
+#include <string_view>
+
+#include "Utf8.h"
 
 void PrintJson(const Json& document) {
     std::cout << document.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
+static std::string HexEscape(char c) {
+    std::array<char, 8> escape = {};
+    std::snprintf(escape.data(), escape.size(), "\\x%02x", static_cast<unsigned char>(c));
+    return escape.data();
+}
+
+// Whether a terminal shows the character and does nothing else with it.
+static bool IsHarmless(const Utf8Character& character) {
+    const bool isControl =
+        character.code < 0x20 || (character.code >= 0x7F && character.code < 0xA0);
+    return character.bytes != 0 && !isControl;
+}
+
 std::string Printable(const std::string& text) {
     std::string printable;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '\n') {
+    for (size_t i = 0; i < text.size();) {
+        const Utf8Character character = FirstUtf8Character(std::string_view(text).substr(i));
+        const size_t bytes = std::max<size_t>(character.bytes, 1);
+        if (text[i] == '\n') {
             printable += "\\n";
-        } else if (c == '\t') {
+        } else if (text[i] == '\t') {
             printable += "\\t";
-        } else if (c == '\\') {
+        } else if (text[i] == '\\') {
             printable += "\\\\";
-        } else if (byte < 0x20 || byte == 0x7F) {
-            std::array<char, 8> escape = {};
-            std::snprintf(escape.data(), escape.size(), "\\x%02x", static_cast<unsigned>(byte));
-            printable += escape.data();
+        } else if (IsHarmless(character)) {
+            printable.append(text, i, bytes);
         } else {
-            printable += c;
+            for (size_t k = i; k < i + bytes; ++k) {
+                printable += HexEscape(text[k]);
+            }
         }
+        i += bytes;
     }
     return printable;
 }

@@ -12,7 +12,8 @@ using Json = nlohmann::ordered_json;
 // Prints a document to standard output. Bytes that are not UTF-8 become U+FFFD.
 void PrintJson(const Json& document);
 
-// `text` on one line: control characters are shown as \n, \t or \x1b, a backslash as \\.
+// `text` on one line: control characters and bytes that are not UTF-8 are shown as \n, \t or \x1b,
+// a backslash as \\.
 std::string Printable(const std::string& text);
 
 // A number of bytes for people: "512 B", "8.0 MiB".

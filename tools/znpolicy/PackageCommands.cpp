@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -121,8 +122,8 @@ int Check(const std::string& zip, const std::string& platform, bool json) {
 }
 
 struct BuildArguments {
-    std::string directory;
-    std::string output;
+    std::vector<std::string> directories;
+    std::string into;
     std::string application;
     std::string description;
     std::string downloadUrl;
@@ -131,34 +132,44 @@ struct BuildArguments {
     std::string version;
 };
 
-// The record of a package just built, as an update description.
+// The record of a package just built.
 Json DescribePackage(const BuildArguments& arguments, const std::string& zip,
                      const PackageReport& report) {
     const std::string digest = ZnSha256::FileSha256Value(zip);
-    return {{"packageInfo",
-             {{{"application", arguments.application},
-               {"description", arguments.description},
-               {"downloadUrl", arguments.downloadUrl},
-               {"downloadZipSha256Hash", digest},
-               {"releaseDate", arguments.releaseDate},
-               {"microserviceName", arguments.microserviceName},
-               {"version", arguments.version},
-               {"platform", report.platform},
-               {"packageName", zip.substr(zip.rfind('/') + 1)},
-               {"sha256Hash", digest},
-               {"size", std::to_string(ZnFile::FileSize(zip.c_str()))}}}}};
+    return {{"application", arguments.application},
+            {"description", arguments.description},
+            {"downloadUrl", arguments.downloadUrl},
+            {"downloadZipSha256Hash", digest},
+            {"releaseDate", arguments.releaseDate},
+            {"microserviceName", arguments.microserviceName},
+            {"version", arguments.version},
+            {"platform", report.platform},
+            {"packageName", zip.substr(zip.rfind('/') + 1)},
+            {"sha256Hash", digest},
+            {"size", std::to_string(ZnFile::FileSize(zip.c_str()))}};
 }
 
-int Build(BuildArguments arguments) {
-    arguments.directory.erase(arguments.directory.find_last_not_of('/') + 1);
-    const std::string zip =
-        arguments.output.empty() ? arguments.directory + ".zip" : arguments.output;
-    const PackageReport report = BuildPackage(arguments.directory, zip);
-    PrintReport(std::cerr, zip, report);
-    if (report.HasErrors()) {
-        throw std::runtime_error(zip + ": not built; the installer would refuse the package");
+// Where the zip of a folder goes: beside the folder, or into the directory asked for.
+std::string ZipPathOf(const std::filesystem::path& directory, const std::string& into) {
+    const std::filesystem::path folder =
+        into.empty() ? directory.parent_path() : std::filesystem::path(into);
+    return folder / (directory.filename().string() + ".zip");
+}
+
+int Build(const BuildArguments& arguments) {
+    Json records = Json::array();
+    for (const std::string& name : arguments.directories) {
+        // Absolute and without a final separator, so that there is a last component to name it by.
+        const auto directory = std::filesystem::weakly_canonical(name + "/.");
+        const std::string zip = ZipPathOf(directory, arguments.into);
+        const PackageReport report = BuildPackage(directory, zip);
+        PrintReport(std::cerr, zip, report);
+        if (report.HasErrors()) {
+            throw std::runtime_error(zip + ": not built; the installer would refuse the package");
+        }
+        records.push_back(DescribePackage(arguments, zip, report));
     }
-    PrintJson(DescribePackage(arguments, zip, report));
+    PrintJson({{"packageInfo", records}});
     return kExitDone;
 }
 
@@ -222,10 +233,13 @@ void AddAuthorCommands(CLI::App& package, Context& context) {
 
     const auto arguments = std::make_shared<BuildArguments>();
     CLI::App* build = package.add_subcommand(
-        "build", "Make a package zip from a folder and print its record as an update description");
-    build->add_option("DIR", arguments->directory, "Folder with FileList.ini and Common")
+        "build", "Make package zips from folders and print their records as an update description");
+    build->add_option("DIR", arguments->directories, "Folders with FileList.ini and Common")
         ->required();
-    build->add_option("-o,--output", arguments->output, "The zip; DIR.zip unless given");
+    build
+        ->add_option("--into", arguments->into,
+                     "Where to put the zips; beside the folders if not given")
+        ->type_name("DIR");
     build->add_option("--application", arguments->application);
     build->add_option("--description", arguments->description);
     build->add_option("--download-url", arguments->downloadUrl);

@@ -61,14 +61,14 @@ int Show(const Arguments& arguments, bool json) {
     if (!arguments.item.empty()) {
         return ShowItem(items, arguments, json);
     }
-    Json document = Json::object();
+    Json::object_t document;
     Table table({"ITEM", "VALUE"});
     for (const PolicyStore::Item& item : items) {
-        document[item.key] = item.value;
+        document.push_back({item.key, item.value});  // keys are unique: no search for an older one
         table.AddRow({item.key, item.value});
     }
     if (json) {
-        PrintJson(document);
+        PrintJson(std::move(document));
     } else {
         table.Print();
     }
@@ -88,7 +88,7 @@ void AddPolicyCommands(CLI::App& app, Context& context) {
     policy->require_subcommand(1);
     const auto arguments = std::make_shared<Arguments>();
     const auto addId = [&](CLI::App* command) {
-        command->add_option("ID", arguments->id, "Terminal or session")->required();
+        AddIdArgument(*command, arguments->id, "Terminal or session");
     };
 
     CLI::App* publish = policy->add_subcommand("publish", "Publish an XML document as a policy");

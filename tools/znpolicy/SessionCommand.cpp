@@ -165,7 +165,7 @@ void AddSessionCommand(CLI::App& app, Context& context) {
     const auto id = std::make_shared<int>(0);
     CLI::App* session =
         app.add_subcommand("session", "Show what the library's readers answer for a session");
-    session->add_option("ID", *id, "Terminal or session")->required();
+    AddIdArgument(*session, *id, "Terminal or session");
     AddJsonOption(*session, context);
     session->callback(
         [=, &context] { context.run = [=, &context] { return ShowSession(*id, context.json); }; });

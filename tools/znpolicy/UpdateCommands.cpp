@@ -35,7 +35,7 @@ void AddUpdateCommands(CLI::App& app, Context& context) {
     const auto id = std::make_shared<int>(0);
     CLI::App* show = update->add_subcommand(
         "show", "Take a terminal's update description from its policy, store it, list its records");
-    show->add_option("ID", *id, "Terminal")->required();
+    AddIdArgument(*show, *id, "Terminal");
     AddJsonOption(*show, context);
     show->callback(
         [=, &context] { context.run = [=, &context] { return Show(*id, context.json); }; });

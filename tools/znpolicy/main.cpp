@@ -1,5 +1,6 @@
 // znpolicy: publishes policies, shows what the library makes of them, handles plugin packages.
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -7,8 +8,21 @@
 #include <string>
 
 #include "Context.h"
+#include "Output.h"
 
 namespace {
+
+// An empty name would stand for the default, which is not what was asked for.
+std::string NotEmpty(const std::string& value) {
+    return value.empty() ? "must not be empty" : "";
+}
+
+// Ids are decimal only: "010" is neither 8 nor 10.
+std::string IsId(const std::string& value) {
+    int id = 0;
+    std::from_chars(value.data(), value.data() + value.size(), id);
+    return value == std::to_string(id) ? "" : "\"" + value + "\" is not a decimal 32-bit integer";
+}
 
 // Options that hold for every command. They reach the library through the environment, as they
 // would from outside.
@@ -19,7 +33,9 @@ struct GlobalOptions {
     std::optional<std::string> logFile;
 
     void AddTo(CLI::App& app) {
-        app.add_option("--store", store, "Directory of the policy store")->type_name("DIR");
+        app.add_option("--store", store, "Directory of the policy store")
+            ->type_name("DIR")
+            ->check(NotEmpty);
         app.add_option("--process-dir", processDirectory,
                        "Directory that stands for the running program's")
             ->type_name("DIR");
@@ -57,12 +73,16 @@ int Run(const Context& context) {
         return status;
     } catch (const std::exception& error) {
         std::cout.flush();
-        std::cerr << "znpolicy: " << error.what() << '\n';
+        std::cerr << "znpolicy: " << Printable(error.what()) << '\n';
         return kExitFailed;
     }
 }
 
 }  // namespace
+
+void AddIdArgument(CLI::App& command, int& id, const std::string& description) {
+    command.add_option("ID", id, description)->required()->check(IsId);
+}
 
 void AddJsonOption(CLI::App& command, Context& context) {
     command.add_flag("--json", context.json, "Answer in JSON");
