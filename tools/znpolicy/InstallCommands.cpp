@@ -15,6 +15,7 @@
 #include "ZnCrypto.h"
 #include "ZnVcUpdate.h"
 #include "package/InstallPlan.h"
+#include "package/SilencedOutput.h"
 
 namespace {
 
@@ -182,6 +183,7 @@ int Install(const Arguments& arguments, bool json) {
     int result = 0;
     {
         const Progress progress("installing", 0);
+        const SilencedOutput silenced;
         result = ZnVcUpdate::BuildVcInstallList(arguments.root, arguments.Side(), records);
     }
     const size_t failures = PrintSummary(plan, json);

@@ -19,6 +19,7 @@
 #include "package/PackageCheck.h"
 #include "package/PackageFolder.h"
 #include "package/Rollback.h"
+#include "package/SilencedOutput.h"
 
 namespace {
 
@@ -47,6 +48,7 @@ int Scan(const std::string& directory, bool json) {
 // Unpacks one zip and makes sure that its files are there, which the library leaves to its callers.
 void UnpackOne(const std::string& zip) {
     const PackageFolder folder(zip);
+    const SilencedOutput silenced;
     if (ZnVcUpdate::UnZipVcPackage(zip) != 0) {
         throw std::runtime_error(zip + ": no \".zip\" in the path");
     }
