@@ -1,0 +1,277 @@
+// Installation: packages beside rsync on the same tree, manifests by their size, the install list
+// beside hashing its zips.
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "PrivateMounts.h"
+#include "TemporaryDirectory.h"
+#include "ZnCrypto.h"
+#include "ZnVcUpdate.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using benchmark::State;
+
+void Register(const std::string& name, const std::function<void(State&)>& run) {
+    benchmark::RegisterBenchmark(name.c_str(), run)->UseRealTime()->Unit(benchmark::kMillisecond);
+}
+
+// Lets the installer write its mark file, in a mount namespace of this program's own.
+void AllowMark() {
+    static const bool allowed = [] {
+        EnterPrivateMounts();
+        fs::create_directories("/usr/local/vornserver/bin/microservices");
+        return true;
+    }();
+    static_cast<void>(allowed);
+}
+
+// --- Packages ---
+
+struct Shape {
+    const char* name;
+    size_t files;
+    size_t fileSize;
+};
+
+constexpr Shape kShapes[] = {{"2000-files-of-4-KiB", 2000, size_t{4} << 10},
+                             {"20-files-of-32-MiB", 20, size_t{32} << 20}};
+
+// What is at the destination before the installation.
+enum class Before { kNothing, kTheSame, kOthers };
+
+constexpr struct {
+    const char* name;
+    Before before;
+} kStates[] = {{"all-new", Before::kNothing},
+               {"all-unchanged", Before::kTheSame},
+               {"all-replaced", Before::kOthers}};
+
+std::string FileName(size_t i) {
+    return "f" + std::to_string(10000 + i);
+}
+
+// Contents that no two files and no two versions share.
+std::string Contents(size_t size, size_t file, char version) {
+    std::string contents(size, version);
+    for (size_t i = 0; i < size; i += 64) {
+        contents.replace(i, 8, std::to_string(10'000'000 + file * 1009 + i % 4093));
+    }
+    contents.resize(size);
+    return contents;
+}
+
+// An unpacked package and its destination, made when first needed and gone at the end.
+class Package {
+   public:
+    explicit Package(const Shape& shape) : shape_(shape) {
+        std::string manifest =
+            "[Package_Intall_Type]\nPackageIntallType=arm64\n[arm64]\nbin=" + Destination() +
+            "\n[bin]\n";
+        constexpr size_t kNamesInAValue = 30;
+        for (size_t i = 0; i < shape.files; ++i) {
+            WriteFile(directory_ / ("package/Common/" + FileName(i)),
+                      Contents(shape.fileSize, i, 'n'));
+            manifest += i % kNamesInAValue == 0 ? "\nk" + std::to_string(i) + "=" : ",";
+            manifest += FileName(i);
+        }
+        WriteFile(directory_ / "package/FileList.ini", manifest);
+    }
+
+    // Puts the destination into the state from which the installation starts.
+    void Prepare(Before before) const {
+        fs::remove_all(Destination());
+        fs::create_directory(Destination());
+        for (size_t i = 0; before != Before::kNothing && i < shape_.files; ++i) {
+            const char version = before == Before::kTheSame ? 'n' : 'o';
+            WriteFile(Destination() + FileName(i), Contents(shape_.fileSize, i, version));
+        }
+        // What was just written is nobody's to wait for but ours.
+        ::sync();
+    }
+
+    bool InstallByUs() const {
+        return ZnVcUpdate::ExecuteInstallCommand(directory_ / "package", "arm64") == 0;
+    }
+
+    bool InstallByRsync() const {
+        return std::system(("rsync -a --checksum --backup --suffix=.bak --fsync " +
+                            directory_ / "package/Common/" + " " + Destination())
+                               .c_str()) == 0;
+    }
+
+    // Whether everything is as it has to be afterwards.
+    bool IsInstalled(Before before) const {
+        for (size_t i = 0; i < shape_.files; ++i) {
+            const std::string path = Destination() + FileName(i);
+            if (!fs::exists(path) || fs::file_size(path) != shape_.fileSize ||
+                fs::exists(path + ".bak") != (before == Before::kOthers)) {
+                return false;
+            }
+        }
+        const std::string last = FileName(shape_.files - 1);
+        return ReadFile(Destination() + last) == ReadFile(directory_ / ("package/Common/" + last));
+    }
+
+    int64_t Bytes() const {
+        return static_cast<int64_t>(shape_.files * shape_.fileSize);
+    }
+
+   private:
+    std::string Destination() const {
+        return directory_ / "destination/";
+    }
+
+    const Shape shape_;
+    TemporaryDirectory directory_;
+};
+
+const Package& PackageOf(size_t shape) {
+    static std::vector<std::unique_ptr<Package>> packages(std::size(kShapes));
+    if (!packages[shape]) {
+        packages[shape] = std::make_unique<Package>(kShapes[shape]);
+    }
+    return *packages[shape];
+}
+
+void Install(State& state, size_t shape, Before before, bool (Package::*install)() const) {
+    AllowMark();
+    const Package& package = PackageOf(shape);
+    for (auto _ : state) {
+        state.PauseTiming();
+        package.Prepare(before);
+        state.ResumeTiming();
+        const bool succeeded = (package.*install)();
+        state.PauseTiming();
+        if (!succeeded || !package.IsInstalled(before)) {
+            state.SkipWithError("not installed");
+        }
+        state.ResumeTiming();
+    }
+    state.SetBytesProcessed(state.iterations() * package.Bytes());
+}
+
+// --- Manifests ---
+
+// Many file keys with one name in common: all is the manifest's, hardly anything is installed.
+void Manifest(State& state, size_t keys) {
+    AllowMark();
+    const TemporaryDirectory directory;
+    std::string manifest =
+        "[Package_Intall_Type]\nPackageIntallType=arm64\n[arm64]\nbin=" + directory / "to/" +
+        "\n[bin]\n";
+    for (size_t i = 0; i < keys; ++i) {
+        manifest += "key" + std::to_string(i) + "=common\n";
+    }
+    WriteFile(directory / "FileList.ini", manifest);
+    WriteFile(directory / "Common/common", "contents");
+    ZnVcUpdate::ExecuteInstallCommand(directory.Path(), "arm64");  // unchanged from here on
+    for (auto _ : state) {
+        if (ZnVcUpdate::ExecuteInstallCommand(directory.Path(), "arm64") != 0) {
+            state.SkipWithError("not installed");
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(keys));
+}
+
+// --- The install list ---
+
+constexpr size_t kZips = 5000;
+constexpr size_t kZipSize = size_t{16} << 10;
+
+// A package directory with as many zips, half as many bundles, and as many records, of which none
+// matches: all is the list's, nothing is unpacked.
+class ZipsAndRecords {
+   public:
+    ZipsAndRecords() {
+        for (size_t i = 0; i < kZips; ++i) {
+            const std::string number = std::to_string(10000 + i);
+            paths_.push_back(directory_ / ("Package/Server/plugin_Server_" + number + ".zip"));
+            WriteFile(paths_.back(), Contents(kZipSize, i, 'z'));
+            if (i % 2 == 0) {
+                WriteFile(directory_ / ("Package/Server/plugin_Server_" + number + "_Release.zip"),
+                          "bundle");
+            }
+            ZnPackageInfo record = {};
+            ("https://packages.example/release/plugin_Server_" + number + ".1_Release.zip")
+                .copy(record.downloadUrl, sizeof record.downloadUrl - 1);
+            (std::string(56, 'f') + "000" + number).copy(record.sha256Hash, 64);
+            records_.push_back(record);
+        }
+    }
+
+    bool BuildList() const {
+        return ZnVcUpdate::BuildVcInstallList(directory_.Path(), SERVER_SIDE, records_) == 0;
+    }
+
+    void HashZips() const {
+        for (const std::string& path : paths_) {
+            std::string digest = ZnSha256::FileSha256Value(path);
+            benchmark::DoNotOptimize(digest);
+        }
+    }
+
+   private:
+    TemporaryDirectory directory_;
+    std::vector<std::string> paths_;
+    std::vector<ZnPackageInfo> records_;
+};
+
+const ZipsAndRecords& TheZipsAndRecords() {
+    static const ZipsAndRecords zipsAndRecords;
+    return zipsAndRecords;
+}
+
+void List(State& state) {
+    const ZipsAndRecords& zips = TheZipsAndRecords();
+    for (auto _ : state) {
+        if (!zips.BuildList()) {
+            state.SkipWithError("no list");
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kZips));
+}
+
+void Hash(State& state) {
+    const ZipsAndRecords& zips = TheZipsAndRecords();
+    for (auto _ : state) {
+        zips.HashZips();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kZips));
+}
+
+int RegisterAll() {
+    for (size_t shape = 0; shape < std::size(kShapes); ++shape) {
+        for (const auto& [name, before] : kStates) {
+            const std::string suffix = std::string("/") + name + "/" + kShapes[shape].name;
+            Register("install/ours" + suffix, [shape, state = before](State& s) {
+                Install(s, shape, state, &Package::InstallByUs);
+            });
+            Register("install/rsync" + suffix, [shape, state = before](State& s) {
+                Install(s, shape, state, &Package::InstallByRsync);
+            });
+        }
+    }
+    for (const size_t keys : {1000, 10000}) {
+        Register("manifest/" + std::to_string(keys) + "-keys/a-key",
+                 [=](State& s) { Manifest(s, keys); });
+    }
+    const std::string zips = "/5000-zips-and-records";
+    Register("list/ours" + zips, List);
+    Register("list/hashing-alone" + zips, Hash);
+    return 0;
+}
+
+const int kRegistered = RegisterAll();
+
+}  // namespace
