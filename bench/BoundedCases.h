@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string>
 
-constexpr size_t kSizes[] = {1, 2, 4, 8, 16, 31, 32, 33, 48, 64, 128, 256, 1024, 4096};
+constexpr size_t kSizes[] = {1, 4, 8, 16, 31, 32, 33, 64, 128, 256, 1024, 4096};
 constexpr size_t kLargest = 4096;
 
 // "short/16/aligned" and so on; a size is long when it is above 32 bytes.

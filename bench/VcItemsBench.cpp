@@ -64,11 +64,11 @@ int AbslParse(const std::string& text, std::vector<VekVcItems>& items) {
     return 0;
 }
 
-// Items as a policy may have them, each a little different.
+// Items as a policy may have them, each a little different, all of the same length.
 std::string List(size_t items) {
     std::string text;
     for (size_t i = 0; i < items; ++i) {
-        const std::string number = std::to_string(i);
+        const std::string number = std::to_string(100000 + i);
         text += (i == 0 ? "" : ",") + ("plugin" + number) + "@{channel" + number +
                 "}@0x1F@ff@libPlugin" + number + ".so@1.2." + number + "@on demand";
     }

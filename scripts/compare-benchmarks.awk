@@ -55,9 +55,9 @@ function compare(measured, beside, pattern, wanted,    i, name, case_name, peer,
 
 function time(name,    ns) {
     ns = cost[name]
-    if (ns < 1e4)
+    if (ns < 1e3)
         return sprintf("%.3g ns %s", ns, what_for[name])
-    if (ns < 1e7)
-        return sprintf("%.4g us %s", ns / 1e3, what_for[name])
-    return sprintf("%.4g ms %s", ns / 1e6, what_for[name])
+    if (ns < 1e6)
+        return sprintf("%.3g us %s", ns / 1e3, what_for[name])
+    return sprintf("%.3g ms %s", ns / 1e6, what_for[name])
 }
