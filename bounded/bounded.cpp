@@ -21,26 +21,12 @@ bool IsAligned(const void* pointer) {
     return reinterpret_cast<uintptr_t>(pointer) % 8 == 0;
 }
 
-// Copies `count` (at most kInlineMax) bytes in the largest words that fit. Constant sizes make each
-// step a load and a store, whatever the alignment.
+// Copies `count` bytes in the largest words that fit. Constant sizes make each step a load and a
+// store, whatever the alignment.
 inline void CopyWords(unsigned char* dest, const unsigned char* src, size_t count) {
     size_t at = 0;
-    switch (count / 8) {
-        case 4:
-            __builtin_memcpy(dest + 24, src + 24, 8);
-            [[fallthrough]];
-        case 3:
-            __builtin_memcpy(dest + 16, src + 16, 8);
-            [[fallthrough]];
-        case 2:
-            __builtin_memcpy(dest + 8, src + 8, 8);
-            [[fallthrough]];
-        case 1:
-            __builtin_memcpy(dest, src, 8);
-            at = count / 8 * 8;
-            [[fallthrough]];
-        default:
-            break;
+    for (; count - at >= 8; at += 8) {
+        __builtin_memcpy(dest + at, src + at, 8);
     }
     if ((count & 4) != 0) {
         __builtin_memcpy(dest + at, src + at, 4);
