@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -21,32 +22,37 @@ namespace {
 using benchmark::State;
 
 void Register(const std::string& name, const std::function<void(State&)>& run) {
+    benchmark::RegisterBenchmark(name.c_str(), run);
+}
+
+// Where other processes do the work.
+void RegisterInRealTime(const std::string& name, const std::function<void(State&)>& run) {
     benchmark::RegisterBenchmark(name.c_str(), run)->UseRealTime();
 }
 
 // --- Peak memory ---
 
-double StatusInMiB(const std::string& field) {
+double StatusInBytes(const std::string& field) {
     std::ifstream status("/proc/self/status");
     std::string name;
     while (status >> name) {
         if (name == field) {
             double kibibytes = 0;
             status >> kibibytes;
-            return kibibytes / 1024;
+            return kibibytes * 1024;
         }
         status.ignore(1000, '\n');
     }
     return 0;
 }
 
-// How much memory, in MiB, the process takes for `work` beyond what it has before.
+// How many bytes of memory the process takes for `work` beyond what it has before.
 double PeakOf(const std::function<void()>& work) {
     malloc_trim(0);  // what is left over from earlier work would hide what this one takes
     std::ofstream("/proc/self/clear_refs") << "5" << std::flush;
-    const double before = StatusInMiB("VmRSS:");
+    const double before = StatusInBytes("VmRSS:");
     work();
-    return StatusInMiB("VmHWM:") - before;
+    return StatusInBytes("VmHWM:") - before;
 }
 
 // --- The update description ---
@@ -157,19 +163,194 @@ void ParseWithKeptParser(State& state, size_t packages) {
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
 }
 
-void ConvertMemory(State& state, size_t packages) {
+// Fails when the conversion takes more than `bound` times the text beside text and records.
+void ConvertMemory(State& state, size_t packages, double bound) {
     const std::string text = Description(packages);
-    const double textMiB = static_cast<double>(text.size()) / (1 << 20);
-    double peak = 0;
+    const auto textSize = static_cast<double>(text.size());
     for (auto _ : state) {
-        peak = PeakOf([&] {
-            Records records;
-            records.reserve(packages);
-            std::memset(records.data(), 0, packages * sizeof records[0]);
-        });
+        Records records;
+        const double peak = PeakOf([&] { ZnVcUpdate::ZnConvertToVekPackInfo(text, records); });
+        const auto recordsSize = static_cast<double>(records.size() * sizeof records[0]);
+        state.counters["times_the_text"] = (peak - recordsSize) / textSize;
+        if (peak - recordsSize > bound * textSize) {
+            state.SkipWithError("takes too much memory");
+        }
     }
-    (void)textMiB;
-    (void)peak;
 }
+
+// --- The client's package list ---
+
+// A message whose payload starts `shift` bytes beyond an address that suits records.
+class ReceivedMessage {
+   public:
+    ReceivedMessage(size_t records, size_t shift)
+        : shift_(shift),
+          size_(records * sizeof(ZnPackageInfo)),
+          buffer_(shift + sizeof(ZnMessage) + size_, 'x') {
+        Get()->payloadLength = static_cast<int32_t>(size_);
+    }
+
+    ZnMessage* Get() {
+        return reinterpret_cast<ZnMessage*>(&buffer_[shift_]);
+    }
+    const char* Payload() const {
+        return &buffer_[shift_ + sizeof(ZnMessage)];
+    }
+    size_t PayloadSize() const {
+        return size_;
+    }
+
+   private:
+    size_t shift_;
+    size_t size_;
+    std::vector<char> buffer_;
+};
+
+void ListIntoNew(State& state, size_t count, size_t shift) {
+    ReceivedMessage message(count, shift);
+    for (auto _ : state) {
+        Records records;
+        ZnVcUpdate::ZnClientPackageListMessageToPackInfo(message.Get(), records);
+        benchmark::DoNotOptimize(records.data());
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(message.PayloadSize()));
+}
+
+void ListIntoKept(State& state, size_t count, size_t shift) {
+    ReceivedMessage message(count, shift);
+    Records records;
+    for (auto _ : state) {
+        ZnVcUpdate::ZnClientPackageListMessageToPackInfo(message.Get(), records);
+        benchmark::DoNotOptimize(records.data());
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(message.PayloadSize()));
+}
+
+void MemcpyIntoNew(State& state, size_t count, size_t shift) {
+    const ReceivedMessage message(count, shift);
+    for (auto _ : state) {
+        const std::unique_ptr<char[]> copy(new char[message.PayloadSize()]);
+        std::memcpy(copy.get(), message.Payload(), message.PayloadSize());
+        benchmark::DoNotOptimize(copy.get());
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(message.PayloadSize()));
+}
+
+void MemcpyIntoKept(State& state, size_t count, size_t shift) {
+    const ReceivedMessage message(count, shift);
+    const std::unique_ptr<char[]> copy(new char[message.PayloadSize()]);
+    for (auto _ : state) {
+        std::memcpy(copy.get(), message.Payload(), message.PayloadSize());
+        benchmark::DoNotOptimize(copy.get());
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(message.PayloadSize()));
+}
+
+// --- The local scan ---
+
+constexpr size_t kZips = 64;
+constexpr size_t kZipSize = size_t{8} << 20;
+
+// The zips, made when they are first needed and gone at the end. Also the process directory, in
+// which every scan makes sure of the package tree.
+const TemporaryDirectory& Zips() {
+    static const TemporaryDirectory directory;
+    static const bool made = [] {
+        setenv("ZN_PROCESS_DIRECTORY", directory.Path().c_str(), 1);
+        std::string contents(kZipSize, 'z');
+        for (size_t i = 0; i < kZips; ++i) {
+            contents[i] = 'a';
+            WriteFile(directory / ("zips/" + std::to_string(100 + i) + ".zip"), contents);
+        }
+        // One large zip, without the blocks on disk.
+        WriteFile(directory / "large/large.zip", "");
+        std::filesystem::resize_file(directory / "large/large.zip", size_t{1} << 30);
+        return true;
+    }();
+    static_cast<void>(made);
+    return directory;
+}
+
+void Scan(State& state) {
+    const std::string directory = Zips() / "zips";
+    for (auto _ : state) {
+        Records records;
+        ZnVcUpdate::ZnScanLocalZipFiles(directory, records);
+        if (records.size() != kZips) {
+            state.SkipWithError("did not find the zips");
+        }
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(kZips * kZipSize));
+}
+
+void DigestProgram(State& state, const std::string& program) {
+    const std::string command = program + " " + Zips().Path() + "/zips/*.zip >/dev/null";
+    for (auto _ : state) {
+        if (std::system(command.c_str()) != 0) {
+            state.SkipWithError("cannot run the program");
+        }
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(kZips * kZipSize));
+}
+
+// Fails when the scan takes more than `bound` MiB.
+void ScanMemory(State& state, const std::string& directory, double bound) {
+    const std::string path = Zips() / directory;
+    for (auto _ : state) {
+        const double peak = PeakOf([&] {
+                                Records records;
+                                ZnVcUpdate::ZnScanLocalZipFiles(path, records);
+                            }) /
+                            (1 << 20);
+        state.counters["peak_MiB"] = peak;
+        if (peak > bound) {
+            state.SkipWithError("takes too much memory");
+        }
+    }
+}
+
+int RegisterAll() {
+    for (const size_t packages : {10, 1000, 100000}) {
+        const std::string suffix = "/" + std::to_string(packages) + "-packages";
+        Register("convert/ours" + suffix, [=](State& s) { Convert(s, ConvertByUs, packages); });
+        Register("convert/nlohmann" + suffix,
+                 [=](State& s) { Convert(s, ConvertByNlohmann, packages); });
+        Register("convert/simdjson-parse" + suffix, [=](State& s) { Parse(s, packages); });
+        Register("convert/simdjson-kept-parser" + suffix,
+                 [=](State& s) { ParseWithKeptParser(s, packages); });
+    }
+    for (const size_t packages : {1000, 100000}) {
+        Register("convert-growth/" + std::to_string(packages) + "-packages/a-byte",
+                 [=](State& s) { Convert(s, ConvertByUs, packages); });
+    }
+    Register("convert-memory/ours/100000-packages", [](State& s) { ConvertMemory(s, 100000, 4); });
+
+    for (const size_t shift : {0, 1}) {
+        for (const size_t count : {1, 100, 10000}) {
+            const std::string suffix =
+                (shift == 0 ? "/aligned/" : "/odd/") + std::to_string(count) + "-records";
+            const auto add = [&](const std::string& name, void (*run)(State&, size_t, size_t)) {
+                Register(name + suffix, [=](State& s) { run(s, count, shift); });
+            };
+            add("list-into-new/ours", ListIntoNew);
+            add("list-into-new/memcpy", MemcpyIntoNew);
+            add("list-into-kept/ours", ListIntoKept);
+            add("list-into-kept/memcpy", MemcpyIntoKept);
+        }
+    }
+
+    const std::string zips = "/64-zips-of-8-MiB";
+    RegisterInRealTime("scan/ours" + zips, Scan);
+    RegisterInRealTime("scan/openssl" + zips,
+                       [](State& s) { DigestProgram(s, "openssl dgst -sha256"); });
+    RegisterInRealTime("scan/sha256sum" + zips, [](State& s) { DigestProgram(s, "sha256sum"); });
+    Register("scan-memory/ours" + zips, [](State& s) { ScanMemory(s, "zips", 16); });
+    Register("scan-memory/ours/one-zip-of-1-GiB", [](State& s) { ScanMemory(s, "large", 16); });
+    return 0;
+}
+
+const int kRegistered = RegisterAll();
 
 }  // namespace

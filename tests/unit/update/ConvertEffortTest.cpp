@@ -100,3 +100,10 @@ TEST_F(ConvertEffort, MembersAreReadInTheOrderOfTheRecord) {
                                        "downloadZipSha256Hash", "releaseDate", "microserviceName",
                                        "version", "platform", "packageName", "sha256Hash", "size"));
 }
+
+TEST_F(ConvertEffort, ANegativeNumberOfPackagesIsNone) {
+    g_packages = -1;
+    std::vector<ZnPackageInfo> records;
+    EXPECT_EQ(ZnVcUpdate::ZnConvertToVekPackInfo("{}", records), kFailure);
+    EXPECT_TRUE(records.empty());
+}

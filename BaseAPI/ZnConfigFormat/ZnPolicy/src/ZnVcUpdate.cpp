@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -293,6 +294,9 @@ int ZnVcUpdate::ZnConvertToVekPackInfo(std::string vekJsonUpdateInfo,
         return kFailure;
     }
     ZnJson::Value root(vekJsonUpdateInfo);
+    if (vekPackInfo.empty()) {
+        vekPackInfo.reserve(static_cast<size_t>(std::max(root["packageInfo"].GetArraySize(), 0)));
+    }
     PackageTexts values;
     for (int i = 0; i < root["packageInfo"].GetArraySize(); ++i) {
         ZnPackageInfo info;
@@ -337,11 +341,17 @@ int ZnVcUpdate::ZnClientPackageListMessageToPackInfo(ZnMessage* msg,
     if (count <= 0) {
         return kSuccess;
     }
-    packInfo.reserve(static_cast<size_t>(count));
+    // The payload may stand at any alignment; where it suits records, they are copied in one go.
     const auto* payload = reinterpret_cast<const unsigned char*>(msg) + sizeof(ZnMessage);
+    if (reinterpret_cast<uintptr_t>(payload) % alignof(ZnPackageInfo) == 0) {
+        const auto* records = reinterpret_cast<const ZnPackageInfo*>(payload);
+        packInfo.assign(records, records + count);
+        return kSuccess;
+    }
+    packInfo.reserve(static_cast<size_t>(count));
     for (int i = 0; i < count; ++i, payload += kRecordSize) {
         ZnPackageInfo info;
-        std::memcpy(&info, payload, sizeof info);  // the payload may stand at any alignment
+        std::memcpy(&info, payload, sizeof info);
         packInfo.push_back(info);
     }
     return kSuccess;
