@@ -64,6 +64,15 @@ Outcome Failed(const Logged& record) {
     return {-10000, {}, {record}};
 }
 
+// A text, and a number, ends at an embedded zero byte.
+std::string UpToZeroByte(const std::string& field) {
+    return field.substr(0, field.find('\0'));
+}
+
+int32_t Hex(const std::string& field) {
+    return static_cast<int32_t>(std::strtol(field.c_str(), nullptr, 16));
+}
+
 Outcome LiteralParse(const std::string& text) {
     if (text.size() < 2) {
         return Failed(Failure("ZnParseVekVcItems", "invalid:key/vekVcStr"));
@@ -87,12 +96,9 @@ Outcome LiteralParse(const std::string& text) {
                                            "].size=" + std::to_string(fields[i].size())));
             }
         }
-        // c_str(): a text, and a number, ends at an embedded zero byte.
-        outcome.items.push_back(
-            Item(fields[0].c_str(), fields[1].c_str(),
-                 static_cast<int32_t>(std::strtol(fields[2].c_str(), nullptr, 16)),
-                 static_cast<int32_t>(std::strtol(fields[3].c_str(), nullptr, 16)),
-                 fields[4].c_str(), fields[5].c_str(), fields[6].c_str()));
+        outcome.items.push_back(Item(UpToZeroByte(fields[0]), UpToZeroByte(fields[1]),
+                                     Hex(fields[2]), Hex(fields[3]), UpToZeroByte(fields[4]),
+                                     UpToZeroByte(fields[5]), UpToZeroByte(fields[6])));
     }
     return outcome;
 }
