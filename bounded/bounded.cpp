@@ -61,7 +61,7 @@ inline int Fill(void* dest, int c, size_t count) {
 }
 
 // Why a fill is refused; the order of the checks is part of the contract.
-int FillError(void* dest, size_t destMax, int c) {
+[[gnu::cold]] int FillError(void* dest, size_t destMax, int c) {
     if (destMax == 0 || destMax > BOUNDED_MAX) {
         return BOUNDED_ERANGE;
     }
@@ -70,6 +70,13 @@ int FillError(void* dest, size_t destMax, int c) {
     }
     memset(dest, c, destMax);
     return BOUNDED_ERANGE_RESET;
+}
+
+inline int FillWithinLimit(void* dest, size_t destMax, int c, size_t count) {
+    if (dest != nullptr && destMax <= BOUNDED_MAX && count <= destMax) {
+        return Fill(dest, c, count);
+    }
+    return FillError(dest, destMax, c);
 }
 
 inline void CopyShort(char* dest, const char* src, size_t count) {
@@ -83,6 +90,12 @@ inline void CopyShort(char* dest, const char* src, size_t count) {
     }
 }
 
+// The length of `src`, or `destMax` (at least 1) when it does not end before. Many fields are
+// empty; these cost no call.
+inline size_t LengthWithin(const char* src, size_t destMax) {
+    return src[0] == '\0' ? 0 : strnlen(src, destMax);
+}
+
 bool Overlap(const char* dest, const char* src, size_t size) {
     const auto to = reinterpret_cast<uintptr_t>(dest);
     const auto from = reinterpret_cast<uintptr_t>(src);
@@ -92,14 +105,11 @@ bool Overlap(const char* dest, const char* src, size_t size) {
 }  // namespace
 
 int memset_s(void* dest, size_t destMax, int c, size_t count) {
-    if (dest != nullptr && destMax <= BOUNDED_MAX && count <= destMax) {
-        return Fill(dest, c, count);
-    }
-    return FillError(dest, destMax, c);
+    return FillWithinLimit(dest, destMax, c, count);
 }
 
 int memset_sOptAsm(void* dest, size_t destMax, int c, size_t count) {
-    return memset_s(dest, destMax, c, count);
+    return FillWithinLimit(dest, destMax, c, count);
 }
 
 int memset_sOptTc(void* dest, size_t destMax, int c, size_t count) {
@@ -115,7 +125,7 @@ int strcpy_s(char* dest, size_t destMax, const char* src) {
     if (dest == nullptr || src == nullptr || dest == src || destMax == 0 || destMax > BOUNDED_MAX) {
         return strcpy_error(dest, destMax, src);
     }
-    const size_t length = strnlen(src, destMax);
+    const size_t length = LengthWithin(src, destMax);
     if (length == destMax) {
         return strcpy_error(dest, destMax, src);
     }
@@ -137,7 +147,7 @@ int strcpy_error(char* dest, size_t destMax, const char* src) {
         return BOUNDED_ERANGE;
     }
     if (dest != nullptr && src != nullptr) {
-        if (strnlen(src, destMax) < destMax) {
+        if (LengthWithin(src, destMax) < destMax) {
             return BOUNDED_OK;  // fits, or is copied onto itself
         }
         dest[0] = '\0';
