@@ -12,7 +12,7 @@ class TemporaryDirectory {
    public:
     TemporaryDirectory() {
         std::string pattern = (std::filesystem::temp_directory_path() / "zn-test-XXXXXX").string();
-        if (mkdtemp(&pattern[0]) == nullptr) {
+        if (mkdtemp(pattern.data()) == nullptr) {
             throw std::runtime_error("cannot make a directory like " + pattern);
         }
         path_ = pattern;

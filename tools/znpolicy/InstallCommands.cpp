@@ -191,7 +191,7 @@ int Install(const Arguments& arguments, bool json) {
         throw std::runtime_error("the installation stopped: a zip could not be unpacked");
     }
     if (failures > 0) {
-        throw std::runtime_error(std::to_string(failures) + " packages were not installed");
+        throw std::runtime_error("packages not installed: " + std::to_string(failures));
     }
     return kExitDone;
 }

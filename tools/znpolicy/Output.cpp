@@ -13,9 +13,9 @@ void PrintJson(const Json& document) {
 }
 
 static std::string HexEscape(char c) {
-    std::array<char, 8> escape = {};
-    std::snprintf(escape.data(), escape.size(), "\\x%02x", static_cast<unsigned char>(c));
-    return escape.data();
+    static constexpr const char* kDigits = "0123456789abcdef";
+    const auto byte = static_cast<unsigned char>(c);
+    return {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
 }
 
 // Whether a terminal shows the character and does nothing else with it.
@@ -60,7 +60,7 @@ std::string HumanSize(int64_t bytes) {
         ++unit;
     }
     std::array<char, 32> text = {};
-    std::snprintf(text.data(), text.size(), "%.1f %s", size, kUnits[unit]);
+    (void)std::snprintf(text.data(), text.size(), "%.1f %s", size, kUnits[unit]);
     return text.data();
 }
 

@@ -194,7 +194,7 @@ int RollBackPackage(const std::string& package, bool force, bool json) {
     }
     if (notDone > 0) {
         throw std::runtime_error(package + ": " + std::to_string(notDone) +
-                                 " files were not put back");
+                                 " of the files not put back");
     }
     return kExitDone;
 }

@@ -5,6 +5,7 @@
 #include <exception>
 #include <iostream>
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 #include "Context.h"
@@ -62,33 +63,8 @@ struct GlobalOptions {
     }
 };
 
-int Run(const Context& context) {
-    try {
-        const int status = context.run();
-        std::cout.flush();
-        if (!std::cout) {
-            std::cerr << "znpolicy: cannot write to standard output\n";
-            return kExitFailed;
-        }
-        return status;
-    } catch (const std::exception& error) {
-        std::cout.flush();
-        std::cerr << "znpolicy: " << Printable(error.what()) << '\n';
-        return kExitFailed;
-    }
-}
-
-}  // namespace
-
-void AddIdArgument(CLI::App& command, int& id, const std::string& description) {
-    command.add_option("ID", id, description)->required()->check(IsId);
-}
-
-void AddJsonOption(CLI::App& command, Context& context) {
-    command.add_flag("--json", context.json, "Answer in JSON");
-}
-
-int main(int argc, char** argv) {
+// Understands the command line, prepares the library's surroundings and runs the command.
+int RunCommandLine(int argc, char** argv) {
     CLI::App app("Publishes policies, shows what sessions make of them, handles plugin packages.",
                  "znpolicy");
     app.set_version_flag("--version", std::string("znpolicy ") + ZN_VERSION);
@@ -108,5 +84,30 @@ int main(int argc, char** argv) {
         return app.exit(error) == 0 ? kExitDone : kExitWrongUsage;
     }
     options.Apply();
-    return Run(context);
+    return context.run();
+}
+
+}  // namespace
+
+void AddIdArgument(CLI::App& command, int& id, const std::string& description) {
+    command.add_option("ID", id, description)->required()->check(IsId);
+}
+
+void AddJsonOption(CLI::App& command, Context& context) {
+    command.add_flag("--json", context.json, "Answer in JSON");
+}
+
+int main(int argc, char** argv) {
+    try {
+        const int status = RunCommandLine(argc, argv);
+        std::cout.flush();
+        if (!std::cout) {
+            throw std::runtime_error("cannot write to standard output");
+        }
+        return status;
+    } catch (const std::exception& error) {
+        std::cout.flush();
+        std::cerr << "znpolicy: " << Printable(error.what()) << '\n';
+        return kExitFailed;
+    }
 }
