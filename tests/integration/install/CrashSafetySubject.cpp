@@ -47,7 +47,8 @@ int main(int argc, char** argv) {
         return Install(args[1], args[2]);
     }
     if (args.size() == 4 && args[0] == "publish") {
-        return Publish(args[1], std::atoi(args[2].c_str()), args[3]);
+        const auto id = static_cast<int>(std::strtol(args[2].c_str(), nullptr, 10));
+        return Publish(args[1], id, args[3]);
     }
     return 2;
 }

@@ -310,7 +310,7 @@ class PublishCrashSafety : public CrashSafety {
         std::string items;
         for (int i = 0; i < 500; ++i) {
             const std::string name = "Item" + std::to_string(i);
-            items += "<" + name + ">" + word + " value</" + name + ">";
+            items.append("<" + name + ">").append(word).append("</" + name + ">");
         }
         return "<Policy><PolicyName>" + word + "</PolicyName>" + items + "</Policy>";
     }

@@ -32,6 +32,7 @@ static std::string Joined(const std::vector<std::string>& words) {
 
 Ending RunProgram(const std::vector<std::string>& command) {
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string& word : command) {
         arguments.push_back(const_cast<char*>(word.c_str()));
     }

@@ -177,7 +177,7 @@ class InstallListProperty : public PolicyTest {
         }
         // Paths without a file name: a bundle's empty name is in every address.
         WriteFile(packages_ + "_Server_Release.zipless", "zip");
-        paths_.push_back("_Server_Release.zipless");
+        paths_.emplace_back("_Server_Release.zipless");
         fs::create_directory(packages_ + "_Client_Server_Release.zip");
         paths_.push_back(packages_ + "_Client_Server_Release.zip/");
         ScriptedServices::Get().iniFiles[packages_ + "b_Server/FileList.ini"] = {

@@ -26,7 +26,8 @@ static Records Joined(Records first, const Records& second) {
 
 // A digest of 64 characters.
 static std::string Digest(char digit) {
-    return std::string(64, digit);
+    std::string digest(64, digit);
+    return digest;
 }
 
 // A package record; only the fields that the list looks at.
@@ -59,7 +60,7 @@ class InstallList : public PolicyTest {
     // Puts a zip into the package directory. It has been unpacked already, as a package for arm64
     // without files.
     std::string Zip(const std::string& name, const std::string& digest = "") {
-        const std::string path = packages_ + name;
+        std::string path = packages_ + name;
         WriteFile(path, "zip");
         digests_[path] = digest;
         const std::string manifest = path.substr(0, path.rfind('.')) + "/FileList.ini";

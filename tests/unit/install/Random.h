@@ -13,14 +13,7 @@
 // The seed is printed; ZN_TEST_SEED=<number> in the environment repeats a run.
 class Random {
    public:
-    Random() {
-        const char* chosen = std::getenv("ZN_TEST_SEED");
-        const uint64_t seed =
-            chosen != nullptr ? std::strtoull(chosen, nullptr, 10) : std::random_device()();
-        std::cout << "seed: " << seed << " (repeat with ZN_TEST_SEED=" << seed << ")\n";
-        testing::Test::RecordProperty("seed", std::to_string(seed));
-        engine_.seed(seed);
-    }
+    Random() : engine_(Seed()) {}
 
     size_t Below(size_t limit) {
         return static_cast<size_t>(engine_() % limit);
@@ -49,5 +42,14 @@ class Random {
     }
 
    private:
+    static uint64_t Seed() {
+        const char* chosen = std::getenv("ZN_TEST_SEED");
+        const uint64_t seed =
+            chosen != nullptr ? std::strtoull(chosen, nullptr, 10) : std::random_device()();
+        std::cout << "seed: " << seed << " (repeat with ZN_TEST_SEED=" << seed << ")\n";
+        testing::Test::RecordProperty("seed", std::to_string(seed));
+        return seed;
+    }
+
     std::mt19937_64 engine_;
 };
