@@ -2,10 +2,12 @@
 // to the installed files; the fixed paths are written in a mount namespace of this program's own.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -25,6 +27,7 @@ namespace {
 
 constexpr int kSuccess = 0;
 constexpr int kFailure = -10000;
+constexpr int kCannotRun = 127;  // status of a child process
 
 const std::string kMark = "/usr/local/vornserver/bin/microservices/vcUpdated.mark";
 const std::string kPlugins = "/usr/local/vornserver/plugins/";
@@ -91,11 +94,16 @@ class InstallFlow : public testing::Test {
     static int InAProcessOfItsOwn(const std::function<int()>& work) {
         const pid_t child = fork();
         if (child == 0) {
+            // A full disk makes `unzip` ask what to do.
+            if (std::freopen("/dev/null", "r", stdin) == nullptr) {
+                _exit(kCannotRun);
+            }
             _exit(work());
         }
         int status = 0;
         EXPECT_EQ(waitpid(child, &status, 0), child);
         EXPECT_TRUE(WIFEXITED(status));
+        EXPECT_NE(WEXITSTATUS(status), kCannotRun);
         return WEXITSTATUS(status);
     }
 
@@ -323,6 +331,27 @@ TEST_F(InstallFlow, AZipWithoutAManifestIsNotInstalled) {
     const std::string digest = Zip("Server/a_Server.zip", {{"Common/a.so", "A"}});
     EXPECT_EQ(Build({Record(digest)}), kSuccess);
     EXPECT_FALSE(fs::exists(kPlugins));
+}
+
+// The outcome of unpacking is not looked at: what it leaves is the package.
+TEST_F(InstallFlow, AFileThatUnzipCouldNotFinishOnAFullDiskIsInstalledAsItIs) {
+    const TemporaryDirectory made;
+    const std::string whole(3'000'000, 'x');
+    WriteFile(made / "FileList.ini", Manifest("Model-A", "a.so"));
+    WriteFile(made / "Common/a.so", whole);
+    OutputOf("cd " + made.Path() + " && zip -X -qr a_Server.zip FileList.ini Common");
+    const std::string digest = Sha256Of(made / "a_Server.zip");
+
+    ASSERT_EQ(mount("tmpfs", packages_.c_str(), "tmpfs", 0, "size=1m"), 0);
+    fs::copy(made / "a_Server.zip", packages_);
+    EXPECT_EQ(Build({Record(digest)}), kSuccess);
+    EXPECT_EQ(umount2(packages_.c_str(), MNT_DETACH), 0);
+    EXPECT_LT(fs::file_size(kPlugins + "a.so"), whole.size());
+
+    // With room, the next call puts it right.
+    fs::copy(made / "a_Server.zip", packages_);
+    EXPECT_EQ(Build({Record(digest)}), kSuccess);
+    EXPECT_EQ(fs::file_size(kPlugins + "a.so"), whole.size());
 }
 
 TEST_F(InstallFlow, ADestinationWhoseParentIsMissingIsAFailure) {
