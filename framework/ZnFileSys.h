@@ -40,8 +40,8 @@ class ZN_API ZnFile {
     // Appends the `length` bytes at `data` to the file `path`, creating it if needed with the
     // permissions 0666 less the umask. `data` may be null when `length` is 0.
     // Returns the number of bytes appended: fewer than `length` when the disk is full, -1 when
-    // `path` cannot be opened or is not a file, 0 for a negative `length`. Callers do not look at
-    // it.
+    // `path` cannot be opened or is not a file or the system reports on closing it that bytes are
+    // lost, 0 for a negative `length`. Callers do not look at it.
     static long long AppendWriteFile(const char* path, const char* data, long long length);
 
     // Fills `files` with the paths of all regular files below `directory`, replacing what it held.

@@ -39,7 +39,7 @@ class ZN_API Value {
     // The member `key` of an object (the first one, if the name stands twice) or the element
     // `index` of an array, from 0. When there is none, or the value is of another kind, the result
     // holds nothing. The reference stays valid until the value it came from is changed or
-    // destroyed. It is for reading: what is assigned to it does not become part of that value.
+    // destroyed. It is for reading: whether that value shows what is assigned to it is not settled.
     // However large the array, going through it takes time in proportion to it.
     Value& operator[](const std::string& key);
     Value& operator[](unsigned int index);

@@ -28,9 +28,11 @@ class ZN_API ZnBandwidthPolicy {
     void ReadBandwidthPolicy(int terminalId);
 
     // Works out the allowance of `moduleName` from its items and stores it: the absolute bandwidth
-    // or the share of `totalBandwidth` (kilobits per second, 0 for no total), whichever is smaller,
-    // a share of less than one unit never replacing an absolute bandwidth. A result of 0 or less
-    // stores nothing. `item` is only read. Returns 0. Logs nothing.
+    // or the share of `totalBandwidth` (kilobits per second, 0 or less for no total), whichever is
+    // smaller, a share of less than one unit never replacing an absolute bandwidth. Each counts
+    // only when its flag is not 0, a percentage of 0 or above 100 never. A result of 0 or less
+    // stores nothing. For "Total" the items do not matter: a `totalBandwidth` above 0 is stored.
+    // Products wrap at 32 bits. `item` is only read. Returns 0. Logs nothing.
     int CalculateModuleAllowedBandwidth(int totalBandwidth, std::string moduleName,
                                         PolicyCfgItemValue& item);
 

@@ -30,9 +30,12 @@ class ZN_API ZnVcVek {
 
     // Parses a plugin list into `items`, in the order of the text, replacing what it held: items
     // separated by ",", each of seven or more fields separated by "@", "{" or "}". A field is 1 to
-    // 31 characters long, blanks included. Runs of separators count as one; a text that begins with
-    // "," is an empty list. Returns 0, or -10000 with `items` empty when the text is shorter than 2
-    // characters or any item is malformed. Logs a text that is too short at level 1, a malformed
+    // 31 characters long, blanks included. Fields 3 and 4 are hexadecimal numbers as strtol reads
+    // them (blanks, a sign and "0x" may come first, other text ends the number, no digit gives 0),
+    // cut to 32 bits; those after the seventh are not kept. Runs of separators count as one, one at
+    // the end as none; a text that begins with "," is an empty list, an item that begins with a
+    // separator is malformed. Returns 0, or -10000 with `items` empty when the text is shorter than
+    // 2 characters or any item is malformed. Logs a text that is too short at level 1, a malformed
     // item at level 3.
     static int ZnParseVekVcItems(std::string vekVcStr, std::vector<VekVcItems>& items);
 
