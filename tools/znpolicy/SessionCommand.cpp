@@ -74,8 +74,8 @@ std::vector<Allowance> ReadBandwidth(ZnXml& xml, int id) {
 Session ReadSession(int id) {
     ZnXml xml;
     if (!xml.LoadPolicyShareMemory(id)) {
-        throw std::runtime_error("there is no policy " + std::to_string(id) + " in " +
-                                 PolicyStore::DefaultDirectory());
+        (void)PolicyStore().Read(id);  // throws: it tells a missing policy from a damaged one
+        throw std::runtime_error("policy " + std::to_string(id) + " cannot be loaded");
     }
     Session session;
     session.dataTransportFlag = ZnIdtVek::ReadIdtPolicy(id);

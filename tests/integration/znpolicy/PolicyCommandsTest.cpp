@@ -14,6 +14,7 @@
 namespace {
 
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::Not;
@@ -243,10 +244,82 @@ TEST_F(ZnPolicyTest, SessionSeesEachPolicyAsItIsPublished) {
     EXPECT_EQ(Json::parse(OutputOf({"session", "5", "--json"}))["intelligentDataTransportFlag"], 2);
 }
 
+// A policy in which every limit wins once, with a list of two plugins.
+constexpr const char* kBandwidthAndPlugins = R"(<Policy>
+    <PolicyName>Call centre</PolicyName>
+    <TotalBandwidthSpecified>1</TotalBandwidthSpecified>
+    <TotalBandwidth>1000</TotalBandwidth>
+    <AudioBandwidthSpecified>1</AudioBandwidthSpecified>
+    <AudioBandwidth>800</AudioBandwidth>
+    <AudioBandwidthPercentSpecified>1</AudioBandwidthPercentSpecified>
+    <AudioBandwidthPercent>50</AudioBandwidthPercent>
+    <VideoBandwidthSpecified>1</VideoBandwidthSpecified>
+    <VideoBandwidth>300</VideoBandwidth>
+    <VideoBandwidthPercentSpecified>1</VideoBandwidthPercentSpecified>
+    <VideoBandwidthPercent>50</VideoBandwidthPercent>
+    <USBBandwidthSpecified>1</USBBandwidthSpecified>
+    <USBBandwidth>300</USBBandwidth>
+    <VirtualChannelEnable>1</VirtualChannelEnable>
+    <VirtualChannelOptionNames>A@{B}@0x1F@ff@C@D@E,F@G@3@4@H@I@J</VirtualChannelOptionNames>
+</Policy>)";
+
+TEST_F(ZnPolicyTest, SessionShowsAllowancesWithTheLimitThatWonAndThePlugins) {
+    Publish("5", kBandwidthAndPlugins);
+    EXPECT_THAT(OutputOf({"session", "5"}),
+                EndsWith("\n"
+                         "MODULE  BYTES/S  BYTES/MS  LIMIT\n"
+                         "Audio   62500    62        share\n"
+                         "Total   125000   125       total\n"
+                         "Video   37500    37        absolute\n"
+                         "\n"
+                         "TEXT1  TEXT2  HEX1  HEX2  TEXT3  TEXT4  TEXT5\n"
+                         "A      B      0x1f  0xff  C      D      E\n"
+                         "F      G      0x3   0x4   H      I      J\n"));
+}
+
+TEST_F(ZnPolicyTest, SessionAnswersAllowancesAndPluginsInJson) {
+    Publish("5", kBandwidthAndPlugins);
+    const Json session = Json::parse(OutputOf({"session", "5", "--json"}));
+    EXPECT_EQ(session["bandwidth"], Json::parse(R"([
+        {"module": "Audio", "bytesPerSecond": 62500, "bytesPerMillisecond": 62, "limit": "share"},
+        {"module": "Total", "bytesPerSecond": 125000, "bytesPerMillisecond": 125, "limit": "total"},
+        {"module": "Video", "bytesPerSecond": 37500, "bytesPerMillisecond": 37, "limit": "absolute"}
+    ])"));
+    EXPECT_EQ(session["virtualChannels"], Json::parse(R"([
+        {"text1": "A", "text2": "B", "hexValue1": 31, "hexValue2": 255,
+         "text3": "C", "text4": "D", "text5": "E"},
+        {"text1": "F", "text2": "G", "hexValue1": 3, "hexValue2": 4,
+         "text3": "H", "text4": "I", "text5": "J"}
+    ])"));
+    EXPECT_FALSE(session.contains("virtualChannelsRefused"));
+}
+
+TEST_F(ZnPolicyTest, SessionWithoutAllowancesAndPluginsSaysSo) {
+    Publish("5", "<Policy/>");
+    EXPECT_THAT(OutputOf({"session", "5"}),
+                EndsWith("\nno bandwidth allowances\n\nno virtual-channel plugins\n"));
+    const Json session = Json::parse(OutputOf({"session", "5", "--json"}));
+    EXPECT_EQ(session["bandwidth"], Json::array());
+    EXPECT_EQ(session["virtualChannels"], Json::array());
+}
+
+TEST_F(ZnPolicyTest, SessionSaysWhyAPluginListIsRefused) {
+    Publish("5",
+            "<Policy><PolicyName/><VirtualChannelEnable>1</VirtualChannelEnable>"
+            "<VirtualChannelOptionNames>A@B@1@2@C@D</VirtualChannelOptionNames></Policy>");
+    const std::string problem = "item 1 (\"A@B@1@2@C@D\") has 6 fields; 7 are needed";
+    EXPECT_THAT(OutputOf({"session", "5"}),
+                EndsWith("\nvirtual-channel list refused: " + problem + "\n"));
+    const Json session = Json::parse(OutputOf({"session", "5", "--json"}));
+    EXPECT_EQ(session["virtualChannels"], Json::array());
+    EXPECT_EQ(session["virtualChannelsRefused"], problem);
+}
+
 TEST_F(ZnPolicyTest, SessionWithoutAPolicyIsAFailure) {
-    EXPECT_THAT(FailureOf({"session", "6"}), HasSubstr("no policy"));
+    EXPECT_EQ(FailureOf({"session", "6"}), "znpolicy: no policy for id 6 in " + store_ + "\n");
     WriteFile(store_ + "/6.cdb", "damaged");
-    EXPECT_THAT(FailureOf({"session", "6"}), HasSubstr("no policy"));
+    EXPECT_EQ(FailureOf({"session", "6"}),
+              "znpolicy: not a policy file, or a damaged one: " + store_ + "/6.cdb\n");
 }
 
 TEST_F(ZnPolicyTest, ExamplePolicyHasEveryItemOfTheSessionReaders) {
