@@ -47,5 +47,5 @@ void ZnLogger::Log(const char* file, int line, const char* function, const char*
 
     const std::string path = file;
     g_records.push_back({static_cast<int>(level), function, text});
-    g_origins.push_back({path.substr(path.rfind('/') + 1), line, tag1, tag2});
+    g_origins.push_back({path.substr(path.rfind('/') + 1), line, tag1, tag2, path});
 }

@@ -23,6 +23,7 @@ struct LogOrigin {
     int line;
     std::string tag1;
     std::string tag2;
+    std::string path;  // the file as the compiler knew it
 };
 
 class RecordingLogger {

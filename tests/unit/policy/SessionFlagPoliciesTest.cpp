@@ -6,6 +6,7 @@
 
 using testing::Each;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::Field;
 using testing::IsEmpty;
 
@@ -59,6 +60,14 @@ TEST_F(IntelligentDataTransport, TheRecordShowsWhatAFailedReadLeftButTheResultIs
     EXPECT_THAT(
         RecordingLogger::Records(),
         ElementsAre(Failure("ReadIdtPolicy", "load policy failed, sessionId:4711, value=99")));
+}
+
+TEST_F(IntelligentDataTransport, RecordsCarryTheWholePathOfTheirSource) {
+    ZnIdtVek::ReadIdtPolicy(kId);
+    EXPECT_THAT(
+        RecordingLogger::Origins(),
+        ElementsAre(Field(&LogOrigin::path,
+                          EndsWith("/BaseAPI/ZnConfigFormat/ZnPolicy/src/ZnVcParseInfo.cpp"))));
 }
 
 TEST_F(IntelligentDataTransport, RecordsNameTheirSourceAndCarryTheFixedTags) {
