@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <functional>
+#include <stdexcept>
 #include <string>
 
 // What a child exits with when the system does not let it do what the test needs.
@@ -23,6 +24,9 @@ inline constexpr int kNotPossibleHere = 77;
 // status that it exited with.
 inline int InChild(const std::function<bool()>& check) {
     const pid_t child = fork();
+    if (child < 0) {
+        throw std::runtime_error("cannot fork");
+    }
     if (child == 0) {
         _exit(check() ? 0 : 1);
     }

@@ -310,6 +310,7 @@ TEST_F(WriteBinFileTest, AWriterKilledAtAnyMomentLeavesTheFileWhole) {
     WriteFile(dir / "file", all[0]);
     for (int delay = 0; delay < 20; ++delay) {
         const pid_t child = fork();
+        ASSERT_GE(child, 0) << "cannot fork";  // kill(-1) would end every process
         if (child == 0) {
             for (size_t i = 1;; ++i) {
                 Write(dir / "file", all[i % 2]);
