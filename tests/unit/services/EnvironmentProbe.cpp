@@ -1,10 +1,11 @@
 // Shows what the services make of their environment; the tests run it in places and with
 // privileges of their choice. It prints whether the process has raised privileges, then the process
-// directory, and logs one record.
+// directory and the policy store, and logs one record.
 #include <unistd.h>
 
 #include <cstdio>
 
+#include "PolicyStore.h"
 #include "ZnLogger.h"
 #include "ZnSysInfo.h"
 
@@ -12,6 +13,7 @@ int main() {
     const bool raised = getuid() != geteuid() || getgid() != getegid();
     puts(raised ? "raised" : "plain");
     puts(ZnSysInfo::GetCurrentProcessDirectory().c_str());
+    puts(PolicyStore::DefaultDirectory().c_str());
     ZnLogger::GetInstance()->Log("EnvironmentProbe.cpp", 1, "main", " ", "", LogLevelInfo, "probe");
     return 0;
 }

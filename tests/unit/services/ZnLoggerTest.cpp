@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "CapturedChild.h"
+#include "RaisedProbe.h"
 #include "TemporaryDirectory.h"
 #include "ZnLogger.h"
 
@@ -272,20 +273,15 @@ TEST(ZnLoggerTest, EnvironmentIsReadOnce) {
 
 TEST(ZnLoggerTest, EnvironmentIsIgnoredWithRaisedPrivileges) {
     const TemporaryDirectory directory;
-    const std::string probe = directory / "probe";
-    fs::copy(ENVIRONMENT_PROBE, probe);
-    const gid_t otherGroup = 65534;
-    if (chown(probe.c_str(), geteuid(), otherGroup) != 0 || chmod(probe.c_str(), 02755) != 0) {
-        GTEST_SKIP() << "needs the right to give a file to another group";
-    }
-    const Outcome outcome =
-        LogInChild({{"ZN_LOG_FILE", directory / "log"}, {"ZN_LOG_LEVEL", "off"}},
-                   [&] { execl(probe.c_str(), "probe", nullptr); });
-    if (outcome.out.rfind("raised\n", 0) != 0) {
-        GTEST_SKIP() << "set-group-ID programs get no privileges here";
+    const auto outcome = RunRaisedProbe(directory, [&] {
+        setenv("ZN_LOG_FILE", (directory / "log").c_str(), 1);
+        setenv("ZN_LOG_LEVEL", "off", 1);
+    });
+    if (!outcome) {
+        GTEST_SKIP() << "this system gives a test's program no privileges";
     }
 
-    EXPECT_THAT(Lines(outcome.err), ElementsAre(EndsWith(" main probe")));
+    EXPECT_THAT(Lines(outcome->err), ElementsAre(EndsWith(" main probe")));
     EXPECT_FALSE(fs::exists(directory / "log"));
 }
 

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "PolicyStore.h"
+#include "RaisedProbe.h"
 #include "TemporaryDirectory.h"
 #include "ZnXml.h"
 
@@ -33,6 +34,7 @@ static void PrintTo(const PolicyStore::Item& item, std::ostream* out) {
 namespace {
 
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using Item = PolicyStore::Item;
@@ -320,6 +322,14 @@ TEST_F(ZnXmlTest, EmptyStoreVariableCountsAsUnset) {
     EXPECT_EQ(PolicyStore::DefaultDirectory(), "/usr/local/PermanenceDataPath/PolicyStore");
     unsetenv("ZN_POLICY_STORE");
     EXPECT_EQ(PolicyStore::DefaultDirectory(), "/usr/local/PermanenceDataPath/PolicyStore");
+}
+
+TEST_F(ZnXmlTest, StoreVariableIsIgnoredWithRaisedPrivileges) {
+    const auto outcome = RunRaisedProbe(directory_, [] {});
+    if (!outcome) {
+        GTEST_SKIP() << "this system gives a test's program no privileges";
+    }
+    EXPECT_THAT(outcome->out, EndsWith("\n/usr/local/PermanenceDataPath/PolicyStore\n"));
 }
 
 // --- Files that are not policies ---
