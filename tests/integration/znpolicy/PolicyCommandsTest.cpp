@@ -426,7 +426,9 @@ TEST_F(ZnPolicyTest, OutputThatCannotBeWrittenIsAFailure) {
                                                {"policy", "show", "5", "PolicyName"},
                                                {"policy", "show", "5", "--json"},
                                                {"session", "5"},
-                                               {"session", "5", "--json"}}) {
+                                               {"session", "5", "--json"},
+                                               {"--help"},
+                                               {"--version"}}) {
         EXPECT_EQ(FailureOf(arguments), "znpolicy: cannot write to standard output\n");
     }
 }
