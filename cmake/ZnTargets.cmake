@@ -21,6 +21,11 @@ function(zn_shared_library name)
     target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE zn_options ${ARG_PRIVATE})
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+    # On ELF, a program's own function of the same name would take the place of ours inside our
+    # library as well; on macOS it never does.
+    if(NOT APPLE)
+        target_link_options(${name} PRIVATE LINKER:-Bsymbolic-functions)
+    endif()
     # A library names all libraries that it needs. (The sanitizers of clang are the exception: their
     # runtime comes with the program.)
     if(NOT APPLE AND NOT (ZN_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))

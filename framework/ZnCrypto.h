@@ -9,8 +9,9 @@ class ZN_API ZnBase64 {
    public:
     // Decodes standard Base64 (RFC 4648, section 4: padded, line breaks skipped) into `out`, which
     // has room for `outSize` bytes; nothing is written beyond them and no terminator is added.
-    // Returns the number of bytes decoded, or 0 when `text` is not Base64 or does not fit; nothing
-    // is written then. Callers take 1 or less as a failure, and do not rely on `out` then.
+    // Returns the number of bytes decoded, or 0 when `text` is not Base64 or does not fit, or
+    // `out` is null; nothing is written then. Callers take 1 or less as a failure, and do not rely
+    // on `out` then.
     //
     // Not Base64 is a text with any other character than the 64 digits, '=' and line breaks (CR,
     // LF), with padding that is missing, too long or followed by more digits. Line breaks may stand

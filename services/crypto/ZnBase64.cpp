@@ -92,7 +92,7 @@ int ZnBase64::Decode(const std::string& text, unsigned char* out, int outSize) {
     // libcrypto takes blanks, missing padding and more for Base64, so the text is judged here
     // first.
     const size_t size = DecodedSize(text);
-    if (size == 0 || outSize <= 0 || size > static_cast<size_t>(outSize)) {
+    if (size == 0 || out == nullptr || outSize <= 0 || size > static_cast<size_t>(outSize)) {
         return 0;
     }
     BlockDecoder decoder(out, size);

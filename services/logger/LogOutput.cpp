@@ -131,7 +131,7 @@ bool LogOutput::WriteToFile(const log_msg& record) {
         fileSink_->flush();
         fileFails_ = false;
         return true;
-    } catch (const spdlog::spdlog_ex& failure) {
+    } catch (const std::exception& failure) {
         // The sink may not be used again: after a failed rotation it has no open file.
         fileSink_.reset();
         if (!fileFails_) {

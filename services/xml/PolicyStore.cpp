@@ -95,11 +95,10 @@ void MakeDirectories(const std::string& path) {
 class TemporaryFile {
    public:
     explicit TemporaryFile(const std::string& path) : path_(path), temporary_(path + ".XXXXXX") {
-        file_ = mkstemp(temporary_.data());
+        file_ = mkostemp(temporary_.data(), O_CLOEXEC);
         if (file_ < 0) {
             Fail("cannot create", temporary_);
         }
-        fcntl(file_, F_SETFD, FD_CLOEXEC);
     }
 
     ~TemporaryFile() {

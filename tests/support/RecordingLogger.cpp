@@ -41,7 +41,7 @@ void ZnLogger::Log(const char* file, int line, const char* function, const char*
     const int length = vsnprintf(nullptr, 0, format, args);
     va_end(args);
     std::string text(static_cast<size_t>(length) + 1, '\0');
-    vsnprintf(&text[0], text.size(), format, again);
+    vsnprintf(text.data(), text.size(), format, again);
     va_end(again);
     text.pop_back();
 

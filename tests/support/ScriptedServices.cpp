@@ -72,7 +72,8 @@ int IniGetString(const char* section, const char* key, const char* defaultValue,
 int IniGetInt(const char* section, const char* key, int defaultValue, const char* file) {
     NoteIniCall(std::string("int ") + section + "/" + key + " " + file);
     const std::string* value = FindIniValue(section, key, file);
-    return value != nullptr ? std::atoi(value->c_str()) : defaultValue;
+    return value != nullptr ? static_cast<int>(std::strtol(value->c_str(), nullptr, 10))
+                            : defaultValue;
 }
 
 int IniGetStringItems(const char* section, std::set<std::string>& keys, const char* file) {
@@ -107,6 +108,6 @@ std::string ZnSysInfo::GetCurrentProcessDirectory() {
 }
 
 extern "C" int system(const char* command) {
-    ScriptedServices::Get().shellCommands.push_back(command);
+    ScriptedServices::Get().shellCommands.emplace_back(command);
     return ScriptedServices::Get().shell(command);
 }

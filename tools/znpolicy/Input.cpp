@@ -1,24 +1,42 @@
 #include "Input.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <iostream>
-#include <sstream>
 #include <stdexcept>
 
-std::string ReadInput(const std::string& name) {
-    std::ostringstream contents;
-    if (name == "-") {
-        contents << std::cin.rdbuf();
-        return contents.str();
+namespace {
+
+// More than any document of ours; stops a device that never ends.
+constexpr size_t kMaxInput = size_t{1} << 30U;
+
+std::string ReadAll(std::istream& in, const std::string& name) {
+    std::string contents;
+    std::array<char, 65536> buffer;
+    while (in.read(buffer.data(), buffer.size()), in.gcount() > 0) {
+        contents.append(buffer.data(), static_cast<size_t>(in.gcount()));
+        if (contents.size() > kMaxInput) {
+            throw std::runtime_error(name + ": larger than 1 GiB");
+        }
     }
-    errno = 0;
-    std::ifstream in(name, std::ios::binary);
-    in.peek();  // a directory opens, but cannot be read
-    if (in.bad() || (!in && !in.eof())) {
+    if (in.bad()) {
         throw std::runtime_error(name + ": " + std::strerror(errno != 0 ? errno : EIO));
     }
-    contents << in.rdbuf();
-    return contents.str();
+    return contents;
+}
+
+}  // namespace
+
+std::string ReadInput(const std::string& name) {
+    errno = 0;
+    if (name == "-") {
+        return ReadAll(std::cin, "standard input");
+    }
+    std::ifstream in(name, std::ios::binary);
+    if (!in) {
+        throw std::runtime_error(name + ": " + std::strerror(errno));
+    }
+    return ReadAll(in, name);
 }

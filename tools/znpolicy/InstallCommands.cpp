@@ -137,7 +137,7 @@ const char* Judge(const PlannedFile& file, Outcome& outcome) {
         return "unchanged";
     }
     ++outcome.installed;
-    outcome.backups += file.action == FileAction::kReplace && HasBackup(file);
+    outcome.backups += file.action == FileAction::kReplace && HasBackup(file) ? 1 : 0;
     return "installed";
 }
 
@@ -164,7 +164,7 @@ size_t PrintSummary(const InstallPlan& plan, bool json) {
         table.AddRow({package.zip.substr(package.zip.rfind('/') + 1),
                       std::to_string(outcome.installed), std::to_string(outcome.unchanged),
                       std::to_string(outcome.failed), std::to_string(outcome.backups), reason});
-        failures += !reason.empty() || outcome.failed > 0;
+        failures += !reason.empty() || outcome.failed > 0 ? 1 : 0;
     }
     if (json) {
         PrintJson(

@@ -185,7 +185,8 @@ int RollBackPackage(const std::string& package, bool force, bool json) {
                             {"result", ActionName(file.action)},
                             {"reason", file.reason}});
         table.AddRow({file.destination, ActionName(file.action), file.reason});
-        notDone += file.action == RollbackAction::kFailed || file.action == RollbackAction::kKept;
+        notDone +=
+            file.action == RollbackAction::kFailed || file.action == RollbackAction::kKept ? 1 : 0;
     }
     if (json) {
         PrintJson(document);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 
 #include "Context.h"
@@ -16,7 +17,7 @@ namespace {
 struct Arguments {
     int id = 0;
     std::string file;
-    std::string item;
+    std::optional<std::string> item;
 };
 
 int Publish(const Arguments& arguments) {
@@ -42,11 +43,11 @@ int List(bool json) {
 
 int ShowItem(const std::vector<PolicyStore::Item>& items, const Arguments& arguments, bool json) {
     const auto found = std::find_if(items.begin(), items.end(), [&](const PolicyStore::Item& item) {
-        return item.key == arguments.item;
+        return item.key == *arguments.item;
     });
     if (found == items.end()) {
         throw std::runtime_error("policy " + std::to_string(arguments.id) + " has no item \"" +
-                                 arguments.item + "\"");
+                                 *arguments.item + "\"");
     }
     if (json) {
         PrintJson(found->value);
@@ -58,7 +59,7 @@ int ShowItem(const std::vector<PolicyStore::Item>& items, const Arguments& argum
 
 int Show(const Arguments& arguments, bool json) {
     const std::vector<PolicyStore::Item> items = PolicyStore().Read(arguments.id);
-    if (!arguments.item.empty()) {
+    if (arguments.item) {
         return ShowItem(items, arguments, json);
     }
     Json::object_t document;

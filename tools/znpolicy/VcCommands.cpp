@@ -16,7 +16,11 @@ static std::string ReadList(const std::string& text) {
         return text;
     }
     std::string list = ReadInput(text);
-    list.erase(list.find_last_not_of("\r\n") + 1);
+    for (const char end : {'\n', '\r'}) {
+        if (!list.empty() && list.back() == end) {
+            list.pop_back();
+        }
+    }
     return list;
 }
 

@@ -47,6 +47,13 @@ static std::vector<std::string> Pieces(const std::string& text, const char* sepa
     return pieces;
 }
 
+// `text` in quotes, as much of it as fits a message.
+static std::string Quoted(const std::string& text) {
+    constexpr size_t kShown = 60;
+    const std::string shown = text.size() > kShown ? text.substr(0, kShown) + "..." : text;
+    return "\"" + Printable(shown) + "\"";
+}
+
 std::string DescribeVcProblem(const std::string& list) {
     constexpr size_t kFieldCount = 7;
     constexpr size_t kFieldMax = sizeof(VekVcItems::text1) - 1;
@@ -55,8 +62,7 @@ std::string DescribeVcProblem(const std::string& list) {
     }
     const std::vector<std::string> items = Pieces(list, ",");
     for (size_t i = 0; i < items.size(); ++i) {
-        const std::string where =
-            "item " + std::to_string(i + 1) + " (\"" + Printable(items[i]) + "\")";
+        const std::string where = "item " + std::to_string(i + 1) + " (" + Quoted(items[i]) + ")";
         if (std::string("@{}").find(items[i].front()) != std::string::npos) {
             return where + " begins with a separator, so it has no fields";
         }
@@ -66,9 +72,9 @@ std::string DescribeVcProblem(const std::string& list) {
         }
         for (size_t field = 0; field < fields.size(); ++field) {
             if (fields[field].size() > kFieldMax) {
-                return where + ", field " + std::to_string(field + 1) + " (\"" +
-                       Printable(fields[field]) + "\") has " +
-                       std::to_string(fields[field].size()) + " characters; at most 31 are allowed";
+                return where + ", field " + std::to_string(field + 1) + " (" +
+                       Quoted(fields[field]) + ") has " + std::to_string(fields[field].size()) +
+                       " characters; at most 31 are allowed";
             }
         }
     }

@@ -39,10 +39,13 @@ struct GlobalOptions {
             ->check(NotEmpty);
         app.add_option("--process-dir", processDirectory,
                        "Directory that stands for the running program's")
-            ->type_name("DIR");
+            ->type_name("DIR")
+            ->check(NotEmpty);
         app.add_option("--log-level", logLevel, "Show log records up to this level")
             ->check(CLI::IsMember({"off", "error", "warning", "info", "debug"}));
-        app.add_option("--log-file", logFile, "Write log records to this file")->type_name("FILE");
+        app.add_option("--log-file", logFile, "Write log records to this file")
+            ->type_name("FILE")
+            ->check(NotEmpty);
     }
 
     void Apply() const {
@@ -50,12 +53,17 @@ struct GlobalOptions {
         Set("ZN_PROCESS_DIRECTORY", processDirectory);
         Set("ZN_LOG_FILE", logFile);
         Set("ZN_LOG_LEVEL", logLevel);
-        if (std::getenv("ZN_LOG_LEVEL") == nullptr && std::getenv("ZN_LOG_FILE") == nullptr) {
+        if (!IsSet("ZN_LOG_LEVEL") && !IsSet("ZN_LOG_FILE")) {
             setenv("ZN_LOG_LEVEL", "off", 1);  // nobody asked for records
         }
     }
 
    private:
+    static bool IsSet(const char* name) {
+        const char* const value = std::getenv(name);
+        return value != nullptr && *value != '\0';
+    }
+
     static void Set(const char* name, const std::optional<std::string>& value) {
         if (value) {
             setenv(name, value->c_str(), 1);

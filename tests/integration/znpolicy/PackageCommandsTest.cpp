@@ -146,6 +146,12 @@ TEST_F(PackageCommands, VcParseTakesAListFromStandardInputWithoutItsLastLineEnd)
     EXPECT_EQ(items[1].at("text5"), "J");
 }
 
+TEST_F(PackageCommands, VcParseKeepsAllButTheLastLineEndInTheLastField) {
+    const Json items =
+        Json::parse(OutputOfCommand({"vc", "parse", "--json", "-"}, "A@B@1@2@C@D@E\n\r\n"));
+    EXPECT_EQ(items.at(0).at("text5"), "E\n");
+}
+
 TEST_F(PackageCommands, VcParseNamesTheItemAndTheFieldThatAreWrong) {
     const struct {
         std::string list;
@@ -157,6 +163,7 @@ TEST_F(PackageCommands, VcParseNamesTheItemAndTheFieldThatAreWrong) {
         {"A@B@1@2@C@D@" + std::string(32, 'x'),
          "field 7 (\"" + std::string(32, 'x') + "\") has 32 characters; at most 31"},
         {"A@B@1@2@C@D@E@" + std::string(40, 'y'), "field 8"},
+        {std::string(1000, 'z') + "@B", "(\"" + std::string(60, 'z') + "...\") has 2 fields"},
     };
     for (const auto& c : cases) {
         EXPECT_THAT(FailureOf({"vc", "parse", c.list}), HasSubstr(c.problem));

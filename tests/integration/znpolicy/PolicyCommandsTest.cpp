@@ -408,10 +408,17 @@ TEST_F(ZnPolicyTest, WrongUsageIsStatus2AndDoesNothing) {
     EXPECT_FALSE(std::filesystem::exists(store_));
 }
 
-TEST_F(ZnPolicyTest, EmptyStoreNameDoesNotStandForTheDefault) {
-    const ProgramResult result = program_.Run({"--store", "", "policy", "list"});
-    EXPECT_EQ(result.status, kWrongUsage);
-    EXPECT_THAT(result.errors, HasSubstr("--store"));
+TEST_F(ZnPolicyTest, EmptyNamesDoNotStandForTheDefaults) {
+    for (const std::string option : {"--store", "--process-dir", "--log-file"}) {
+        const ProgramResult result = program_.Run({option, "", "policy", "list"});
+        EXPECT_EQ(result.status, kWrongUsage) << option;
+        EXPECT_THAT(result.errors, HasSubstr(option));
+    }
+}
+
+TEST_F(ZnPolicyTest, AnEmptyItemNameIsNoItem) {
+    Publish("5", kPolicy);
+    EXPECT_EQ(FailureOf({"policy", "show", "5", ""}), "znpolicy: policy 5 has no item \"\"\n");
 }
 
 TEST_F(ZnPolicyTest, OutputThatCannotBeWrittenIsAFailure) {
@@ -443,6 +450,7 @@ TEST_F(ZnPolicyTest, FailureIsOneLineWhateverItNames) {
 TEST_F(ZnPolicyTest, LogRecordsAreShownOnlyWhenAskedFor) {
     Publish("5", "<Policy/>");
     EXPECT_EQ(Run({"session", "5"}).errors, "");
+    EXPECT_EQ(Run({"session", "5"}, {"ZN_LOG_LEVEL=", "ZN_LOG_FILE="}).errors, "");
     EXPECT_THAT(Run({"session", "5", "--log-level", "info"}).errors,
                 HasSubstr("PolicyName Failed"));
     EXPECT_THAT(Run({"session", "5"}, {"ZN_LOG_LEVEL=info"}).errors,

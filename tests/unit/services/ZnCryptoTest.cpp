@@ -258,6 +258,10 @@ TEST(ZnBase64Test, NothingIsWrittenBeyondTheDecodedBytes) {
     }
 }
 
+TEST(ZnBase64Test, WithoutOutputNothingIsDecoded) {
+    EXPECT_EQ(ZnBase64::Decode("QUJD", nullptr, 3), 0);
+}
+
 TEST(ZnBase64Test, TooSmallOutputIsLeftAlone) {
     for (const int size : {4, 3, 2, 1, 0, -1}) {
         unsigned char out[8];

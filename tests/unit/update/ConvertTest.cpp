@@ -82,7 +82,7 @@ TEST_F(Convert, AMemberTouchesNothingButItsField) {
         std::vector<char> expected(sizeof(ZnPackageInfo), '\0');
         std::copy(longest.begin(), longest.end(),
                   expected.begin() + static_cast<std::ptrdiff_t>(field.offset));
-        EXPECT_EQ(std::memcmp(&records_[0], expected.data(), expected.size()), 0);
+        EXPECT_EQ(std::memcmp(records_.data(), expected.data(), expected.size()), 0);
     }
 }
 
@@ -161,7 +161,7 @@ TEST_F(Convert, MembersThatAreNotStringsCountAsMissing) {
               kSuccess);
     ASSERT_EQ(records_.size(), 1U);
     const ZnPackageInfo empty = {};
-    EXPECT_EQ(std::memcmp(&records_[0], &empty, sizeof empty), 0);
+    EXPECT_EQ(std::memcmp(records_.data(), &empty, sizeof empty), 0);
 }
 
 TEST_F(Convert, NothingOfOnePackageShowsInTheNext) {

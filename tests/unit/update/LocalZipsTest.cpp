@@ -92,7 +92,7 @@ TEST_F(LocalScan, AllOtherFieldsAreZero) {
     std::strcpy(expected.packageName, "a.zip");
     std::strcpy(expected.sha256Hash, "0123");
     expected.size = 5;
-    EXPECT_EQ(std::memcmp(&records_[0], &expected, sizeof expected), 0);
+    EXPECT_EQ(std::memcmp(records_.data(), &expected, sizeof expected), 0);
 }
 
 TEST_F(LocalScan, FilesAreAskedForSizeThenDigestAndSkippedOnesForNoDigest) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <stdexcept>
+#include <utility>
 
 #include "ZnIni.h"
 
@@ -16,7 +17,8 @@ constexpr size_t kValueMax = 258;
 
 class ManifestReader {
    public:
-    ManifestReader(const std::string& path, const std::string& name) : path_(path), name_(name) {}
+    ManifestReader(std::string path, std::string name)
+        : path_(std::move(path)), name_(std::move(name)) {}
 
     Manifest Read() {
         manifest_.platform = Value(kTypeSection, kTypeKey);

@@ -23,8 +23,8 @@ bool HasShellCharacters(const std::string& path) {
 
 class Checker {
    public:
-    Checker(const std::string& path, const std::string& platform)
-        : path_(path), platform_(platform), archive_(path) {}
+    Checker(std::string path, std::string platform)
+        : path_(std::move(path)), platform_(std::move(platform)), archive_(path_) {}
 
     PackageReport Check() {
         CheckPath();
@@ -68,7 +68,7 @@ class Checker {
             if (entry.isLink) {
                 Warning(entry.name + " is a link: what it points at is installed");
             }
-            if (ClimbsOut(entry.name) || entry.name.rfind("/", 0) == 0) {
+            if (ClimbsOut(entry.name) || entry.name.rfind('/', 0) == 0) {
                 Warning(entry.name + " climbs out of the package's directory");
             }
         }
