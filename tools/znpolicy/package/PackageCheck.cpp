@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 #include <stdexcept>
+#include <utility>
 
 #include "ScratchDirectory.h"
 #include "ZipArchive.h"
