@@ -321,7 +321,7 @@ int RegisterAll() {
         Register("convert/simdjson-kept-parser" + suffix,
                  [=](State& s) { ParseWithKeptParser(s, packages); });
     }
-    for (const size_t packages : {1000, 100000}) {
+    for (const size_t packages : {25000, 100000}) {
         Register("convert-growth/" + std::to_string(packages) + "-packages/a-byte",
                  [=](State& s) { Convert(s, ConvertByUs, packages); });
     }

@@ -3,19 +3,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
-#include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "PolicyStore.h"
 #include "PrivateMounts.h"
+#include "RealZips.h"
 #include "TemporaryDirectory.h"
 #include "ZnVcUpdate.h"
 
@@ -38,22 +35,6 @@ const std::string kDebugFile =
 const std::string kDescription =
     R"({"packageInfo": [{"packageName": "sound_Server_1.0.zip", "platform": "Model-A",)"
     R"( "sha256Hash": "00ff", "size": "706"}, {"packageName": "M\u00fcller.zip"}]})";
-
-// What a command writes to its standard output; fails the test when the command fails.
-std::string OutputOf(const std::string& command) {
-    FILE* pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) {
-        throw std::runtime_error("cannot run " + command);
-    }
-    std::string output;
-    std::array<char, 4096> buffer{};
-    size_t count = 0;
-    while ((count = fread(buffer.data(), 1, buffer.size(), pipe)) > 0) {
-        output.append(buffer.data(), count);
-    }
-    EXPECT_EQ(pclose(pipe), 0) << command;
-    return output;
-}
 
 // Sets an environment variable and puts it back at the end of its scope.
 class EnvironmentVariable {
@@ -88,18 +69,6 @@ class PackageUpdate : public testing::Test {
 
     std::string Package() const {
         return temporary_.Path() + "/microservices//Package/";
-    }
-
-    // Makes the zip `path` with the real `zip`, of files by name.
-    void MakeZip(const std::string& path, const std::map<std::string, std::string>& files) const {
-        const TemporaryDirectory contents;
-        for (const auto& [name, text] : files) {
-            WriteFile(contents / name, text);
-        }
-        const TemporaryDirectory made;
-        OutputOf("cd " + contents.Path() + " && zip -qr " + made / "new.zip" + " .");
-        fs::create_directories(fs::path(path).parent_path());
-        fs::copy_file(made / "new.zip", path);
     }
 
     // The names in a directory.
@@ -260,7 +229,7 @@ TEST_F(PackageUpdate, ScannedDigestsAndSizesAreThoseOfTheSystemsTools) {
     ASSERT_EQ(records.size(), 2U);
     for (const std::string path : {"Server/sound_Server_1.0.zip", "Client/print_Client_2.0.zip"}) {
         const ZnPackageInfo& record = byName.at(path.substr(path.find('/') + 1));
-        EXPECT_EQ(record.sha256Hash, OutputOf("sha256sum <" + Package() + path).substr(0, 64));
+        EXPECT_EQ(record.sha256Hash, Sha256Of(Package() + path));
         EXPECT_EQ(static_cast<uintmax_t>(record.size), fs::file_size(Package() + path));
     }
 }
