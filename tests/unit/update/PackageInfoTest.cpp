@@ -215,6 +215,18 @@ TEST_F(UpdateDescription, AFormalItemOfOneCharacterCountsAsMissing) {
     EXPECT_EQ(RecordingLogger::Records()[3], Complains("Failed:originalInfo.size=1"));
 }
 
+TEST_F(UpdateDescription, WhatAFailedReadOfTheFormalItemLeftIsNotTaken) {
+    ScriptedPolicyStore::ScribbleOnFailure(kDescription, 0);
+    ScriptedPolicyStore::Items items = PolicyWith("");
+    items.erase("VirtualChannelPluginDetails");
+    ScriptedPolicyStore::Publish(kId, items);
+    EXPECT_EQ(Read(), kFailure);
+    EXPECT_EQ(text_, "");
+    EXPECT_EQ(RecordingLogger::Records(),
+              AfterFormal(
+                  {Complains("Failed:originalInfo.size=" + std::to_string(kDescription.size()))}));
+}
+
 TEST_F(UpdateDescription, AFormalItemOfTwoCharactersWinsOverTheDebugItem) {
     ScriptedPolicyStore::Publish(kId, WithDebugItem(PolicyWith("xx"), kDescription));
     SwitchDebugging("1");
