@@ -29,7 +29,11 @@ void AddUpdateCommands(CLI::App& app, Context& context);
 void AddPackageCommands(CLI::App& app, Context& context);
 void AddInstallCommands(CLI::App& package, Context& context);
 
-// Adds the argument ID to a command: a decimal 32-bit integer.
+// Checks of command-line values: each tells what is wrong with one, or "".
+std::string NotEmpty(const std::string& value);  // a name: an empty one would stand for a default
+std::string IsId(const std::string& value);      // a decimal 32-bit integer
+
+// Adds the argument ID to a command.
 void AddIdArgument(CLI::App& command, int& id, const std::string& description);
 
 // Adds the option --json to a command.

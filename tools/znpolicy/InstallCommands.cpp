@@ -44,26 +44,26 @@ std::vector<ZnPackageInfo> ReadRecords(const Arguments& arguments, bool mayStore
 
 // --- plan ---
 
-Json FileToJson(const PlannedFile& file, const std::string& result) {
+Json FileToJson(const PlannedFile& file, const std::string& result, const std::string& reason) {
     return {{"file", file.source},
             {"destination", file.destination},
             {"result", result},
-            {"reason", file.reason}};
+            {"reason", reason}};
 }
 
-Json PackageToJson(const PlannedPackage& package) {
+Json PackageToJson(const PlannedPackage& package, const std::string& reason) {
     return {{"zip", package.zip},
             {"platform", package.platform},
-            {"reason", package.reason},
+            {"reason", reason},
             {"files", Json::array()}};
 }
 
 void PrintPlanAsJson(const InstallPlan& plan) {
     Json packages = Json::array();
     for (const PlannedPackage& package : plan.packages) {
-        Json entry = PackageToJson(package);
+        Json entry = PackageToJson(package, package.reason);
         for (const PlannedFile& file : package.files) {
-            Json fileEntry = FileToJson(file, ActionName(file.action));
+            Json fileEntry = FileToJson(file, ActionName(file.action), file.reason);
             fileEntry["dropsBackup"] = file.dropsBackup;
             entry["files"].push_back(fileEntry);
         }
@@ -81,22 +81,26 @@ void PrintPlanAsTable(const InstallPlan& plan) {
     }
     for (const PlannedPackage& package : plan.packages) {
         std::cout << Printable(package.zip) << '\n';
-        if (!package.reason.empty()) {
-            std::cout << "  would fail: " << Printable(package.reason) << '\n';
-            continue;
-        }
         Table table({"  ACTION", "DESTINATION", "NOTE"});
         for (const PlannedFile& file : package.files) {
             table.AddRow({std::string("  ") + ActionName(file.action), file.destination,
                           file.dropsBackup ? "the older .bak is deleted" : file.reason});
         }
-        table.Print();
+        if (!table.IsEmpty()) {
+            table.Print();
+        }
+        if (!package.reason.empty()) {
+            std::cout << "  would fail: " << Printable(package.reason) << '\n';
+        }
     }
 }
 
 int Plan(const Arguments& arguments, bool json) {
-    const InstallPlan plan =
-        PlanInstallation(arguments.root, arguments.Side(), ReadRecords(arguments, false));
+    InstallPlan plan;
+    {
+        const Progress progress("planning", 0);
+        plan = PlanInstallation(arguments.root, arguments.Side(), ReadRecords(arguments, false));
+    }
     if (json) {
         PrintPlanAsJson(plan);
     } else {
@@ -110,35 +114,67 @@ int Plan(const Arguments& arguments, bool json) {
 
 // --- install ---
 
-// What became of a planned file, judged by what is on disk now.
+// What became of a package, judged by what is on disk now.
 struct Outcome {
     size_t installed = 0;
     size_t unchanged = 0;
     size_t failed = 0;
     size_t backups = 0;
+    std::string reason;  // why it failed, else ""
+    Json files = Json::array();
 };
 
+// Whether the destination holds the package's file, or what a later package has put in its place.
 bool IsInPlace(const PlannedFile& file) {
-    return !file.digest.empty() && ZnSha256::FileSha256Value(file.destination) == file.digest;
+    const std::string now = ZnSha256::FileSha256Value(file.destination);
+    return !now.empty() && (now == file.digest || now == file.digestAtEnd);
 }
 
 bool HasBackup(const PlannedFile& file) {
-    return !file.digestBefore.empty() &&
-           ZnSha256::FileSha256Value(file.destination + ".bak") == file.digestBefore;
+    const std::string backup = file.destination + ".bak";
+    return file.digestBefore.empty()
+               ? file.action == FileAction::kReplace && access(backup.c_str(), F_OK) == 0
+               : ZnSha256::FileSha256Value(backup) == file.digestBefore;
 }
 
-const char* Judge(const PlannedFile& file, Outcome& outcome) {
+std::string WhyNotInPlace(const PlannedFile& file) {
+    if (!file.reason.empty()) {
+        return file.reason;
+    }
+    return file.action == FileAction::kNotReached
+               ? "not reached"
+               : "not installed; the library's records say why (--log-level error)";
+}
+
+void Judge(const PlannedFile& file, Outcome& outcome) {
+    std::string result = "failed";
+    std::string reason;
     if (!IsInPlace(file)) {
         ++outcome.failed;
-        return "failed";
-    }
-    if (file.action == FileAction::kUnchanged) {
+        reason = WhyNotInPlace(file);
+        if (outcome.reason.empty()) {
+            outcome.reason = file.destination + ": " + reason;
+        }
+    } else if (file.digestBefore == file.digest) {
         ++outcome.unchanged;
-        return "unchanged";
+        result = "unchanged";
+    } else {
+        ++outcome.installed;
+        outcome.backups += HasBackup(file) ? 1 : 0;
+        result = "installed";
     }
-    ++outcome.installed;
-    outcome.backups += file.action == FileAction::kReplace && HasBackup(file) ? 1 : 0;
-    return "installed";
+    outcome.files.push_back(FileToJson(file, result, reason));
+}
+
+Outcome OutcomeOf(const PlannedPackage& package) {
+    Outcome outcome;
+    for (const PlannedFile& file : package.files) {
+        Judge(file, outcome);
+    }
+    if (outcome.reason.empty()) {
+        outcome.reason = package.reason;
+    }
+    return outcome;
 }
 
 // Prints what became of every package; returns how many of them failed.
@@ -147,15 +183,9 @@ size_t PrintSummary(const InstallPlan& plan, bool json) {
     Table table({"PACKAGE", "INSTALLED", "UNCHANGED", "FAILED", "BACKUPS", "REASON"});
     size_t failures = 0;
     for (const PlannedPackage& package : plan.packages) {
-        Json entry = PackageToJson(package);
-        Outcome outcome;
-        std::string reason = package.reason;
-        for (const PlannedFile& file : package.files) {
-            entry["files"].push_back(FileToJson(file, Judge(file, outcome)));
-            if (reason.empty() && !file.reason.empty()) {
-                reason = file.destination + ": " + file.reason;
-            }
-        }
+        const Outcome outcome = OutcomeOf(package);
+        Json entry = PackageToJson(package, outcome.reason);
+        entry["files"] = outcome.files;
         entry["installed"] = outcome.installed;
         entry["unchanged"] = outcome.unchanged;
         entry["failed"] = outcome.failed;
@@ -163,13 +193,20 @@ size_t PrintSummary(const InstallPlan& plan, bool json) {
         packages.push_back(entry);
         table.AddRow({package.zip.substr(package.zip.rfind('/') + 1),
                       std::to_string(outcome.installed), std::to_string(outcome.unchanged),
-                      std::to_string(outcome.failed), std::to_string(outcome.backups), reason});
-        failures += !reason.empty() || outcome.failed > 0 ? 1 : 0;
+                      std::to_string(outcome.failed), std::to_string(outcome.backups),
+                      outcome.reason});
+        failures += outcome.reason.empty() ? 0 : 1;
     }
     if (json) {
         PrintJson(
             {{"bundles", plan.bundles}, {"unmatched", plan.unmatched}, {"packages", packages}});
-    } else if (table.IsEmpty()) {
+        return failures;
+    }
+    for (const std::string& bundle : plan.bundles) {
+        std::cout << "release bundle " << Printable(bundle)
+                  << ": what it brought in for the first time is for the next run\n";
+    }
+    if (table.IsEmpty()) {
         std::cout << "nothing to install: no record asks for a zip of this side\n";
     } else {
         table.Print();
@@ -191,7 +228,7 @@ int Install(const Arguments& arguments, bool json) {
         throw std::runtime_error("the installation stopped: a zip could not be unpacked");
     }
     if (failures > 0) {
-        throw std::runtime_error("packages not installed: " + std::to_string(failures));
+        throw std::runtime_error("packages that failed: " + std::to_string(failures));
     }
     return kExitDone;
 }
@@ -203,6 +240,7 @@ void AddArguments(CLI::App& command, Arguments& arguments) {
     command
         .add_option("--root", arguments.root, "The microservices directory, which holds Package")
         ->type_name("DIR")
+        ->check(NotEmpty)
         ->required();
     CLI::Option_group* source = command.add_option_group("records", "Where the records come from");
     source
@@ -218,7 +256,8 @@ void AddArguments(CLI::App& command, Arguments& arguments) {
                 arguments.fromTerminal = true;
             },
             "Terminal whose policy carries the update description")
-        ->type_name("ID");
+        ->type_name("ID")
+        ->check(IsId);
     source->require_option(1);
 }
 

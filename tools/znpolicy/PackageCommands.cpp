@@ -24,9 +24,12 @@
 namespace {
 
 int Scan(const std::string& directory, bool json) {
+    if (std::filesystem::exists(directory) && !std::filesystem::is_directory(directory)) {
+        throw std::runtime_error(directory + ": not a directory");
+    }
     std::vector<ZnPackageInfo> records;
     {
-        const Progress progress("scanning " + directory, 0);
+        const Progress progress("scanning", 0);
         if (ZnVcUpdate::ZnScanLocalZipFiles(directory, records) != 0) {
             throw std::runtime_error(directory + ": no such directory");
         }
@@ -52,20 +55,22 @@ void UnpackOne(const std::string& zip) {
     if (ZnVcUpdate::UnZipVcPackage(zip) != 0) {
         throw std::runtime_error(zip + ": no \".zip\" in the path");
     }
-    for (const ZipEntry& entry : folder.Archive().Entries()) {
-        const std::string path = folder.UnpackedPath() + "/" + entry.name;
-        if (!entry.isLink && access(path.c_str(), F_OK) != 0) {
-            throw std::runtime_error(zip + ": unzip did not make " + path +
-                                     "; is unzip installed, and is the disk full?");
-        }
+    const std::string missing = folder.FirstNotUnpacked();
+    if (!missing.empty()) {
+        throw std::runtime_error(zip + ": unzip did not make " + missing +
+                                 " as it is in the zip; is unzip installed, is the disk full?");
     }
+}
+
+// A bare file name has no directory for the library to unpack into.
+std::string WithDirectory(const std::string& zip) {
+    return zip.find('/') == std::string::npos ? "./" + zip : zip;
 }
 
 int Unzip(const std::vector<std::string>& zips) {
     Progress progress("unpacking", zips.size());
     for (const std::string& zip : zips) {
-        // A bare file name has no directory for the library to unpack into.
-        UnpackOne(zip.find('/') == std::string::npos ? "./" + zip : zip);
+        UnpackOne(WithDirectory(zip));
         progress.Step();
     }
     return kExitDone;
@@ -103,8 +108,8 @@ Json ReportToJson(const PackageReport& report) {
 
 void PrintReport(std::ostream& out, const std::string& name, const PackageReport& report) {
     for (const Finding& finding : report.findings) {
-        out << name << (finding.isError ? ": error: " : ": warning: ") << Printable(finding.text)
-            << '\n';
+        out << Printable(name) << (finding.isError ? ": error: " : ": warning: ")
+            << Printable(finding.text) << '\n';
     }
 }
 
@@ -114,7 +119,7 @@ int Check(const std::string& zip, const std::string& platform, bool json) {
         PrintJson(ReportToJson(report));
     } else {
         PrintReport(std::cout, zip, report);
-        std::cout << zip << ": " << report.fileCount << " files for platform \""
+        std::cout << Printable(zip) << ": " << report.fileCount << " files for platform \""
                   << Printable(report.platform) << "\"\n";
     }
     if (report.HasErrors()) {
@@ -161,8 +166,12 @@ std::string ZipPathOf(const std::filesystem::path& directory, const std::string&
 int Build(const BuildArguments& arguments) {
     Json records = Json::array();
     for (const std::string& name : arguments.directories) {
+        if (!std::filesystem::is_directory(name)) {
+            throw std::runtime_error(name + ": no such directory");
+        }
         // Absolute and without a final separator, so that there is a last component to name it by.
-        const auto directory = std::filesystem::weakly_canonical(name + "/.");
+        const auto directory =
+            std::filesystem::absolute(name + "/.").lexically_normal().parent_path();
         const std::string zip = ZipPathOf(directory, arguments.into);
         const PackageReport report = BuildPackage(directory, zip);
         PrintReport(std::cerr, zip, report);
@@ -176,7 +185,7 @@ int Build(const BuildArguments& arguments) {
 }
 
 int RollBackPackage(const std::string& package, bool force, bool json) {
-    const std::vector<RolledBackFile> files = RollBack(package, force);
+    const std::vector<RolledBackFile> files = RollBack(WithDirectory(package), force);
     Json document = Json::array();
     Table table({"FILE", "RESULT", "REASON"});
     size_t notDone = 0;
@@ -223,6 +232,19 @@ void AddZipCommands(CLI::App& package, Context& context) {
         [=, &context] { context.run = [=] { return PackagePath(*name, *subDirectory); }; });
 }
 
+// An option whose text goes into the record of a package. One that does not fit is refused: the
+// record's field would silently be empty.
+void AddRecordText(CLI::App& build, const std::string& option, std::string& text,
+                   size_t fieldSize) {
+    build.add_option(option, text, "For the record")
+        ->type_name("TEXT")
+        ->check([=](const std::string& value) {
+            return value.size() < fieldSize
+                       ? ""
+                       : "has more than " + std::to_string(fieldSize - 1) + " bytes";
+        });
+}
+
 void AddAuthorCommands(CLI::App& package, Context& context) {
     const auto zip = std::make_shared<std::string>();
     const auto platform = std::make_shared<std::string>();
@@ -243,12 +265,17 @@ void AddAuthorCommands(CLI::App& package, Context& context) {
         ->add_option("--into", arguments->into,
                      "Where to put the zips; beside the folders if not given")
         ->type_name("DIR");
-    build->add_option("--application", arguments->application);
-    build->add_option("--description", arguments->description);
-    build->add_option("--download-url", arguments->downloadUrl);
-    build->add_option("--release-date", arguments->releaseDate);
-    build->add_option("--microservice", arguments->microserviceName);
-    build->add_option("--package-version", arguments->version);
+    AddRecordText(*build, "--application", arguments->application,
+                  sizeof ZnPackageInfo::application);
+    AddRecordText(*build, "--description", arguments->description,
+                  sizeof ZnPackageInfo::description);
+    AddRecordText(*build, "--download-url", arguments->downloadUrl,
+                  sizeof ZnPackageInfo::downloadUrl);
+    AddRecordText(*build, "--release-date", arguments->releaseDate,
+                  sizeof ZnPackageInfo::releaseDate);
+    AddRecordText(*build, "--microservice", arguments->microserviceName,
+                  sizeof ZnPackageInfo::microserviceName);
+    AddRecordText(*build, "--package-version", arguments->version, sizeof ZnPackageInfo::version);
     AddJsonOption(*build, context);  // the answer is JSON anyway
     build->callback([=, &context] { context.run = [=] { return Build(*arguments); }; });
 }

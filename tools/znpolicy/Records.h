@@ -22,7 +22,8 @@ std::vector<ZnPackageInfo> ParseUpdateDescription(const std::string& text, const
 // and returns its text. Throws std::runtime_error, with the reason, when the library refuses it.
 std::string TakeUpdateDescription(int terminalId);
 
-// The same text without storing it, for commands that touch nothing. Throws in the same way.
+// The same text without storing it, for commands that touch nothing. Throws for the same reasons,
+// but for those of storing.
 std::string PeekUpdateDescription(int terminalId);
 
 // All fields, as the update description names them; the size as a number.

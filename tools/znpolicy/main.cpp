@@ -13,18 +13,6 @@
 
 namespace {
 
-// An empty name would stand for the default, which is not what was asked for.
-std::string NotEmpty(const std::string& value) {
-    return value.empty() ? "must not be empty" : "";
-}
-
-// Ids are decimal only: "010" is neither 8 nor 10.
-std::string IsId(const std::string& value) {
-    int id = 0;
-    std::from_chars(value.data(), value.data() + value.size(), id);
-    return value == std::to_string(id) ? "" : "\"" + value + "\" is not a decimal 32-bit integer";
-}
-
 // Options that hold for every command. They reach the library through the environment, as they
 // would from outside.
 struct GlobalOptions {
@@ -96,6 +84,17 @@ int RunCommandLine(int argc, char** argv) {
 }
 
 }  // namespace
+
+std::string NotEmpty(const std::string& value) {
+    return value.empty() ? "must not be empty" : "";
+}
+
+// Ids are decimal only: "010" is neither 8 nor 10.
+std::string IsId(const std::string& value) {
+    int id = 0;
+    std::from_chars(value.data(), value.data() + value.size(), id);
+    return value == std::to_string(id) ? "" : "\"" + value + "\" is not a decimal 32-bit integer";
+}
 
 void AddIdArgument(CLI::App& command, int& id, const std::string& description) {
     command.add_option("ID", id, description)->required()->check(IsId);

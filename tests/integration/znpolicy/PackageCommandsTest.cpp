@@ -2,9 +2,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -39,12 +44,13 @@ class PackageCommands : public testing::Test {
         fs::create_directories(root_ + "/Package/Server");
     }
 
-    ProgramResult Run(std::vector<std::string> arguments, const std::string& input = "") {
+    ProgramResult Run(std::vector<std::string> arguments, const std::string& input = "",
+                      const Environment& environment = {}) {
         arguments.insert(arguments.begin(),
                          {"--store", directory_ / "store", "--process-dir", process_});
         Program program;
         program.input = input;
-        return program.Run(arguments);
+        return program.Run(arguments, environment);
     }
 
     // Runs a command that must succeed without a word on standard error; its output.
@@ -107,10 +113,79 @@ class PackageCommands : public testing::Test {
         return {"package", command, "--side", "server", "--root", root_, "--update", update};
     }
 
+    // Runs a command with --json.
+    ProgramResult RunForJson(std::vector<std::string> arguments) {
+        arguments.emplace_back("--json");
+        return Run(arguments);
+    }
+
+    // The result of every file, in the order of the answer.
+    static std::vector<std::string> ResultsIn(const std::string& answer) {
+        std::vector<std::string> results;
+        const Json document = Json::parse(answer);
+        for (const Json& package : document.at("packages")) {
+            for (const Json& file : package.at("files")) {
+                results.push_back(file.at("result"));
+            }
+        }
+        return results;
+    }
+
     TemporaryDirectory directory_;
     std::string process_ = directory_ / "process";
     std::string root_ = process_ + "/microservices";
 };
+
+// Works in a directory for the length of a scope.
+class WorkingDirectory {
+   public:
+    explicit WorkingDirectory(const std::string& directory) {
+        fs::current_path(directory);
+    }
+    ~WorkingDirectory() {
+        fs::current_path(before_);
+    }
+    WorkingDirectory(const WorkingDirectory&) = delete;
+    WorkingDirectory& operator=(const WorkingDirectory&) = delete;
+
+   private:
+    fs::path before_ = fs::current_path();
+};
+
+// What the program shows on a terminal as its standard error, with `programs` first on its search
+// path. `watch` is called with what has been shown so far.
+std::string ShownOnTerminal(std::vector<std::string> arguments, const std::string& programs,
+                            const std::function<void(const std::string&)>& watch) {
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    EXPECT_TRUE(terminal >= 0 && grantpt(terminal) == 0 && unlockpt(terminal) == 0);
+    const std::string name = ptsname(terminal);
+    const pid_t child = fork();
+    if (child == 0) {
+        const int shown = open(name.c_str(), O_RDWR | O_NOCTTY);
+        setenv("PATH", (programs + ":" + std::getenv("PATH")).c_str(), 1);
+        std::vector<char*> words = {const_cast<char*>("znpolicy")};
+        for (std::string& argument : arguments) {
+            words.push_back(argument.data());
+        }
+        words.push_back(nullptr);
+        if (shown >= 0 && dup2(shown, STDERR_FILENO) >= 0) {
+            execv(ZNPOLICY, words.data());
+        }
+        _exit(127);
+    }
+    std::string text;
+    std::array<char, 256> buffer = {};
+    ssize_t count = 0;
+    while ((count = read(terminal, buffer.data(), buffer.size())) > 0) {  // fails at the end
+        text.append(buffer.data(), static_cast<size_t>(count));
+        watch(text);
+    }
+    close(terminal);
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    return text;
+}
 
 // Every file and directory below `directory`, with the contents of files.
 std::map<std::string, std::string> Snapshot(const std::string& directory) {
@@ -119,6 +194,14 @@ std::map<std::string, std::string> Snapshot(const std::string& directory) {
         snapshot[entry.path()] = entry.is_regular_file() ? ReadFile(entry.path()) : "";
     }
     return snapshot;
+}
+
+std::set<std::string> NamesIn(const std::string& directory) {
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(directory)) {
+        names.insert(entry.path().filename());
+    }
+    return names;
 }
 
 Json FileWith(const Json& files, const std::string& destination) {
@@ -210,7 +293,7 @@ TEST_F(PackageCommands, UpdateShowStoresTheDescriptionAndListsItsRecords) {
 }
 
 TEST_F(PackageCommands, UpdateShowSaysWhyThereIsNoDescription) {
-    EXPECT_THAT(FailureOf({"update", "show", "7"}), HasSubstr("there is no policy 7"));
+    EXPECT_THAT(FailureOf({"update", "show", "7"}), HasSubstr("no policy for id 7"));
     using Items = std::map<std::string, std::string>;
     const struct {
         Items items;
@@ -252,9 +335,11 @@ TEST_F(PackageCommands, ScanListsZipsWithDigestAndSize) {
                 HasSubstr("P_1.0_Server.zip"));
 }
 
-TEST_F(PackageCommands, ScanOfAMissingDirectoryFails) {
+TEST_F(PackageCommands, ScanOfWhatIsNoDirectoryFails) {
     EXPECT_THAT(FailureOf({"package", "scan", directory_ / "missing"}),
                 HasSubstr("missing: no such directory"));
+    EXPECT_THAT(FailureOf({"package", "scan", process_ + "/platforminfo.ini"}),
+                HasSubstr("platforminfo.ini: not a directory"));
 }
 
 TEST_F(PackageCommands, UnzipUnpacksEachZipBesideItselfWithoutAWord) {
@@ -271,6 +356,46 @@ TEST_F(PackageCommands, UnzipOfWhatIsNoZipFails) {
                 HasSubstr("broken.zip: "));
     EXPECT_THAT(FailureOf({"package", "unzip", directory_ / "missing.zip"}),
                 HasSubstr("missing.zip: No such file"));
+}
+
+// The library does not look at what became of unzip.
+TEST_F(PackageCommands, UnzipFailsWhenWhatIsThereIsOfAnEarlierUnpacking) {
+    const std::string zip = AddZip("P_Server.zip", {{"file", "old"}});
+    OutputOfCommand({"package", "unzip", zip});
+    AddZip("P_Server.zip", {{"file", "new"}});
+    const ProgramResult result =
+        Run({"package", "unzip", zip}, "", {"PATH=" + directory_ / "no programs here"});
+    EXPECT_EQ(result.status, kFailed);
+    EXPECT_THAT(result.errors, HasSubstr("unzip did not make " + root_ +
+                                         "/Package/Server/P_Server/file as it is in the zip"));
+}
+
+TEST_F(PackageCommands, AZipMayBeNamedWithoutADirectory) {
+    AddPackage();
+    const WorkingDirectory there(root_ + "/Package/Server");
+    EXPECT_EQ(OutputOfCommand({"package", "unzip", "P_1.0_Server.zip"}), "");
+    EXPECT_EQ(ReadFile(root_ + "/Package/Server/P_1.0_Server/Common/a.so"), "contents of a");
+    fs::remove_all("P_1.0_Server");
+    EXPECT_THAT(OutputOfCommand({"package", "rollback", "P_1.0_Server.zip"}), HasSubstr("a.so"));
+    EXPECT_THAT(OutputOfCommand({"package", "check", "P_1.0_Server.zip"}), HasSubstr("2 files"));
+}
+
+TEST_F(PackageCommands, ABarIsShownOnATerminalWhileTheWorkIsLongAndRemovedAtItsEnd) {
+    const std::string zip = AddPackage();
+    const std::string go = directory_ / "go";
+    const std::string programs = directory_ / "programs";
+    WriteFile(programs + "/unzip", "#!/bin/sh\nfor i in $(seq 600); do [ -e " + go +
+                                       " ] && break; sleep 0.1; done\nexec " +
+                                       OutputOf("command -v unzip | tr -d '\\n'") + " \"$@\"\n");
+    fs::permissions(programs + "/unzip", fs::perms::owner_all);
+    const std::string shown =
+        ShownOnTerminal({"package", "unzip", zip}, programs, [&](const std::string& soFar) {
+            if (soFar.find("0/1") != std::string::npos) {
+                WriteFile(go, "");
+            }
+        });
+    EXPECT_THAT(shown, HasSubstr("\r\x1b[Kunpacking [" + std::string(30, '.') + "] 0/1"));
+    EXPECT_THAT(shown, testing::EndsWith("\r\x1b[K"));
 }
 
 TEST_F(PackageCommands, PathMakesAndPrintsAPackagesDirectory) {
@@ -345,6 +470,8 @@ TEST_F(PackageCommands, CheckWarnsOfWhatTheInstallerTakesOnTrust) {
         {"P Server.zip", manifest("/opt/", "a.so"), "blanks or shell characters"},
         {"P;x_Server.zip", manifest("/opt/", "a.so"), "blanks or shell characters"},
         {"P.zip", manifest("/opt/", "a.so"), "neither \"_Server\" nor \"_Client\""},
+        {"P_Server_Release.zip", manifest("/opt/", "a.so"), "taken for a release bundle"},
+        {std::string(53, 'n') + "_Server.zip", manifest("/opt/", "a.so"), "more than 63 bytes"},
         {"P_Server.zip.old", manifest("/opt/", "a.so"), "\".zip\" is not the end"},
     };
     for (const auto& c : cases) {
@@ -355,6 +482,24 @@ TEST_F(PackageCommands, CheckWarnsOfWhatTheInstallerTakesOnTrust) {
         const ProgramResult result = Run({"package", "check", directory_ / ("zips/" + c.zip)});
         EXPECT_THAT(result.output, AllOf(HasSubstr(": warning: "), HasSubstr(c.warning)));
     }
+}
+
+TEST_F(PackageCommands, CheckLooksForAFileWhereTheInstallerWouldFindIt) {
+    const std::string zip =
+        AddZip("P_Server.zip", {{"FileList.ini",
+                                 "[Package_Intall_Type]\nPackageIntallType=Model-A\n[Model-A]\n"
+                                 "p=/opt/\n[p]\nf=./a.so,sub//b.so,../top\n"},
+                                {"Common/a.so", "a"},
+                                {"Common/sub/b.so", "b"},
+                                {"top", "t"}});
+    EXPECT_THAT(OutputOfCommand({"package", "check", zip}), HasSubstr("3 files"));
+}
+
+TEST_F(PackageCommands, CheckAnswersInJsonAlsoWhenItFails) {
+    const std::string zip = AddZip("P_Server.zip", {{"Common/a.so", "a"}});
+    const ProgramResult result = Run({"package", "check", "--json", zip});
+    EXPECT_EQ(result.status, kFailed);
+    EXPECT_EQ(Json::parse(result.output).at("errors"), Json::array({"there is no FileList.ini"}));
 }
 
 TEST_F(PackageCommands, CheckWarnsOfLinksInTheZip) {
@@ -399,7 +544,56 @@ TEST_F(PackageCommands, BuildRefusesAFolderThatLacksAListedFileAndKeepsTheOlderZ
     EXPECT_EQ(result.status, kFailed);
     EXPECT_THAT(result.errors, HasSubstr("Common/b.so is empty"));
     EXPECT_EQ(ReadFile(directory_ / "P_Server.zip"), "older");
-    EXPECT_EQ(Snapshot(directory_.Path()).count(directory_ / ".new-P_Server.zip"), 0U);
+    EXPECT_EQ(NamesIn(directory_.Path()).count("P_Server.zip"), 1U);
+    EXPECT_EQ(NamesIn(directory_.Path()).size(), 3U);  // and the folder, and the process directory
+}
+
+TEST_F(PackageCommands, BuildNamesTheZipAsTheFolderIsNamedOnTheCommandLine) {
+    WriteFile(directory_ / "real/FileList.ini", kManifest);
+    WriteFile(directory_ / "real/Common/a.so", "a");
+    WriteFile(directory_ / "real/Common/b.so", "b");
+    fs::create_directory(directory_ / "out");
+    fs::create_directory_symlink(directory_ / "real", directory_ / "P_Server");
+    OutputOfCommand({"package", "build", directory_ / "P_Server"});
+    EXPECT_TRUE(fs::exists(directory_ / "P_Server.zip"));
+    const WorkingDirectory there(directory_ / "P_Server");
+    Run({"package", "build", ".", "--into", "../out"});
+    EXPECT_TRUE(fs::exists(directory_ / "out/real.zip"));
+}
+
+TEST_F(PackageCommands, BuildPutsFilesWhereTheInstallerLooksForThem) {
+    WriteFile(directory_ / "P_Server/FileList.ini",
+              "[Package_Intall_Type]\nPackageIntallType=Model-A\n[Model-A]\np=/usr/local/plugins/\n"
+              "q=/usr/local/\n[p]\nf=./a,a\n[q]\nf=../top\n");
+    WriteFile(directory_ / "P_Server/Common/a", "a");
+    WriteFile(directory_ / "P_Server/top", "t");
+    Run({"package", "build", directory_ / "P_Server"});
+    EXPECT_EQ(OutputOf("unzip -Z1 " + directory_ / "P_Server.zip"),
+              "FileList.ini\nCommon/a\ntop\n");
+
+    WriteFile(directory_ / "P_Server/FileList.ini",
+              "[Package_Intall_Type]\nPackageIntallType=Model-A\n[Model-A]\np=/usr/local/plugins/\n"
+              "[p]\nf=../../outside\n");
+    EXPECT_THAT(FailureOf({"package", "build", directory_ / "P_Server"}),
+                HasSubstr("lists \"../../outside\", which lies outside the folder"));
+}
+
+TEST_F(PackageCommands, BuildRefusesATextThatTheRecordCannotHold) {
+    const ProgramResult result =
+        Run({"package", "build", directory_.Path(), "--package-version", std::string(32, '1')});
+    EXPECT_EQ(result.status, kWrongUsage);
+    EXPECT_THAT(result.errors, HasSubstr("has more than 31 bytes"));
+}
+
+TEST_F(PackageCommands, BuildSaysWhenThereIsNoFolder) {
+    EXPECT_THAT(FailureOf({"package", "build", directory_ / "missing"}),
+                HasSubstr("missing: no such directory"));
+    WriteFile(directory_ / "P_Server/FileList.ini", kManifest);
+    WriteFile(directory_ / "P_Server/Common/a.so", "a");
+    WriteFile(directory_ / "P_Server/Common/b.so", "b");
+    EXPECT_THAT(
+        FailureOf({"package", "build", directory_ / "P_Server", "--into", directory_ / "missing"}),
+        HasSubstr("missing: no directory can be made in it"));
 }
 
 // --- package plan ---
@@ -444,6 +638,261 @@ TEST_F(PackageCommands, PlanTellsWhatWouldMakeTheInstallationFail) {
     EXPECT_THAT(foreign.output, HasSubstr("this machine's platform is \"Model-A\""));
 }
 
+// What one installation of Model-A's packages meets, and what is to come of each file in turn.
+struct Foretold {
+    const char* what;
+    std::function<void(const std::string& zips)> prepare;  // given the directory of the zips
+    std::vector<std::map<std::string, std::string>> packages;
+    std::vector<std::string> results;  // of the plan
+    int status = kDone;
+};
+
+std::string ManifestOf(const std::string& paths) {
+    return "[Package_Intall_Type]\nPackageIntallType=Model-A\n[Model-A]\n" + paths;
+}
+
+const std::vector<Foretold>& WhatIsForetold() {
+    const std::string one = ManifestOf("p=/usr/local/plugins/\n[p]\nf=a\n");
+    const auto nothing = [](const std::string&) {};
+    static const std::vector<Foretold> cases = {
+        {"a later package replaces an earlier one's file",
+         nothing,
+         {{{"FileList.ini", one}, {"Common/a", "1"}}, {{"FileList.ini", one}, {"Common/a", "2"}}},
+         {"install", "replace"}},
+        {"two path keys place one file",
+         nothing,
+         {{{"FileList.ini", ManifestOf("p=/usr/local/plugins/\nq=/usr/local/plugins/\n[p]\nf=a\n"
+                                       "[q]\nf=a\n")},
+           {"Common/a", "1"}}},
+         {"install", "unchanged"}},
+        {"two names lead to one destination",
+         [](const std::string&) { fs::create_directories("/usr/local/plugins/sub"); },
+         {{{"FileList.ini", ManifestOf("p=/usr/local/plugins/\nq=/usr/local/plugins/sub/\n"
+                                       "[p]\nf=sub/a\n[q]\nf=a\n")},
+           {"Common/a", "1"},
+           {"Common/sub/a", "2"}}},
+         {"install", "replace"}},
+        {"a directory is made for a later path key",
+         nothing,
+         {{{"FileList.ini",
+            ManifestOf("p=/usr/local/new/\nq=/usr/local/new/sub/\n[p]\nf=a\n[q]\nf=b\n")},
+           {"Common/a", "1"},
+           {"Common/b", "2"}}},
+         {"install", "install"}},
+        {"only the last level of a directory is made",
+         nothing,
+         {{{"FileList.ini", ManifestOf("p=/usr/local/new/sub/\n[p]\nf=a,b\n")},
+           {"Common/a", "1"},
+           {"Common/b", "2"}}},
+         {"fail", "not reached"},
+         kFailed},
+        {"the sub-directory of a name is not made",
+         nothing,
+         {{{"FileList.ini", ManifestOf("p=/usr/local/plugins/\n[p]\nf=a,sub/b\n")},
+           {"Common/a", "1"},
+           {"Common/sub/b", "2"}}},
+         {"install", "fail"},
+         kFailed},
+        {"a directory in the place of the file becomes its backup",
+         [](const std::string&) { fs::create_directories("/usr/local/plugins/a"); },
+         {{{"FileList.ini", one}, {"Common/a", "1"}}},
+         {"replace"}},
+        {"a directory in the place of the backup",
+         [](const std::string&) {
+             WriteFile("/usr/local/plugins/a", "old");
+             fs::create_directories("/usr/local/plugins/a.bak");
+         },
+         {{{"FileList.ini", one}, {"Common/a", "1"}}},
+         {"fail"},
+         kFailed},
+        {"a file in the place of the directory",
+         [](const std::string&) { WriteFile("/usr/local/plugins", "a file"); },
+         {{{"FileList.ini", one}, {"Common/a", "1"}}},
+         {"fail"},
+         kFailed},
+        {"a link that leads nowhere is replaced",
+         [](const std::string&) {
+             fs::create_directories("/usr/local/plugins");
+             fs::create_symlink("/nowhere", "/usr/local/plugins/a");
+         },
+         {{{"FileList.ini", one}, {"Common/a", "1"}}},
+         {"install"}},
+        {"an empty file in the package",
+         nothing,
+         {{{"FileList.ini", one}, {"Common/a", ""}}},
+         {"fail"},
+         kFailed},
+        {"a name with a dot component",
+         nothing,
+         {{{"FileList.ini", ManifestOf("p=/usr/local/plugins/\n[p]\nf=./a\n")}, {"Common/a", "1"}}},
+         {"install"}},
+        {"the section of a later path key is missing",
+         nothing,
+         {{{"FileList.ini", ManifestOf("p=/usr/local/plugins/\nq=/usr/local/\n[p]\nf=a\n")},
+           {"Common/a", "1"}}},
+         {"install"},
+         kFailed},
+        {"a manifest for another platform",
+         nothing,
+         {{{"FileList.ini", "[Package_Intall_Type]\nPackageIntallType=Model\n[Model]\n"}}},
+         {},
+         kFailed},
+        {"a manifest for a platform that begins with the record's",
+         nothing,
+         {{{"FileList.ini",
+            "[Package_Intall_Type]\nPackageIntallType=Model-A2\n[Model-A2]\n"
+            "p=/usr/local/plugins/\n[p]\nf=a\n"},
+           {"Common/a", "1"}}},
+         {"install"}},
+        {"a package without files",
+         nothing,
+         {{{"FileList.ini", ManifestOf("p=/usr/local/plugins/\n[p]\nf=\n")}}},
+         {}},
+        {"a file that only an earlier unpacking has left",
+         [](const std::string& zips) { WriteFile(zips + "0_Server/Common/a", "left"); },
+         {{{"FileList.ini", one}}},
+         {"install"}},
+    };
+    return cases;
+}
+
+TEST_F(PackageCommands, WhatThePlanForetellsIsWhatTheInstallationDoes) {
+    for (const Foretold& c : WhatIsForetold()) {
+        SCOPED_TRACE(c.what);
+        EmptyPrivateMounts();
+        fs::create_directories("/usr/local/vornserver/bin/microservices");
+        fs::remove_all(root_ + "/Package/Server");
+        c.prepare(root_ + "/Package/Server/");
+        std::vector<std::string> zips;
+        for (const auto& package : c.packages) {
+            zips.push_back(AddZip(std::to_string(zips.size()) + "_Server.zip", package));
+        }
+        const std::string update = DescribeZips(zips);
+        const ProgramResult plan = RunForJson(InstallArguments("plan", update));
+        const ProgramResult install = RunForJson(InstallArguments("install", update));
+        EXPECT_EQ(plan.status, c.status) << plan.errors;
+        EXPECT_EQ(install.status, c.status) << install.output << install.errors;
+        EXPECT_EQ(ResultsIn(plan.output), c.results);
+        std::vector<std::string> outcomes;
+        for (const std::string& result : c.results) {
+            outcomes.push_back(result == "install" || result == "replace" ? "installed"
+                               : result == "unchanged"                    ? "unchanged"
+                                                                          : "failed");
+        }
+        EXPECT_EQ(ResultsIn(install.output), outcomes);
+    }
+}
+
+TEST_F(PackageCommands, PlanAndInstallTakeARootBelowTheWorkingDirectory) {
+    const std::string update = DescribeZips({AddPackage()});
+    const WorkingDirectory there(process_);
+    for (const char* const command : {"plan", "install"}) {
+        EXPECT_THAT(OutputOfCommand({"package", command, "--side", "server", "--root",
+                                     "microservices", "--update", update}),
+                    HasSubstr("P_1.0_Server.zip"));
+    }
+    EXPECT_EQ(ReadFile("/usr/local/plugins/a.so"), "contents of a");
+}
+
+TEST_F(PackageCommands, PlanFollowsALinkInTheZip) {
+    const TemporaryDirectory contents;
+    WriteFile(contents / "FileList.ini", kManifest);
+    WriteFile(contents / "Common/a.so", "a");
+    fs::create_symlink("a.so", contents / "Common/b.so");
+    fs::create_directories(root_ + "/Package/Server");
+    const std::string zip = root_ + "/Package/Server/L_Server.zip";
+    OutputOf("cd " + contents.Path() + " && zip -qry " + zip + " .");
+    const auto arguments = InstallArguments("install", DescribeZips({zip}));
+    OutputOfCommand(InstallArguments("plan", arguments.back()));
+    EXPECT_THAT(OutputOfCommand(arguments), HasSubstr("L_Server.zip  2 "));
+    EXPECT_EQ(ReadFile("/usr/local/plugins/b.so"), "a");
+}
+
+TEST_F(PackageCommands, PlanKnowsWhatABundleBringsInOverAnOlderZip) {
+    const std::string inner = root_ + "/Package/Server/All_Server_Release/P_Server.zip";
+    MakeZip(inner, {{"FileList.ini", kManifest}, {"Common/a.so", "new"}, {"Common/b.so", "new"}});
+    const std::string bundle =
+        AddZip("All_Server_Release.zip", {{"P_Server.zip", ReadFile(inner)}});
+    const Json record = {{"platform", "Model-A"},
+                         {"sha256Hash", Sha256Of(inner)},
+                         {"downloadUrl", "https://host/All_Server_Release.zip"}};
+    WriteFile(directory_ / "u.json", Json{{"packageInfo", Json::array({record})}}.dump());
+    MakeZip(inner, {{"FileList.ini", kManifest}});  // of an older bundle
+
+    const ProgramResult plan = RunForJson(InstallArguments("plan", directory_ / "u.json"));
+    EXPECT_EQ(plan.status, kDone) << plan.errors;
+    EXPECT_EQ(Json::parse(plan.output).at("bundles"), Json::array({bundle}));
+    EXPECT_EQ(ResultsIn(plan.output), std::vector<std::string>({"install", "install"}));
+    EXPECT_THAT(OutputOfCommand(InstallArguments("install", directory_ / "u.json")),
+                AllOf(HasSubstr("release bundle " + bundle), HasSubstr("P_Server.zip  2 ")));
+    EXPECT_EQ(ReadFile("/usr/local/plugins/a.so"), "new");
+}
+
+TEST_F(PackageCommands, ABundleThatNoRecordNamesIsLeftAlone) {
+    const std::string bundle = AddZip("All_Server_Release.zip", {{"a", "A"}});
+    const ProgramResult plan = RunForJson(InstallArguments("plan", DescribeZips({bundle})));
+    EXPECT_EQ(Json::parse(plan.output).at("unmatched"), Json::array({bundle}));
+    EXPECT_THAT(OutputOfCommand(InstallArguments("install", directory_ / "update.json")),
+                HasSubstr("nothing to install"));
+}
+
+// The library would hand the path to the shell as it is.
+TEST_F(PackageCommands, PlanAndInstallRefuseAPathThatMeansSomethingElseToTheShell) {
+    for (const std::string name : {"P x_Server.zip", "P;x_Server.zip", "P$(x)_Server.zip"}) {
+        fs::remove_all(root_ + "/Package/Server");
+        const std::string zip = AddPackage(name);
+        WriteFile(directory_ / "u.json",
+                  R"({"packageInfo": [{"platform": "Model-A", "sha256Hash": ")" +
+                      OutputOf("sha256sum <'" + zip + "'").substr(0, 64) + "\"}]}");
+        const auto before = Snapshot(directory_.Path());
+        for (const char* const command : {"plan", "install"}) {
+            EXPECT_THAT(FailureOf(InstallArguments(command, directory_ / "u.json")),
+                        HasSubstr("the shell would not take as they are"));
+        }
+        EXPECT_EQ(Snapshot(directory_.Path()), before);
+    }
+}
+
+TEST_F(PackageCommands, PlanRefusesTheSamePoliciesAsInstall) {
+    fs::create_directories(root_ + "/Package");
+    using Items = std::map<std::string, std::string>;
+    const Items cases[] = {
+        {{"VirtualChannelEnable", "1"}, {"VirtualChannelPluginDetails", kDescription}},
+        {{"PolicyName", "p"},
+         {"VirtualChannelEnable", "0"},
+         {"VirtualChannelPluginDetails", kDescription}},
+        {{"PolicyName", "p"}, {"VirtualChannelEnable", "1"}},
+        {{"PolicyName", "p"},
+         {"VirtualChannelEnable", "1"},
+         {"VirtualChannelPluginDetails", R"({"packageInfo": [{"packageName": "P"}]})"}},
+        {{"PolicyName", "p"},
+         {"VirtualChannelEnable", "1"},
+         {"VirtualChannelPluginDetails", "bm90IHJlbGV2YW50"}},
+    };
+    for (const Items& items : cases) {
+        PublishPolicy(items);
+        std::vector<std::string> arguments = {"package", "plan", "--side",     "server",
+                                              "--root",  root_,  "--terminal", "7"};
+        const std::string refusal = FailureOf(arguments);
+        EXPECT_THAT(refusal, HasSubstr("policy 7"));
+        arguments[1] = "install";
+        EXPECT_EQ(FailureOf(arguments), refusal);
+    }
+}
+
+TEST_F(PackageCommands, PlanTakesTheDebugItemWhenInstallWould) {
+    const std::string update = DescribeZips({AddPackage()});
+    PublishPolicy({{"PolicyName", "p"},
+                   {"VirtualChannelEnable", "1"},
+                   {"ThirdPartyPluginNames", ReadFile(update)}});
+    const std::vector<std::string> arguments = {"package", "plan", "--side",     "server",
+                                                "--root",  root_,  "--terminal", "7"};
+    EXPECT_THAT(FailureOf(arguments), HasSubstr("no update description"));
+    WriteFile("/usr/local/PermanenceDataPath/Workspace/debug/DebugModulesConfigList.ini",
+              "[PolicyName]\ndebugVc=1\n");
+    EXPECT_THAT(OutputOfCommand(arguments), HasSubstr("install"));
+}
+
 // --- package install ---
 
 TEST_F(PackageCommands, InstallSumsUpWhatItDid) {
@@ -481,7 +930,7 @@ TEST_F(PackageCommands, InstallFailsWhenAFileOfAPackageCannotBeInstalled) {
     const ProgramResult result = Run(InstallArguments("install", DescribeZips({zip})));
     EXPECT_EQ(result.status, kFailed);
     EXPECT_THAT(result.output, HasSubstr("/usr/local/plugins/b.so: the package does not have"));
-    EXPECT_THAT(result.errors, HasSubstr("packages not installed: 1"));
+    EXPECT_THAT(result.errors, HasSubstr("packages that failed: 1"));
     EXPECT_EQ(ReadFile("/usr/local/plugins/a.so"), "contents of a");
 }
 
@@ -499,6 +948,8 @@ TEST_F(PackageCommands, InstallWantsExactlyOneSourceOfRecordsAndAKnownSide) {
          "7"},
         {"package", "install", "--side", "both", "--root", root_, "--update", "x"},
         {"package", "install", "--root", root_, "--update", "x"},
+        {"package", "install", "--side", "server", "--root", "", "--update", "x"},
+        {"package", "install", "--side", "server", "--root", root_, "--terminal", "0x7"},
     };
     for (const auto& arguments : wrong) {
         EXPECT_EQ(Run(arguments).status, kWrongUsage) << testing::PrintToString(arguments);
@@ -535,6 +986,30 @@ TEST_F(PackageCommands, RollbackKeepsAFileThatSomebodyChangedUnlessForced) {
 
     OutputOfCommand({"package", "rollback", "--force", unpacked});
     EXPECT_EQ(ReadFile("/usr/local/plugins/b.so"), "older contents");
+}
+
+TEST_F(PackageCommands, RollbackNeverTakesAFileForThePackagesThatCannotBeCompared) {
+    WriteFile(root_ + "/Package/Server/P_Server/FileList.ini", kManifest);
+    fs::create_directories("/usr/local/plugins/a.so");  // neither this nor the package's is a file
+    WriteFile("/usr/local/plugins/a.so.bak", "older");
+    fs::create_directories(root_ + "/Package/Server/P_Server/Common/a.so");
+    const ProgramResult result =
+        RunForJson({"package", "rollback", root_ + "/Package/Server/P_Server"});
+    EXPECT_EQ(result.status, kFailed);
+    EXPECT_EQ(Json::parse(result.output).at(0).at("result"), "kept");
+    EXPECT_EQ(ReadFile("/usr/local/plugins/a.so.bak"), "older");
+}
+
+TEST_F(PackageCommands, RollbackPutsBackWhatAHalfInstalledPackageReplaced) {
+    const std::string zip =
+        AddZip("P_Server.zip",
+               {{"FileList.ini", ManifestOf("p=/usr/local/plugins/\nq=/usr/local/\n[p]\nf=a\n")},
+                {"Common/a", "new"}});
+    WriteFile("/usr/local/plugins/a", "old");
+    EXPECT_EQ(Run(InstallArguments("install", DescribeZips({zip}))).status, kFailed);
+    EXPECT_EQ(ReadFile("/usr/local/plugins/a"), "new");
+    EXPECT_THAT(OutputOfCommand({"package", "rollback", zip}), HasSubstr("restored"));
+    EXPECT_EQ(ReadFile("/usr/local/plugins/a"), "old");
 }
 
 }  // namespace

@@ -4,14 +4,17 @@
 
 #include <algorithm>
 #include <cstring>
+#include <deque>
 #include <filesystem>
-#include <map>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 #include <unordered_map>
 
+#include "ForeseenFiles.h"
 #include "Manifest.h"
 #include "PackageFolder.h"
+#include "ShellPath.h"
 #include "ZnCrypto.h"
 #include "ZnFileSys.h"
 #include "ZnVcUpdate.h"
@@ -33,8 +36,27 @@ std::string FileName(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
 
-std::string ParentOf(const std::string& directory) {
-    return std::filesystem::path(directory + "/.").lexically_normal().parent_path().parent_path();
+bool IsBundle(const std::string& zip) {
+    return Contains(zip, "_Release.zip");
+}
+
+// The library gives the path of a zip that it unpacks to the shell as it stands.
+void RequirePlainPath(const std::string& zip) {
+    if (ShellChanges(zip)) {
+        throw std::runtime_error(zip +
+                                 ": the path has blanks or other characters that the shell would "
+                                 "not take as they are; rename the file or its folder");
+    }
+}
+
+using RecordsByDigest = std::unordered_map<std::string, std::vector<const ZnPackageInfo*>>;
+
+RecordsByDigest IndexByDigest(const std::vector<ZnPackageInfo>& records) {
+    RecordsByDigest index;
+    for (const ZnPackageInfo& record : records) {
+        index[FieldText(record.sha256Hash, kDigestLength)].push_back(&record);
+    }
+    return index;
 }
 
 class Planner {
@@ -42,26 +64,18 @@ class Planner {
     InstallPlan Plan(const std::string& rootDir, ZnSide side,
                      const std::vector<ZnPackageInfo>& records) {
         const std::vector<std::string> zips = ZipsOfSide(rootDir, side);
-        std::unordered_map<std::string, std::vector<const ZnPackageInfo*>> byDigest;
-        for (const ZnPackageInfo& record : records) {
-            byDigest[FieldText(record.sha256Hash, kDigestLength)].push_back(&record);
-        }
         for (const std::string& zip : zips) {
-            if (Contains(zip, "_Release.zip")) {
+            if (IsBundle(zip)) {
                 PlanBundle(zip, records);
-                continue;
-            }
-            const auto matches =
-                byDigest.find(ZnSha256::FileSha256Value(zip).substr(0, kDigestLength));
-            if (matches == byDigest.end()) {
-                plan_.unmatched.push_back(zip);
-                continue;
-            }
-            for (const ZnPackageInfo* record : matches->second) {
-                plan_.packages.push_back(
-                    PlanPackage(zip, FieldText(record->platform, sizeof record->platform), side));
             }
         }
+        const RecordsByDigest index = IndexByDigest(records);
+        for (const std::string& zip : zips) {
+            if (!IsBundle(zip)) {
+                PlanZip(zip, index, side);
+            }
+        }
+        NoteTheEnd();
         return plan_;
     }
 
@@ -91,10 +105,55 @@ class Planner {
         const bool named = std::any_of(records.begin(), records.end(), [&](const auto& record) {
             return Contains(FieldText(record.downloadUrl, sizeof record.downloadUrl), name);
         });
-        (named ? plan_.bundles : plan_.unmatched).push_back(zip);
+        if (!named) {
+            plan_.unmatched.push_back(zip);
+            return;
+        }
+        RequirePlainPath(zip);
+        plan_.bundles.push_back(zip);
+        try {
+            bundles_.emplace_back(zip);
+        } catch (const std::runtime_error&) {
+            // Not unpacked then; the installer goes on all the same.
+        }
     }
 
-    PlannedPackage PlanPackage(const std::string& zip, const std::string& platform, ZnSide side) {
+    void PlanZip(const std::string& zip, const RecordsByDigest& index, ZnSide side) {
+        const std::string contents = ContentsOf(zip);
+        const auto matches =
+            index.find(ZnSha256::FileSha256Value(contents).substr(0, kDigestLength));
+        if (matches == index.end()) {
+            plan_.unmatched.push_back(zip);
+            return;
+        }
+        RequirePlainPath(zip);
+        for (const ZnPackageInfo* record : matches->second) {
+            plan_.packages.push_back(PlanPackage(
+                zip, contents, FieldText(record->platform, sizeof record->platform), side));
+        }
+    }
+
+    // A file with what `zip` holds when its turn comes: a bundle may bring it in a newer version.
+    std::string ContentsOf(const std::string& zip) {
+        std::string path = zip;
+        ZnVcUpdate::RepairPath(path);
+        std::string contents = zip;
+        for (const PackageFolder& bundle : bundles_) {
+            const std::string folder = bundle.UnpackedPath() + "/";
+            if (path.compare(0, folder.size(), folder) != 0) {
+                continue;
+            }
+            const ZipEntry* entry = bundle.Archive().Find(path.substr(folder.size()));
+            if (entry != nullptr && !entry->isLink && !entry->isDirectory) {
+                contents = scratch_.Path() + "/zip";
+                bundle.Archive().Extract(*entry, contents);
+            }
+        }
+        return contents;
+    }
+
+    PlannedPackage PlanPackage(const std::string& zip, const std::string& contents,
+                               const std::string& platform, ZnSide side) {
         PlannedPackage package;
         package.zip = zip;
         package.platform = platform;
@@ -105,15 +164,15 @@ class Planner {
             return package;
         }
         try {
-            PlanFiles(package);
+            PackageFolder folder(zip, contents);
+            PlanFiles(folder, package);
         } catch (const std::runtime_error& error) {
             package.reason = error.what();
         }
         return package;
     }
 
-    void PlanFiles(PlannedPackage& package) {
-        PackageFolder folder(package.zip);
+    void PlanFiles(PackageFolder& folder, PlannedPackage& package) {
         const auto manifestFile = folder.File("FileList.ini");
         if (!manifestFile) {
             throw std::runtime_error(folder.InstallPath() + "/FileList.ini will not be there");
@@ -127,41 +186,52 @@ class Planner {
         bool failed = false;
         for (const ManifestPath& path : manifest.paths) {
             for (const std::string& name : path.files) {
+                const auto source = folder.Look("Common/" + name);
                 PlannedFile file;
                 file.source = name;
                 file.destination = path.destination + name;
+                file.digest = source && source->size > 0 ? source->digest : "";
+                file.digestBefore = foreseen_.At(file.destination).digest;
                 if (!failed) {
-                    PlanFile(folder, path.destination, file);
+                    PlanFile(source, path.destination, file);
                     failed = file.action == FileAction::kFail;
                 }
                 package.files.push_back(file);
             }
         }
+        package.reason = failed ? "" : manifest.failure;
     }
 
-    void PlanFile(PackageFolder& folder, const std::string& directory, PlannedFile& file) {
-        const auto source = folder.File("Common/" + file.source);
-        if (!source || ZnFile::FileSize(source->c_str()) < 1) {
+    // Goes through the installer's steps for one file.
+    void PlanFile(const std::optional<PackageFolder::FileFacts>& source,
+                  const std::string& directory, PlannedFile& file) {
+        foreseen_.MakeDirectory(directory);
+        if (!source || source->size < 1) {
             Fail(file,
                  source ? "the package's file is empty" : "the package does not have the file");
             return;
         }
-        const std::string problem = DestinationProblem(directory, file.destination);
+        ForeseenFiles::Target& target = foreseen_.At(file.destination);
+        const bool isSame = target.exists && target.digest == source->digest;
+        const bool touchesFolder = !isSame || target.hasBackup;
+        const std::string backup = file.destination + ".bak";
+        std::string problem = touchesFolder ? foreseen_.FolderProblem(file.destination) : "";
+        std::error_code ignored;
+        if (problem.empty() && target.hasBackup && std::filesystem::is_directory(backup, ignored)) {
+            problem = backup + " is a directory";
+        }
         if (!problem.empty()) {
             Fail(file, problem);
             return;
         }
-        file.digest = ZnSha256::FileSha256Value(*source);
-        file.digestBefore = DigestNow(file.destination);
-        if (file.digestBefore.empty()) {
-            file.action = FileAction::kInstall;
-        } else if (file.digestBefore == file.digest) {
+        file.dropsBackup = target.hasBackup;
+        if (isSame) {
             file.action = FileAction::kUnchanged;
+            target.hasBackup = false;
         } else {
-            file.action = FileAction::kReplace;
+            file.action = target.exists ? FileAction::kReplace : FileAction::kInstall;
+            target = {true, source->digest, target.exists};
         }
-        file.dropsBackup = access((file.destination + ".bak").c_str(), F_OK) == 0;
-        placed_[file.destination] = file.digest;
     }
 
     static void Fail(PlannedFile& file, const std::string& reason) {
@@ -169,43 +239,20 @@ class Planner {
         file.reason = reason;
     }
 
-    // Why nothing can be placed at `destination`; "" when it can.
-    static std::string DestinationProblem(const std::string& directory,
-                                          const std::string& destination) {
-        namespace fs = std::filesystem;
-        std::error_code ignored;
-        const std::string folder = fs::path(destination).parent_path().string();
-        if (!fs::exists(folder, ignored)) {
-            const bool isMade = directory == folder + "/";  // the installer makes one level
-            const std::string parent = ParentOf(folder);
-            if (!isMade || !fs::is_directory(parent, ignored)) {
-                return folder + " does not exist, nor does its parent";
+    void NoteTheEnd() {
+        for (PlannedPackage& package : plan_.packages) {
+            for (PlannedFile& file : package.files) {
+                if (file.action != FileAction::kFail && file.action != FileAction::kNotReached) {
+                    file.digestAtEnd = foreseen_.At(file.destination).digest;
+                }
             }
-            return access(parent.c_str(), W_OK) == 0 ? "" : parent + " cannot be written";
         }
-        if (!fs::is_directory(folder, ignored)) {
-            return folder + " is not a directory";
-        }
-        if (access(folder.c_str(), W_OK | X_OK) != 0) {
-            return folder + " cannot be written";
-        }
-        if (fs::is_directory(destination, ignored)) {
-            return destination + " is a directory";
-        }
-        if (fs::is_directory(destination + ".bak", ignored)) {
-            return destination + ".bak is a directory";
-        }
-        return "";
-    }
-
-    // What will be there when this file's turn comes: an earlier package may have placed it.
-    std::string DigestNow(const std::string& destination) const {
-        const auto placed = placed_.find(destination);
-        return placed != placed_.end() ? placed->second : ZnSha256::FileSha256Value(destination);
     }
 
     InstallPlan plan_;
-    std::map<std::string, std::string> placed_;
+    std::deque<PackageFolder> bundles_;
+    ScratchDirectory scratch_;
+    ForeseenFiles foreseen_;
 };
 
 }  // namespace

@@ -23,16 +23,17 @@ struct PlannedFile {
     std::string destination;  // full path
     FileAction action = FileAction::kNotReached;
     std::string reason;        // why it would fail, else ""
-    std::string digest;        // SHA-256 of the new contents, "" when it would fail
-    std::string digestBefore;  // SHA-256 of what is there, "" when nothing is
-    bool dropsBackup = false;  // an older ".bak" is there, which would be deleted
+    std::string digest;        // SHA-256 of the package's file, "" for none or an empty one
+    std::string digestBefore;  // SHA-256 of what this file finds there, "" when that is no file
+    std::string digestAtEnd;   // SHA-256 of what is there after all packages, "" when unknown
+    bool dropsBackup = false;  // finds an older ".bak", which would be deleted
 };
 
 // One installation of one zip: once for every record with its digest.
 struct PlannedPackage {
     std::string zip;       // full path
     std::string platform;  // as the record asks for it
-    std::string reason;    // why nothing of it would be installed, else ""
+    std::string reason;    // why it would fail before or after its files, else ""
     std::vector<PlannedFile> files;
 };
 
@@ -46,6 +47,7 @@ struct InstallPlan {
 };
 
 // Plans what ZnVcUpdate::BuildVcInstallList would do with these arguments. Throws
-// std::runtime_error when it would refuse them as a whole.
+// std::runtime_error when it would refuse them as a whole, and when it would give the shell a path
+// that means something else there.
 InstallPlan PlanInstallation(const std::string& rootDir, ZnSide side,
                              const std::vector<ZnPackageInfo>& records);

@@ -22,14 +22,13 @@ class ManifestReader {
 
     Manifest Read() {
         manifest_.platform = Value(kTypeSection, kTypeKey);
-        for (const std::string& key : Keys(manifest_.platform)) {
-            ManifestPath entry;
-            entry.key = key;
-            entry.destination = Value(manifest_.platform, key);
-            for (const std::string& fileKey : Keys(key)) {
-                AddFiles(Where(key, fileKey), Value(key, fileKey), entry.files);
+        const std::set<std::string> keys = Keys(manifest_.platform);
+        try {
+            for (const std::string& key : keys) {
+                manifest_.paths.push_back(ReadPath(key));
             }
-            manifest_.paths.push_back(entry);
+        } catch (const std::runtime_error& error) {
+            manifest_.failure = error.what();
         }
         return manifest_;
     }
@@ -45,6 +44,16 @@ class ManifestReader {
             throw std::runtime_error(name_ + ": section [" + section + "] is missing");
         }
         return keys;
+    }
+
+    ManifestPath ReadPath(const std::string& key) {
+        ManifestPath path;
+        path.key = key;
+        path.destination = Value(manifest_.platform, key);
+        for (const std::string& fileKey : Keys(key)) {
+            AddFiles(Where(key, fileKey), Value(key, fileKey), path.files);
+        }
+        return path;
     }
 
     std::string Value(const std::string& section, const std::string& key) {

@@ -1,15 +1,26 @@
 #include "PackageBuild.h"
 
 #include <filesystem>
-#include <set>
+#include <map>
 #include <stdexcept>
 #include <utility>
 #include <vector>
 
 #include "Manifest.h"
+#include "ScratchDirectory.h"
 #include "ZipArchive.h"
 
 namespace fs = std::filesystem;
+
+// Where in a package's folder the file stands that a manifest lists as `name`.
+static std::string PlaceOf(const std::string& name, const std::string& manifestFile) {
+    const fs::path place = fs::path("Common/" + name).lexically_normal();
+    if (*place.begin() == "..") {
+        throw std::runtime_error(manifestFile + " lists \"" + name +
+                                 "\", which lies outside the folder");
+    }
+    return place.string();
+}
 
 // The zip's entries with the files behind them.
 static std::vector<std::pair<std::string, std::string>> PackageFiles(const std::string& directory) {
@@ -17,38 +28,43 @@ static std::vector<std::pair<std::string, std::string>> PackageFiles(const std::
     if (!fs::is_regular_file(manifestFile)) {
         throw std::runtime_error(manifestFile + ": no such file");
     }
-    std::set<std::string> names;
-    for (const ManifestPath& path : ReadManifest(manifestFile, manifestFile).paths) {
-        names.insert(path.files.begin(), path.files.end());
+    const Manifest manifest = ReadManifest(manifestFile, manifestFile);
+    if (!manifest.failure.empty()) {
+        throw std::runtime_error(manifest.failure);
     }
+    std::map<std::string, std::string> names;  // as listed, by place
+    for (const ManifestPath& path : manifest.paths) {
+        for (const std::string& name : path.files) {
+            names.emplace(PlaceOf(name, manifestFile), name);
+        }
+    }
+    names.erase("FileList.ini");
     std::vector<std::pair<std::string, std::string>> files = {{"FileList.ini", manifestFile}};
-    for (const std::string& name : names) {
-        const std::string file = directory + "/Common/" + name;
+    for (const auto& [place, name] : names) {
+        const std::string file = directory + "/" + place;
         if (!fs::is_regular_file(file)) {
             throw std::runtime_error(manifestFile + " lists \"" + name + "\", but there is no " +
                                      file);
         }
-        files.emplace_back("Common/" + name, file);
+        files.emplace_back(place, file);
     }
     return files;
 }
 
 PackageReport BuildPackage(const std::string& directory, const std::string& zipPath) {
+    const std::vector<std::pair<std::string, std::string>> files = PackageFiles(directory);
     // Written beside its place and checked there, so that a bad package never stands under its
     // name.
     const fs::path target(zipPath);
-    const std::string draft =
-        (target.parent_path() / (".new-" + target.filename().string())).string();
-    WriteZip(draft, PackageFiles(directory));
+    const ScratchDirectory scratch(target.parent_path().string());
+    const std::string draft = scratch.Path() + "/" + target.filename().string();
+    WriteZip(draft, files);
     PackageReport report = CheckPackage(draft, "");
     std::error_code error;
-    if (report.HasErrors()) {
-        fs::remove(draft, error);
-        return report;
+    if (!report.HasErrors()) {
+        fs::rename(draft, target, error);
     }
-    fs::rename(draft, target, error);
     if (error) {
-        fs::remove(draft);
         throw std::runtime_error(zipPath + ": " + error.message());
     }
     return report;

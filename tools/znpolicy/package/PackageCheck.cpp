@@ -7,19 +7,19 @@
 #include <utility>
 
 #include "ScratchDirectory.h"
+#include "ShellPath.h"
 #include "ZipArchive.h"
+#include "ZnPackageInfo.h"
 
 namespace {
+
+// The INI reader takes no larger file.
+constexpr uint64_t kLargestManifest = uint64_t{16} << 20U;
 
 // Whether a path has a ".." component.
 bool ClimbsOut(const std::string& path) {
     const std::filesystem::path components(path);
     return std::find(components.begin(), components.end(), "..") != components.end();
-}
-
-// Characters that mean something to the shell, which is given the zip's path unquoted.
-bool HasShellCharacters(const std::string& path) {
-    return path.find_first_of(" \t\n\r\"'`$&|;<>()[]{}*?!#~\\") != std::string::npos;
 }
 
 class Checker {
@@ -44,10 +44,14 @@ class Checker {
 
     void CheckPath() {
         const std::string name = path_.substr(path_.rfind('/') + 1);
-        if (HasShellCharacters(path_)) {
+        if (ShellChanges(path_)) {
             Warning(
                 "the zip's path has blanks or shell characters, and the shell splits or runs "
                 "them when the zip is unpacked");
+        }
+        if (name.size() >= sizeof ZnPackageInfo::packageName) {
+            Warning(
+                "the file name has more than 63 bytes: the local scan lists the zip without it");
         }
         if (name.find(".zip") == std::string::npos) {
             Error("the file name has no \".zip\"");
@@ -61,6 +65,11 @@ class Checker {
             Warning(
                 "the file name has neither \"_Server\" nor \"_Client\": no side selects it by "
                 "its name");
+        }
+        if (name.find("_Release.zip") != std::string::npos) {
+            Warning(
+                "the file name has \"_Release.zip\": the zip is taken for a release bundle, which "
+                "is unpacked but not installed");
         }
     }
 
@@ -82,9 +91,13 @@ class Checker {
                                    : "FileList.ini is a link and is not looked at");
             return;
         }
+        if (entry->size > kLargestManifest) {
+            Error("FileList.ini has more than 16 MiB and cannot be read");
+            return;
+        }
         const ScratchDirectory scratch;
         const std::string file = scratch.Path() + "/FileList.ini";
-        archive_.Extract(entry->name, file);
+        archive_.Extract(*entry, file);
         try {
             CheckContents(ReadManifest(file, "FileList.ini"));
         } catch (const std::runtime_error& error) {
@@ -98,7 +111,9 @@ class Checker {
         for (const std::string& oddity : manifest.oddities) {
             Warning(oddity);
         }
-        if (manifest.paths.empty()) {
+        if (!manifest.failure.empty()) {
+            Error(manifest.failure);
+        } else if (manifest.paths.empty()) {
             Warning("section [" + manifest.platform + "] is empty: nothing is installed");
         }
         for (const ManifestPath& path : manifest.paths) {
@@ -112,7 +127,11 @@ class Checker {
     void CheckPlatform(const std::string& platform) {
         if (platform.size() < 2) {
             Error("platform \"" + platform + "\" is shorter than 2 characters: no machine matches");
-        } else if (!platform_.empty() && platform.compare(0, platform_.size(), platform_) != 0) {
+        } else if (platform.size() >= sizeof ZnPackageInfo::platform) {
+            Warning("platform \"" + platform +
+                    "\" has more than 63 bytes: no record can ask for all of it");
+        }
+        if (!platform_.empty() && platform.compare(0, platform_.size(), platform_) != 0) {
             Error("the package is for platform \"" + platform + "\", not for \"" + platform_ +
                   "\"");
         }

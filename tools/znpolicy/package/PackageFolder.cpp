@@ -3,7 +3,11 @@
 #include <filesystem>
 #include <system_error>
 
+#include "ZnCrypto.h"
+#include "ZnFileSys.h"
 #include "ZnVcUpdate.h"
+
+namespace fs = std::filesystem;
 
 // Where the library unpacks a zip: beside it, under its name up to the first ".zip".
 static std::string UnpackedPathOf(const std::string& zipPath) {
@@ -22,27 +26,59 @@ static std::string InstallPathOf(const std::string& zipPath) {
     return path;
 }
 
-PackageFolder::PackageFolder(const std::string& zipPath)
-    : archive_(zipPath),
+static std::optional<std::string> OnDisk(const std::string& path) {
+    std::error_code missing;
+    return fs::is_regular_file(path, missing) ? std::make_optional(path) : std::nullopt;
+}
+
+PackageFolder::PackageFolder(const std::string& zipPath, const std::string& contents)
+    : archive_(contents),
       unpackedPath_(UnpackedPathOf(zipPath)),
       installPath_(InstallPathOf(zipPath)) {}
 
 std::optional<std::string> PackageFolder::File(const std::string& name) {
-    const auto known = extracted_.find(name);
-    if (known != extracted_.end()) {
-        return known->second;
-    }
+    constexpr int kMostLinks = 8;
+    return File(name, kMostLinks);
+}
+
+std::optional<std::string> PackageFolder::File(const std::string& name, int linksToFollow) {
     const ZipEntry* entry = unpackedPath_ == installPath_ ? archive_.Find(name) : nullptr;
-    if (entry != nullptr && !entry->isLink && !entry->isDirectory) {
-        const std::string path = scratch_.Path() + "/" + std::to_string(extracted_.size());
-        archive_.Extract(name, path);
-        extracted_[name] = path;
+    if (entry == nullptr || entry->isDirectory) {
+        return OnDisk(installPath_ + "/" + name);
+    }
+    if (!entry->isLink) {
+        std::string path = scratch_.Path() + "/file";
+        archive_.Extract(*entry, path);
         return path;
     }
-    const std::string onDisk = installPath_ + "/" + name;
-    std::error_code missing;
-    if (std::filesystem::is_regular_file(onDisk, missing)) {
-        return onDisk;
+    const fs::path target = archive_.LinkTarget(*entry);
+    if (target.is_absolute()) {
+        return OnDisk(target.string());
     }
-    return std::nullopt;
+    if (target.empty() || linksToFollow == 0) {
+        return std::nullopt;
+    }
+    return File((fs::path(entry->path).parent_path() / target).string(), linksToFollow - 1);
+}
+
+std::string PackageFolder::FirstNotUnpacked() const {
+    for (const ZipEntry& entry : archive_.Entries()) {
+        std::string path = unpackedPath_ + "/" + entry.path;
+        const bool isOverwritten = archive_.Find(entry.path) != &entry;
+        std::error_code missing;
+        const bool isThere = entry.isDirectory ? fs::is_directory(path, missing)
+                                               : entry.isLink || archive_.IsSame(entry, path);
+        if (!isOverwritten && !isThere) {
+            return path;
+        }
+    }
+    return "";
+}
+
+std::optional<PackageFolder::FileFacts> PackageFolder::Look(const std::string& name) {
+    const std::optional<std::string> file = File(name);
+    if (!file) {
+        return std::nullopt;
+    }
+    return FileFacts{ZnFile::FileSize(file->c_str()), ZnSha256::FileSha256Value(*file)};
 }

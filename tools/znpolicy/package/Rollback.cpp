@@ -26,7 +26,8 @@ RolledBackFile RollBackFile(const FindFile& find, const std::string& source,
     }
     if (!force && access(destination.c_str(), F_OK) == 0) {
         const auto file = find(source);
-        if (!file || ZnSha256::FileSha256Value(*file) != ZnSha256::FileSha256Value(destination)) {
+        const std::string digest = file ? ZnSha256::FileSha256Value(*file) : "";
+        if (digest.empty() || digest != ZnSha256::FileSha256Value(destination)) {
             return {destination, RollbackAction::kKept, "differs from the package's file"};
         }
     }
@@ -41,6 +42,7 @@ std::vector<RolledBackFile> RollBackAll(const FindFile& find, const std::string&
     if (!manifestFile) {
         throw std::runtime_error(name + ": there is no FileList.ini");
     }
+    // Paths that the manifest does not get to were not installed either.
     const Manifest manifest = ReadManifest(*manifestFile, name + ": FileList.ini");
     std::vector<RolledBackFile> files;
     for (const ManifestPath& path : manifest.paths) {

@@ -3,10 +3,15 @@
 
 #include <string>
 
-// Made in the system's directory for temporary files, for this user only; removed with the object.
+// Made for this user only; removed with the object.
 class ScratchDirectory {
    public:
+    // In the system's directory for temporary files.
     ScratchDirectory();
+
+    // In the directory `parent`, which must exist.
+    explicit ScratchDirectory(const std::string& parent);
+
     ~ScratchDirectory();
     ScratchDirectory(const ScratchDirectory&) = delete;
     ScratchDirectory& operator=(const ScratchDirectory&) = delete;

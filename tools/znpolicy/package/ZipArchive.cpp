@@ -4,6 +4,8 @@
 #include <zip.h>
 
 #include <array>
+#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
@@ -32,6 +34,17 @@ mode_t UnixMode(zip* archive, zip_uint64_t index) {
     return static_cast<mode_t>(attributes >> 16U);
 }
 
+// Where unzip puts an entry: it passes over what would lead out of the folder.
+std::string UnpackedPath(const std::string& name) {
+    std::filesystem::path path;
+    for (const auto& component : std::filesystem::path(name).relative_path()) {
+        if (component != "." && component != ".." && !component.empty()) {
+            path /= component;
+        }
+    }
+    return path.string();
+}
+
 ZipEntry ReadEntry(zip* archive, zip_uint64_t index, const std::string& path) {
     zip_stat_t status;
     if (zip_stat_index(archive, index, ZIP_FL_ENC_RAW, &status) != 0) {
@@ -39,6 +52,7 @@ ZipEntry ReadEntry(zip* archive, zip_uint64_t index, const std::string& path) {
     }
     ZipEntry entry;
     entry.name = status.name;
+    entry.path = UnpackedPath(entry.name);
     entry.size = status.size;
     entry.isDirectory = !entry.name.empty() && entry.name.back() == '/';
     entry.isLink = S_ISLNK(UnixMode(archive, index));
@@ -57,43 +71,64 @@ ZipArchive::ZipArchive(const std::string& path) : path_(path) {
     const zip_int64_t count = zip_get_num_entries(archive, 0);
     for (zip_int64_t i = 0; i < count; ++i) {
         entries_.push_back(ReadEntry(archive, static_cast<zip_uint64_t>(i), path));
+        byPath_[entries_.back().path] = static_cast<size_t>(i);
     }
 }
 
-const ZipEntry* ZipArchive::Find(const std::string& name) const {
-    const ZipEntry* found = nullptr;
-    for (const ZipEntry& entry : entries_) {
-        if (entry.name == name) {
-            found = &entry;
-        }
-    }
-    return found;
+const ZipEntry* ZipArchive::Find(const std::string& path) const {
+    const auto found = byPath_.find(std::filesystem::path(path).lexically_normal().string());
+    return found != byPath_.end() ? &entries_[found->second] : nullptr;
 }
 
-void ZipArchive::Extract(const std::string& name, const std::string& path) const {
-    const ZipEntry* entry = Find(name);
-    if (entry == nullptr) {
-        Fail(path_, "no entry " + name);
-    }
-    const auto index = static_cast<zip_uint64_t>(entry - entries_.data());
+void ZipArchive::Read(const ZipEntry& entry,
+                      const std::function<void(const char* data, size_t size)>& take) const {
+    const auto index = static_cast<zip_uint64_t>(&entry - entries_.data());
     const std::unique_ptr<zip_file_t, int (*)(zip_file_t*)> file(
         zip_fopen_index(zip_.get(), index, 0), zip_fclose);
     if (file == nullptr) {
-        Fail(path_, name + ": " + zip_strerror(zip_.get()));
+        Fail(path_, entry.name + ": " + zip_strerror(zip_.get()));
     }
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
     std::array<char, 65536> buffer = {};
     zip_int64_t count = 0;
     while ((count = zip_fread(file.get(), buffer.data(), buffer.size())) > 0) {
-        out.write(buffer.data(), static_cast<std::streamsize>(count));
+        take(buffer.data(), static_cast<size_t>(count));
     }
     if (count < 0) {
-        Fail(path_, name + ": " + zip_file_strerror(file.get()));
+        Fail(path_, entry.name + ": " + zip_file_strerror(file.get()));
     }
+}
+
+void ZipArchive::Extract(const ZipEntry& entry, const std::string& path) const {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    Read(entry, [&](const char* data, size_t size) {
+        out.write(data, static_cast<std::streamsize>(size));
+    });
     out.close();
     if (!out) {
         Fail(path, "cannot be written");
     }
+}
+
+bool ZipArchive::IsSame(const ZipEntry& entry, const std::string& path) const {
+    std::ifstream in(path, std::ios::binary);
+    bool same = in.is_open();
+    std::string piece;
+    Read(entry, [&](const char* data, size_t size) {
+        piece.resize(size);
+        same = same && in.read(piece.data(), static_cast<std::streamsize>(size)) &&
+               std::memcmp(piece.data(), data, size) == 0;
+    });
+    return same && in.peek() == std::ifstream::traits_type::eof();
+}
+
+std::string ZipArchive::LinkTarget(const ZipEntry& entry) const {
+    constexpr uint64_t kLongest = 4096;
+    std::string target;
+    if (entry.size > kLongest) {
+        return target;
+    }
+    Read(entry, [&](const char* data, size_t size) { target.append(data, size); });
+    return target;
 }
 
 void WriteZip(const std::string& path,
@@ -110,6 +145,9 @@ void WriteZip(const std::string& path,
         struct stat status = {};
         if (index < 0 || stat(file.c_str(), &status) != 0) {
             const std::string what = file + ": " + zip_strerror(archive);
+            if (index < 0) {
+                zip_source_free(source);
+            }
             zip_discard(archive);
             Fail(path, what);
         }

@@ -1,11 +1,12 @@
 // Package zips, read and written without unpacking them (libzip).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -13,6 +14,7 @@ struct zip;
 
 struct ZipEntry {
     std::string name;  // as it stands in the archive
+    std::string path;  // where unzip puts it in the folder: without "/" at its ends, "." and ".."
     uint64_t size;     // unpacked, in bytes
     bool isDirectory;
     bool isLink;  // unpacked as a symbolic link
@@ -28,17 +30,28 @@ class ZipArchive {
         return entries_;
     }
 
-    // The entry `name`, the last one if the name stands twice, as unzip leaves it; null when there
-    // is none.
-    const ZipEntry* Find(const std::string& name) const;
+    // The entry that stands at `path` once the zip is unpacked, the last one if there are several,
+    // as unzip leaves it; null when there is none.
+    const ZipEntry* Find(const std::string& path) const;
 
-    // Writes the contents of the entry `name` to the file `path`.
-    void Extract(const std::string& name, const std::string& path) const;
+    // Writes the contents of an entry to the file `path`.
+    void Extract(const ZipEntry& entry, const std::string& path) const;
+
+    // Whether the file `path` has exactly the contents of an entry.
+    bool IsSame(const ZipEntry& entry, const std::string& path) const;
+
+    // What a link points at; "" for a target that is longer than any path.
+    std::string LinkTarget(const ZipEntry& entry) const;
 
    private:
+    // Hands the contents of an entry to `take`, piece by piece.
+    void Read(const ZipEntry& entry,
+              const std::function<void(const char* data, size_t size)>& take) const;
+
     std::string path_;
     std::unique_ptr<zip, std::function<void(zip*)>> zip_;
     std::vector<ZipEntry> entries_;
+    std::unordered_map<std::string, size_t> byPath_;
 };
 
 // Writes the zip `path` from files: the name in the archive and the file that holds the contents.
