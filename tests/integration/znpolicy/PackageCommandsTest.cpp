@@ -775,9 +775,9 @@ TEST_F(PackageCommands, WhatThePlanForetellsIsWhatTheInstallationDoes) {
         EXPECT_EQ(ResultsIn(plan.output), c.results);
         std::vector<std::string> outcomes;
         for (const std::string& result : c.results) {
-            outcomes.push_back(result == "install" || result == "replace" ? "installed"
-                               : result == "unchanged"                    ? "unchanged"
-                                                                          : "failed");
+            outcomes.emplace_back(result == "install" || result == "replace" ? "installed"
+                                  : result == "unchanged"                    ? "unchanged"
+                                                                             : "failed");
         }
         EXPECT_EQ(ResultsIn(install.output), outcomes);
     }
