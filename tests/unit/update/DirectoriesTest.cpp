@@ -134,6 +134,7 @@ TEST_F(MicroserviceDirectories, RecordsNameTheirSourceAndCarryTheFixedTags) {
     RefuseDirectory(Package());
     ZnVcUpdate::ZnCreateMicroserviceDirectories();
     ZnVcUpdate::ShellCall("true", "", 0);
+    EXPECT_EQ(RecordingLogger::Origins().size(), 7U);
     EXPECT_THAT(RecordingLogger::Origins(),
                 Each(AllOf(Field(&LogOrigin::file, "ZnVcUpdate.cpp"), Field(&LogOrigin::tag1, " "),
                            Field(&LogOrigin::tag2, ""))));

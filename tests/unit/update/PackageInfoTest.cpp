@@ -4,10 +4,12 @@
 
 #include "UpdateTest.h"
 
+using testing::AllOf;
 using testing::Each;
 using testing::ElementsAre;
 using testing::Field;
 using testing::IsEmpty;
+using testing::Not;
 
 constexpr int kId = 4711;
 
@@ -106,7 +108,8 @@ TEST_F(UpdateDescription, ItemsAreReadInAFixedOrderAndDebuggingIsNotAskedFor) {
 TEST_F(UpdateDescription, RecordsNameTheirSource) {
     ScriptedPolicyStore::Publish(kId, PolicyWith(kDescription));
     Read();
-    EXPECT_THAT(RecordingLogger::Origins(), Each(Field(&LogOrigin::file, "ZnVcUpdate.cpp")));
+    EXPECT_THAT(RecordingLogger::Origins(),
+                AllOf(Not(IsEmpty()), Each(Field(&LogOrigin::file, "ZnVcUpdate.cpp"))));
 }
 
 TEST_F(UpdateDescription, MissingPluginNamesAreLoggedAsNothing) {
