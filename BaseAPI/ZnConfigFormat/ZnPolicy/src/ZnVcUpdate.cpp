@@ -261,6 +261,8 @@ enum PackageMember : size_t {
     PACKAGE_MEMBER_COUNT,
 };
 
+const std::string PACKAGE_INFO = "packageInfo";
+
 using PackageTexts = std::array<std::string, PACKAGE_MEMBER_COUNT>;
 
 const PackageTexts g_memberNames = {
@@ -300,13 +302,13 @@ int ZnVcUpdate::ZnConvertToVekPackInfo(std::string vekJsonUpdateInfo,
     }
     ZnJson::Value root(vekJsonUpdateInfo);
     if (vekPackInfo.empty()) {
-        vekPackInfo.reserve(static_cast<size_t>(std::max(root["packageInfo"].GetArraySize(), 0)));
+        vekPackInfo.reserve(static_cast<size_t>(std::max(root[PACKAGE_INFO].GetArraySize(), 0)));
     }
     PackageTexts values;
-    for (int i = 0; i < root["packageInfo"].GetArraySize(); ++i) {
+    for (int i = 0; i < root[PACKAGE_INFO].GetArraySize(); ++i) {
         ZnPackageInfo info;
         memset_s(&info, sizeof info, 0, sizeof info);
-        const ZnJson::Value& element = root["packageInfo"][static_cast<unsigned int>(i)];
+        const ZnJson::Value& element = root[PACKAGE_INFO][static_cast<unsigned int>(i)];
         for (size_t member = 0; member < PACKAGE_MEMBER_COUNT; ++member) {
             element.Get(g_memberNames[member], values[member]);
         }
