@@ -29,10 +29,14 @@ std::string ReadAll(std::istream& in, const std::string& name) {
 
 }  // namespace
 
+std::string InputTitle(const std::string& name) {
+    return name == "-" ? "standard input" : name;
+}
+
 std::string ReadInput(const std::string& name) {
     errno = 0;
     if (name == "-") {
-        return ReadAll(std::cin, "standard input");
+        return ReadAll(std::cin, InputTitle(name));
     }
     std::ifstream in(name, std::ios::binary);
     if (!in) {

@@ -33,7 +33,7 @@ struct Arguments {
 
 std::vector<ZnPackageInfo> ReadRecords(const Arguments& arguments, bool mayStore) {
     if (!arguments.fromTerminal) {
-        return ParseUpdateDescription(ReadInput(arguments.update), arguments.update);
+        return ParseUpdateDescription(ReadInput(arguments.update), InputTitle(arguments.update));
     }
     const std::string name =
         "the update description of policy " + std::to_string(arguments.terminal);

@@ -211,7 +211,8 @@ int RollBackPackage(const std::string& package, bool force, bool json) {
 
 void AddZipCommands(CLI::App& package, Context& context) {
     const auto directory = std::make_shared<std::string>();
-    CLI::App* scan = package.add_subcommand("scan", "Make the package tree, and list the zips below a directory");
+    CLI::App* scan = package.add_subcommand(
+        "scan", "Make the package tree, and list the zips below a directory");
     scan->add_option("DIR", *directory)->required();
     AddJsonOption(*scan, context);
     scan->callback(

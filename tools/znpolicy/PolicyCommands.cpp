@@ -21,7 +21,7 @@ struct Arguments {
 };
 
 int Publish(const Arguments& arguments) {
-    const std::string name = arguments.file == "-" ? "standard input" : arguments.file;
+    const std::string name = InputTitle(arguments.file);
     const PolicyStore store;
     const size_t count = store.Publish(arguments.id, ReadInput(arguments.file), name);
     std::cout << "policy " << arguments.id << ": " << count << " items published in "

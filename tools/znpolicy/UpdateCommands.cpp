@@ -24,8 +24,7 @@ static int Show(int terminalId, bool json) {
 }
 
 static int Convert(const std::string& file, bool json) {
-    const std::string name = file == "-" ? "standard input" : file;
-    return PrintUpdate(ParseUpdateDescription(ReadInput(file), name), json);
+    return PrintUpdate(ParseUpdateDescription(ReadInput(file), InputTitle(file)), json);
 }
 
 void AddUpdateCommands(CLI::App& app, Context& context) {

@@ -941,6 +941,14 @@ TEST_F(PackageCommands, InstallFailsWithoutAZipOfTheSide) {
                 HasSubstr("no zip with \"_Server\" in its path"));
 }
 
+TEST_F(PackageCommands, InstallTakesTheRecordsFromStandardInput) {
+    const std::string update = DescribeZips({AddPackage()});
+    EXPECT_THAT(OutputOfCommand(InstallArguments("install", "-"), ReadFile(update)),
+                HasSubstr("P_1.0_Server.zip  2"));
+    EXPECT_THAT(FailureOf(InstallArguments("plan", "-"), "{}"),
+                HasSubstr("standard input: no package records"));
+}
+
 TEST_F(PackageCommands, InstallWantsExactlyOneSourceOfRecordsAndAKnownSide) {
     const std::vector<std::vector<std::string>> wrong = {
         {"package", "install", "--side", "server", "--root", root_},
