@@ -934,6 +934,19 @@ TEST_F(PackageCommands, InstallFailsWhenAFileOfAPackageCannotBeInstalled) {
     EXPECT_EQ(ReadFile("/usr/local/plugins/a.so"), "contents of a");
 }
 
+TEST_F(PackageCommands, InstallTakesTheZipsOfItsSideOnly) {
+    const std::string manifest = ManifestOf("p=/usr/local/plugins/\n[p]\nf=a\n");
+    const std::vector<std::string> zips = {
+        AddZip("P_Server.zip", {{"FileList.ini", manifest}, {"Common/a", "server"}}),
+        AddZip("P_Client.zip", {{"FileList.ini", manifest}, {"Common/a", "client"}})};
+    const std::string update = DescribeZips(zips);
+    for (const std::string side : {"client", "server"}) {
+        OutputOfCommand(
+            {"package", "install", "--side", side, "--root", root_, "--update", update});
+        EXPECT_EQ(ReadFile("/usr/local/plugins/a"), side);
+    }
+}
+
 TEST_F(PackageCommands, InstallFailsWithoutAZipOfTheSide) {
     const std::string update = DescribeZips({AddPackage("P_Client.zip")});
     fs::remove(root_ + "/Package/Server/P_Server.zip");
