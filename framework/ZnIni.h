@@ -1,8 +1,8 @@
 // INI files of the framework (libZnIni).
 // The functions keep no handle, never throw, log nothing, and are safe from any thread. A file that
 // changed since the last call is seen by the next one; a file that did not is not parsed again, nor
-// even read once its last change is a moment old, so reading a large file key by key is cheap. A null
-// section, key or file is a missing one.
+// even read once its last change is a moment old, so reading a large file key by key is cheap. A
+// null section, key or file is a missing one.
 //
 // The file is made of lines, ended by LF, CRLF or CR:
 //   [section]     begins a section. A section that occurs twice is one section with the keys of
