@@ -1,12 +1,9 @@
-#include <fcntl.h>
 #include <openssl/evp.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <memory>
 
+#include "FileDescriptor.h"
 #include "ZnCrypto.h"
 
 namespace {
@@ -23,26 +20,6 @@ struct FreeContext {
     }
 };
 
-// An open file descriptor that is closed at the end of its scope.
-class Descriptor {
-   public:
-    explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
-    ~Descriptor() {
-        if (descriptor_ >= 0) {
-            close(descriptor_);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int Get() const {
-        return descriptor_;
-    }
-
-   private:
-    int descriptor_;
-};
-
 // Fetched once and kept until the process ends: looking an algorithm up costs more than hashing a
 // small file. Null when libcrypto offers no SHA-256.
 const EVP_MD* Sha256() {
@@ -50,27 +27,14 @@ const EVP_MD* Sha256() {
     return algorithm;
 }
 
-bool IsRegularFile(int file) {
-    struct stat status = {};
-    return fstat(file, &status) == 0 && S_ISREG(status.st_mode);
-}
-
-ssize_t Read(int file, void* buffer, size_t size) {
-    ssize_t length = 0;
-    do {
-        length = read(file, buffer, size);
-    } while (length < 0 && errno == EINTR);
-    return length;
-}
-
-bool HashToEnd(int file, Digest& digest) {
+bool HashToEnd(const FileDescriptor& file, Digest& digest) {
     const std::unique_ptr<EVP_MD_CTX, FreeContext> context(EVP_MD_CTX_new());
     if (!context || EVP_DigestInit_ex2(context.get(), Sha256(), nullptr) != 1) {
         return false;
     }
     unsigned char buffer[kBufferSize];
     ssize_t length = 0;
-    while ((length = Read(file, buffer, sizeof buffer)) > 0) {
+    while ((length = file.Read(buffer, sizeof buffer)) > 0) {
         if (EVP_DigestUpdate(context.get(), buffer, static_cast<size_t>(length)) != 1) {
             return false;
         }
@@ -95,12 +59,9 @@ std::string ZnSha256::FileSha256Value(std::string path) {
     if (path.find('\0') != std::string::npos) {
         return "";  // the system would read the file named by what stands before it
     }
-    // A pipe without a writer must not hold the caller up, hence O_NONBLOCK; for regular files it
-    // means nothing.
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const FileDescriptor file = FileDescriptor::OpenRegularFile(path.c_str());
     Digest digest = {};
-    if (file.Get() < 0 || !IsRegularFile(file.Get()) || Sha256() == nullptr ||
-        !HashToEnd(file.Get(), digest)) {
+    if (!file.IsOpen() || Sha256() == nullptr || !HashToEnd(file, digest)) {
         return "";
     }
     return LowerCaseHex(digest);

@@ -9,9 +9,9 @@
 #include <cerrno>
 #include <exception>
 
-#include "Descriptor.h"
-#include "FolderScan.h"
-#include "Replacement.h"
+#include "AtomicFile.h"
+#include "DirectoryScan.h"
+#include "FileDescriptor.h"
 
 namespace {
 
@@ -28,11 +28,7 @@ bool IsReplaceable(const char* path, struct stat& old) {
     return S_ISREG(old.st_mode) || S_ISLNK(old.st_mode);
 }
 
-bool SetPermissions(const Descriptor& file, mode_t mode) {
-    return fchmod(file.Get(), mode & kPermissions) == 0;
-}
-
-bool CopyContents(const Descriptor& from, const Descriptor& to) {
+bool CopyContents(const FileDescriptor& from, const FileDescriptor& to) {
     std::array<char, 65536> buffer;
     for (;;) {
         const ssize_t count = from.Read(buffer.data(), buffer.size());
@@ -51,27 +47,27 @@ bool WriteWhole(const char* path, const char* data, long long length) {
         return false;
     }
     const bool keepMode = S_ISREG(old.st_mode);
-    Replacement copy(path, keepMode ? old.st_mode & kPermissions : kNewFile);
-    return copy.File().IsOpen() && (!keepMode || SetPermissions(copy.File(), old.st_mode)) &&
-           copy.File().Write(data, length) == length && copy.Commit();
+    const mode_t mode = keepMode ? old.st_mode & kPermissions : kNewFile;
+    AtomicFile file(path, mode);
+    return file.IsOpen() && (!keepMode || file.SetMode(mode)) &&
+           file.File().Write(data, length) == length && file.Commit();
 }
 
 bool CopyWhole(const char* source, const char* destination) {
-    // Without waiting, so that a pipe is refused and not waited for.
-    const Descriptor from(open(source, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const FileDescriptor from = FileDescriptor::OpenRegularFile(source);
     struct stat status;
     struct stat old;
-    if (!from.IsOpen() || fstat(from.Get(), &status) != 0 || !S_ISREG(status.st_mode) ||
-        !IsReplaceable(destination, old)) {
+    if (!from.IsOpen() || fstat(from.Get(), &status) != 0 || !IsReplaceable(destination, old)) {
         return false;
     }
-    Replacement copy(destination, status.st_mode & kPermissions);
-    return copy.File().IsOpen() && SetPermissions(copy.File(), status.st_mode) &&
-           CopyContents(from, copy.File()) && copy.Commit();
+    const mode_t mode = status.st_mode & kPermissions;
+    AtomicFile copy(destination, mode);
+    return copy.IsOpen() && copy.SetMode(mode) && CopyContents(from, copy.File()) && copy.Commit();
 }
 
 long long Append(const char* path, const char* data, long long length) {
-    Descriptor file(open(path, O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_CLOEXEC, kNewFile));
+    FileDescriptor file =
+        FileDescriptor::Open(path, O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK, kNewFile);
     struct stat status;
     if (!file.IsOpen() || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return -1;
@@ -125,7 +121,7 @@ int ZnFile::ScanDirectoriesFiles(std::string directory, std::vector<std::string>
     if (directory.back() != '/') {
         directory += '/';
     }
-    const bool complete = ScanFolder(directory, files);
+    const bool complete = ScanDirectory(directory, files);
     std::sort(files.begin(), files.end());
     return complete ? 0 : -1;
 } catch (const std::exception&) {

@@ -1,10 +1,6 @@
 #include "IniFile.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <array>
-#include <cerrno>
+#include "FileDescriptor.h"
 
 namespace {
 
@@ -53,31 +49,15 @@ bool IsTickOver(const timespec& changed, const timespec& now) {
     return age > (changed.tv_nsec == 0 ? kCoarseTick : kTick);
 }
 
-// Reads to the end of the file, whatever its size was said to be.
-bool ReadAll(int fd, std::string& text) {
-    std::array<char, 65536> buffer;
-    for (;;) {
-        const ssize_t count = read(fd, buffer.data(), buffer.size());
-        if (count > 0) {
-            text.append(buffer.data(), static_cast<size_t>(count));
-            if (text.size() > kMaxSize) {
-                return false;
-            }
-        } else if (count == 0 || errno != EINTR) {
-            return count == 0;
-        }
-    }
-}
-
-std::optional<FileContents> ReadOpen(int fd) {
+std::optional<FileContents> ReadOpen(const FileDescriptor& file) {
     const timespec now = Now();
     struct stat status;
-    if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (fstat(file.Get(), &status) != 0) {
         return std::nullopt;
     }
     FileContents contents;
     contents.stamp = MakeStamp(status);
-    if (!ReadAll(fd, contents.text)) {
+    if (!file.ReadAll(contents.text, kMaxSize)) {
         return std::nullopt;
     }
     // A file that holds more or less than it says changes while it is read, or is made up by the
@@ -103,11 +83,6 @@ std::optional<FileStamp> StampOf(const char* path) {
 }
 
 std::optional<FileContents> ReadContents(const char* path) {
-    const int fd = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (fd < 0) {
-        return std::nullopt;
-    }
-    std::optional<FileContents> contents = ReadOpen(fd);
-    close(fd);
-    return contents;
+    const FileDescriptor file = FileDescriptor::OpenRegularFile(path);
+    return file.IsOpen() ? ReadOpen(file) : std::nullopt;
 }

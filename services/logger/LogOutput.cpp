@@ -13,8 +13,8 @@
 #include <cstdio>
 #include <utility>
 
-#include "LogText.h"
-#include "SignalsHeldBack.h"
+#include "EscapeText.h"
+#include "SignalBlocker.h"
 
 namespace {
 
@@ -109,7 +109,7 @@ LogOutput::LogOutput(std::string file)
 
 void LogOutput::Write(spdlog::level::level_enum level, std::string_view text) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const SignalsHeldBack signalsHeldBack;
+    const SignalBlocker signalBlocker;
     const log_msg record = MakeRecord(level, text);  // here, so that times stand in order
     if (file_.empty() || !WriteToFile(record)) {
         standardError_->log(record);
@@ -118,7 +118,7 @@ void LogOutput::Write(spdlog::level::level_enum level, std::string_view text) {
 
 void LogOutput::WriteNote(std::string_view text) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const SignalsHeldBack signalsHeldBack;
+    const SignalBlocker signalBlocker;
     LogNote(text);
 }
 

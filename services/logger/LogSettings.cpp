@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "SecureEnv.h"
+#include "Environment.h"
 #include "ZnLogger.h"
 
 namespace {
@@ -33,15 +33,11 @@ std::string AbsolutePath(const char* path) {
     return error ? path : absolute.string();
 }
 
-bool IsSet(const char* value) {
-    return value != nullptr && *value != '\0';
-}
-
 }  // namespace
 
 LogSettings ReadLogSettings() {
     LogSettings settings = {kDefaultThreshold, "", ""};
-    if (const char* level = SecureGetEnv("ZN_LOG_LEVEL"); IsSet(level)) {
+    if (const char* level = GetOverride("ZN_LOG_LEVEL")) {
         settings.threshold = LevelNamed(level);
         if (settings.threshold < 0) {
             settings.threshold = kDefaultThreshold;
@@ -50,7 +46,7 @@ LogSettings ReadLogSettings() {
                                  "info is used";
         }
     }
-    if (const char* file = SecureGetEnv("ZN_LOG_FILE"); IsSet(file)) {
+    if (const char* file = GetOverride("ZN_LOG_FILE")) {
         settings.file = AbsolutePath(file);
     }
     return settings;

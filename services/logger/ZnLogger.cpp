@@ -7,9 +7,10 @@
 #include <string>
 #include <string_view>
 
+#include "EscapeText.h"
+#include "FormatText.h"
 #include "LogOutput.h"
 #include "LogSettings.h"
-#include "LogText.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "SecureEnv.h"
+#include "Environment.h"
 
 #ifdef __APPLE__
 #include <mach-o/dyld.h>
@@ -41,8 +41,8 @@ fs::path ExecutablePath() {
 
 // The directory named by the environment; empty when it names none.
 fs::path OverridingDirectory() {
-    const char* directory = SecureGetEnv("ZN_PROCESS_DIRECTORY");
-    if (directory == nullptr || *directory == '\0') {
+    const char* const directory = GetOverride("ZN_PROCESS_DIRECTORY");
+    if (directory == nullptr) {
         return {};
     }
     std::error_code error;

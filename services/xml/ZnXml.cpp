@@ -7,19 +7,19 @@
 #include <optional>
 #include <string_view>
 
-#include "PolicyDatabase.h"
+#include "PolicyFile.h"
 
 // A loaded policy; an accessor without one is bound to nothing.
 struct ZnXml::Impl {
-    PolicyDatabase database;
+    PolicyFile policy;
 };
 
 namespace {
 
 using Path = char[PATH_MAX];
 
-// Puts together the name of the policy file of `id`. Returns false when it is too long.
-// Loading is what every policy reader does first, each time: the path needs no allocation.
+// Builds the path of the policy file of `id`. Returns false when it is too long.
+// Every policy reader begins with this; it allocates nothing.
 bool MakePolicyPath(Path& path, int id) {
     constexpr std::size_t longestId = std::string_view("-2147483648").size();
     const std::string_view directory = PolicyStoreDirectory();
@@ -62,37 +62,31 @@ ZnXml::ZnXml() = default;
 
 ZnXml::~ZnXml() = default;
 
-bool ZnXml::LoadPolicyShareMemory(int id) {
+bool ZnXml::LoadPolicyShareMemory(int id) try {
     impl_.reset();
     Path path;
     if (!MakePolicyPath(path, id)) {
         return false;
     }
-    std::unique_ptr<Impl> impl(new (std::nothrow) Impl);
-    if (!impl || !impl->database.Open(path)) {
+    std::optional<PolicyFile> policy = PolicyFile::Open(path);
+    if (!policy) {
         return false;
     }
-    impl_ = std::move(impl);
+    impl_.reset(new Impl{std::move(*policy)});
     return true;
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
-bool ZnXml::GetXmlContent(const char* key, std::string& value) {
-    if (!impl_ || key == nullptr) {
-        return false;
-    }
-    const auto text = impl_->database.Find(key);
-    if (text) {
-        value.assign(*text);
-    }
-    return text.has_value();
+bool ZnXml::GetXmlContent(const char* key, std::string& value) try {
+    return impl_ && key != nullptr && impl_->policy.Find(key, value);
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 bool ZnXml::GetXmlContent(const char* key, int& value) {
-    if (!impl_ || key == nullptr) {
-        return false;
-    }
-    const auto text = impl_->database.Find(key);
-    const auto number = text ? ToInteger(*text) : std::nullopt;
+    std::string text;
+    const auto number = GetXmlContent(key, text) ? ToInteger(text) : std::nullopt;
     if (number) {
         value = *number;
     }

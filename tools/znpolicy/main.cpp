@@ -8,8 +8,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "Context.h"
-#include "Output.h"
+#include "Commands.h"
+#include "EscapeText.h"
+#include "Table.h"
 
 namespace {
 
@@ -114,7 +115,7 @@ int main(int argc, char** argv) {
         return status;
     } catch (const std::exception& error) {
         std::cout.flush();
-        std::cerr << "znpolicy: " << Printable(error.what()) << '\n';
+        std::cerr << "znpolicy: " << Escaped(error.what()) << '\n';
         return kExitFailed;
     }
 }

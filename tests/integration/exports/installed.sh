@@ -17,7 +17,7 @@ cmake --install "$build" --prefix "$prefix" >"$work/install.log" || { cat "$work
 awk '/^```/ { in_program = $0 ~ /cpp$/; next } in_program' "$readme" >"$work/program.cpp"
 [ -s "$work/program.cpp" ] || { echo "no program in $readme"; exit 1; }
 "${compile[@]}" -std=c++17 "$work/program.cpp" -o "$work/program" \
-    -I"$prefix/include" -L"$prefix/$libdir" -Wl,-rpath,"$prefix/$libdir" -lZnPolicy
+    -I"$prefix/include/ZnPolicy" -L"$prefix/$libdir" -Wl,-rpath,"$prefix/$libdir" -lZnPolicy
 
 cat >"$work/policy.xml" <<'XML'
 <Policy><IntelligentDataTransportFlag>7</IntelligentDataTransportFlag></Policy>

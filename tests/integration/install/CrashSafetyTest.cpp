@@ -106,7 +106,7 @@ class CrashSafety : public testing::TestWithParam<const char*> {
             }
 
             // Without a fault it is completed, whatever was left.
-            const Ending again = RunProgram(Command());
+            const Ending again = RunQuietly(Command());
             EXPECT_FALSE(again.killed);
             EXPECT_EQ(again.status, 0);
             ExpectComplete();
@@ -294,7 +294,7 @@ class PublishCrashSafety : public CrashSafety {
 
     void ExpectNoStrangers(bool mayLeaveTemporaries) const {
         const std::string own = std::to_string(kId) + ".cdb";
-        static const std::regex temporary(own + "\\.[0-9A-Za-z]{6}");
+        static const std::regex temporary(R"(\.zn-[0-9a-f]{16})");
         if (!fs::exists(store_)) {
             return;
         }

@@ -1,9 +1,5 @@
 #include "Strace.h"
 
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <regex>
@@ -11,6 +7,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "ChildProcess.h"
 #include "CrashSafetyMarks.h"
 #include "TemporaryDirectory.h"
 
@@ -30,29 +27,15 @@ static std::string Joined(const std::vector<std::string>& words) {
     return joined;
 }
 
-Ending RunProgram(const std::vector<std::string>& command) {
-    std::vector<char*> arguments;
-    arguments.reserve(command.size() + 1);
-    for (const std::string& word : command) {
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    }
-    arguments.push_back(nullptr);
-    const pid_t child = fork();
-    if (child == 0) {
-        // Thousands of records otherwise; and writing them is none of the work looked at.
-        setenv("ZN_LOG_LEVEL", "off", 1);
-        execvp(arguments[0], arguments.data());
-        _exit(127);
-    }
-    int status = 0;
-    if (child < 0 || waitpid(child, &status, 0) != child ||
-        (WIFEXITED(status) && WEXITSTATUS(status) == 127)) {
+Ending RunQuietly(const std::vector<std::string>& command) {
+    // Thousands of records otherwise; and writing them is not part of the traced work.
+    ProcessOptions options;
+    options.environment["ZN_LOG_LEVEL"] = "off";
+    const ProcessResult result = RunProgram(command, options);
+    if (result.exitCode == 127) {
         throw std::runtime_error("cannot run " + command.front());
     }
-    if (WIFSIGNALED(status)) {
-        return {true, WTERMSIG(status)};
-    }
-    return {false, WEXITSTATUS(status)};
+    return result.signal != 0 ? Ending{true, result.signal} : Ending{false, result.exitCode};
 }
 
 // Runs the program under `strace`, which writes its trace to `output`.
@@ -61,7 +44,7 @@ static Ending Trace(const std::vector<std::string>& options, const std::string& 
     std::vector<std::string> strace = {"strace", "-f", "-qq", "-o", output};
     strace.insert(strace.end(), options.begin(), options.end());
     strace.insert(strace.end(), command.begin(), command.end());
-    return RunProgram(strace);
+    return RunQuietly(strace);
 }
 
 std::vector<CallSite> CallSitesOf(const std::vector<std::string>& command) {

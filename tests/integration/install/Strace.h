@@ -16,8 +16,8 @@ struct CallSite {
     int number;
 };
 
-// Runs the program, all with paths, and waits for it. Throws when it cannot be run.
-Ending RunProgram(const std::vector<std::string>& command);
+// Runs the program without log records. Throws when it cannot be run.
+Ending RunQuietly(const std::vector<std::string>& command);
 
 // The calls that the program makes between the marks of CrashSafetyMarks.h, out of those that could
 // leave a file half-done. Throws a one-line explanation when `strace` cannot trace it, or the

@@ -177,7 +177,7 @@ TEST_F(ZnPolicyTest, ItemIsShownRawTableEscapedAndJsonExact) {
     EXPECT_EQ(OutputOf({"policy", "show", "5", "Group/A"}), value + "\n");
     EXPECT_EQ(OutputOf({"policy", "show", "5"}),
               "ITEM     VALUE\n"
-              "Group/A   two\\nlines\\t\xC3\xA4 \\\\ \"\\xc2\\x85\n");
+              "Group/A   two\\nlines\\t\xC3\xA4 \\ \"\\u0085\n");
     EXPECT_EQ(Json::parse(OutputOf({"policy", "show", "5", "--json"})), Json({{"Group/A", value}}));
     EXPECT_EQ(Json::parse(OutputOf({"policy", "show", "5", "Group/A", "--json"})), Json(value));
 }

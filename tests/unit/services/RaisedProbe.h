@@ -9,21 +9,21 @@
 #include <optional>
 #include <string>
 
-#include "CapturedChild.h"
+#include "ChildProcess.h"
 #include "TemporaryDirectory.h"
 
 // What the probe says when it lies in `directory` and belongs to another group, whose rights it
 // gets; `setEnvironment` runs before it. Nothing where this system does not let the test give a
 // file to another group, or gives set-group-ID programs no privileges.
-inline std::optional<Outcome> RunRaisedProbe(const TemporaryDirectory& directory,
-                                             const std::function<void()>& setEnvironment) {
+inline std::optional<ProcessResult> RunRaisedProbe(const TemporaryDirectory& directory,
+                                                   const std::function<void()>& setEnvironment) {
     const std::string probe = directory / "probe";
     std::filesystem::copy(ENVIRONMENT_PROBE, probe);
     const gid_t otherGroup = 65534;
     if (chown(probe.c_str(), geteuid(), otherGroup) != 0 || chmod(probe.c_str(), 02755) != 0) {
         return std::nullopt;
     }
-    const Outcome outcome = RunInChild([&] {
+    const ProcessResult outcome = RunInChild([&] {
         setEnvironment();
         execl(probe.c_str(), "probe", nullptr);
     });

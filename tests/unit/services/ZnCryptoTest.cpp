@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "CapturedChild.h"
+#include "ChildProcess.h"
 #include "TemporaryDirectory.h"
 #include "ZnCrypto.h"
 
@@ -82,7 +82,7 @@ TEST(ZnSha256Test, MemoryDoesNotGrowWithTheFile) {
     WriteFile(directory / "sparse", "");
     std::filesystem::resize_file(directory / "sparse", 134217728);
 
-    const Outcome outcome = RunInChild([&] {
+    const ProcessResult outcome = RunInChild([&] {
         WriteFile(directory / "small", "abc");
         ZnSha256::FileSha256Value(directory / "small");
         rusage before = {};
@@ -140,7 +140,7 @@ TEST(ZnSha256Test, FileWithoutReadPermissionHasNoDigest) {
     chmod((directory / "secret").c_str(), 0);
     chmod(directory.Path().c_str(), 0755);
 
-    const Outcome outcome = RunInChild([&] {
+    const ProcessResult outcome = RunInChild([&] {
         const uid_t nobody = 65534;
         if (geteuid() == 0 && seteuid(nobody) != 0) {
             exit(1);

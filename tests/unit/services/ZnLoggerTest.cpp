@@ -16,7 +16,7 @@
 #include <thread>
 #include <vector>
 
-#include "CapturedChild.h"
+#include "ChildProcess.h"
 #include "RaisedProbe.h"
 #include "TemporaryDirectory.h"
 #include "ZnLogger.h"
@@ -37,7 +37,7 @@ using Environment = std::vector<std::pair<const char*, std::string>>;
 
 // Runs `body` in a process that starts with `environment` and no other ZN_ variables, so that its
 // logger is a fresh one.
-Outcome LogInChild(const Environment& environment, const std::function<void()>& body) {
+ProcessResult LogInChild(const Environment& environment, const std::function<void()>& body) {
     return RunInChild([&] {
         unsetenv("ZN_LOG_LEVEL");
         unsetenv("ZN_LOG_FILE");
@@ -88,7 +88,7 @@ std::string Shown(const std::string& text) {
 }  // namespace
 
 TEST(ZnLoggerTest, RecordIsOneLineWithTimeLevelProcessPlaceAndText) {
-    const Outcome outcome = LogInChild({}, [] {
+    const ProcessResult outcome = LogInChild({}, [] {
         ZnLogger::GetInstance()->Log("/build/dir/File.cpp", 12, "Function", " ", "", LogLevelInfo,
                                      "id=%d,%s", 7, "x");
         printf("%d", static_cast<int>(getpid()));
@@ -101,7 +101,7 @@ TEST(ZnLoggerTest, RecordIsOneLineWithTimeLevelProcessPlaceAndText) {
 }
 
 TEST(ZnLoggerTest, TagsAreShownOnlyWhenNotBlank) {
-    const Outcome outcome = LogInChild({}, [] {
+    const ProcessResult outcome = LogInChild({}, [] {
         ZnLogger* logger = ZnLogger::GetInstance();
         logger->Log("f", 1, "F", " ", "", LogLevelError, "none");
         logger->Log("f", 2, "F", "\t\n", nullptr, LogLevelError, "none");
@@ -117,7 +117,7 @@ TEST(ZnLoggerTest, TagsAreShownOnlyWhenNotBlank) {
 }
 
 TEST(ZnLoggerTest, NullStringsCountAsEmpty) {
-    const Outcome outcome = LogInChild({}, [] {
+    const ProcessResult outcome = LogInChild({}, [] {
         const char* null = nullptr;
         ZnLogger::GetInstance()->Log(null, 1, null, null, null, LogLevelError, "text");
     });
@@ -183,7 +183,7 @@ TEST(ZnLoggerTest, OtherCharactersStayAsTheyAre) {
 }
 
 TEST(ZnLoggerTest, EveryFieldIsEscaped) {
-    const Outcome outcome = LogInChild({}, [] {
+    const ProcessResult outcome = LogInChild({}, [] {
         ZnLogger::GetInstance()->Log("a\nb", 1, "c\nd", "e\nf", "g\nh", LogLevelError, "i");
     });
 
@@ -216,7 +216,7 @@ TEST(ZnLoggerTest, LevelSelectsWhatIsWritten) {
         {"", {"e", "w", "i"}},
     };
     for (const auto& c : cases) {
-        const Outcome outcome = LogInChild({{"ZN_LOG_LEVEL", c.level}}, [] {
+        const ProcessResult outcome = LogInChild({{"ZN_LOG_LEVEL", c.level}}, [] {
             LogText("e", LogLevelError);
             LogText("w", LogLevelWarning);
             LogText("i", LogLevelInfo);
@@ -227,7 +227,7 @@ TEST(ZnLoggerTest, LevelSelectsWhatIsWritten) {
 }
 
 TEST(ZnLoggerTest, WithoutSettingsInfoIsWrittenAndDebugIsNot) {
-    const Outcome outcome = LogInChild({}, [] {
+    const ProcessResult outcome = LogInChild({}, [] {
         LogText("i", LogLevelInfo);
         LogText("d", LogLevelDebug);
     });
@@ -236,7 +236,7 @@ TEST(ZnLoggerTest, WithoutSettingsInfoIsWrittenAndDebugIsNot) {
 }
 
 TEST(ZnLoggerTest, LevelIsNamedInTheRecord) {
-    const Outcome outcome = LogInChild({{"ZN_LOG_LEVEL", "debug"}}, [] {
+    const ProcessResult outcome = LogInChild({{"ZN_LOG_LEVEL", "debug"}}, [] {
         LogText("", LogLevelError);
         LogText("", LogLevelWarning);
         LogText("", LogLevelInfo);
@@ -249,7 +249,7 @@ TEST(ZnLoggerTest, LevelIsNamedInTheRecord) {
 
 TEST(ZnLoggerTest, UnknownLevelIsNotedOnceAndInfoIsUsed) {
     for (const char* level : {"loud", "5", "-1", "3 ", "warn\n"}) {
-        const Outcome outcome = LogInChild({{"ZN_LOG_LEVEL", level}}, [] {
+        const ProcessResult outcome = LogInChild({{"ZN_LOG_LEVEL", level}}, [] {
             LogText("i", LogLevelInfo);
             LogText("d", LogLevelDebug);
         });
@@ -259,7 +259,7 @@ TEST(ZnLoggerTest, UnknownLevelIsNotedOnceAndInfoIsUsed) {
 
 TEST(ZnLoggerTest, EnvironmentIsReadOnce) {
     const TemporaryDirectory directory;
-    const Outcome outcome = LogInChild({{"ZN_LOG_LEVEL", "error"}}, [&] {
+    const ProcessResult outcome = LogInChild({{"ZN_LOG_LEVEL", "error"}}, [&] {
         ZnLogger::GetInstance();
         setenv("ZN_LOG_LEVEL", "debug", 1);
         setenv("ZN_LOG_FILE", (directory / "log").c_str(), 1);
@@ -286,24 +286,24 @@ TEST(ZnLoggerTest, EnvironmentIsIgnoredWithRaisedPrivileges) {
 }
 
 TEST(ZnLoggerTest, InstanceIsTheSameOnEveryCallAndThread) {
-    const Outcome outcome = LogInChild({}, [] {
+    const ProcessResult outcome = LogInChild({}, [] {
         const ZnLogger* here = ZnLogger::GetInstance();
         const ZnLogger* there = nullptr;
         std::thread([&] { there = ZnLogger::GetInstance(); }).join();
         exit(here != nullptr && here == there && here == ZnLogger::GetInstance() ? 0 : 1);
     });
 
-    EXPECT_TRUE(Succeeded(outcome));
+    EXPECT_TRUE(outcome.Succeeded());
 }
 
 TEST(ZnLoggerTest, InstanceIsValidUntilTheProcessEnds) {
     const TemporaryDirectory directory;
-    const Outcome outcome = LogInChild({{"ZN_LOG_FILE", directory / "log"}}, [] {
+    const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", directory / "log"}}, [] {
         (void)atexit([] { LogText("after all static objects are gone"); });
         LogText("first");
     });
 
-    EXPECT_TRUE(Succeeded(outcome));
+    EXPECT_TRUE(outcome.Succeeded());
     EXPECT_THAT(Texts(ReadFile(directory / "log")),
                 ElementsAre("first", "after all static objects are gone"));
 }
@@ -315,7 +315,7 @@ TEST(ZnLoggerTest, RecordsOfEightThreadsAreWholeLines) {
     for (const bool toFile : {true, false}) {
         const Environment environment =
             toFile ? Environment{{"ZN_LOG_FILE", directory / "log"}} : Environment{};
-        const Outcome outcome = LogInChild(environment, [] {
+        const ProcessResult outcome = LogInChild(environment, [] {
             std::vector<std::thread> threads;
             threads.reserve(kThreads);
             for (int thread = 0; thread < kThreads; ++thread) {
@@ -330,7 +330,7 @@ TEST(ZnLoggerTest, RecordsOfEightThreadsAreWholeLines) {
                 thread.join();
             }
         });
-        ASSERT_TRUE(Succeeded(outcome));
+        ASSERT_TRUE(outcome.Succeeded());
 
         std::set<std::string> expected;
         for (int thread = 0; thread < kThreads; ++thread) {
@@ -347,17 +347,17 @@ TEST(ZnLoggerTest, RecordsOfEightThreadsAreWholeLines) {
 }
 
 TEST(ZnLoggerTest, ErrnoOfTheCallerIsKept) {
-    const Outcome outcome = LogInChild({{"ZN_LOG_FILE", "/dev/full"}}, [] {
+    const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", "/dev/full"}}, [] {
         errno = EXDEV;
         LogText("text");
         exit(errno == EXDEV ? 0 : 1);
     });
 
-    EXPECT_TRUE(Succeeded(outcome));
+    EXPECT_TRUE(outcome.Succeeded());
 }
 
 TEST(ZnLoggerTest, ThreadIsThatOfTheCallerAfterAFork) {
-    const Outcome outcome = LogInChild({}, [] {
+    const ProcessResult outcome = LogInChild({}, [] {
         LogText("parent");
         const pid_t child = fork();
         if (child == 0) {
@@ -375,7 +375,7 @@ TEST(ZnLoggerTest, ThreadIsThatOfTheCallerAfterAFork) {
 TEST(ZnLoggerTest, FileIsAppendedToAndStandardErrorStaysEmpty) {
     const TemporaryDirectory directory;
     for (const char* text : {"one", "two"}) {
-        const Outcome outcome =
+        const ProcessResult outcome =
             LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [&] { LogText(text); });
         EXPECT_EQ(outcome.err, "");
     }
@@ -398,12 +398,12 @@ TEST(ZnLoggerTest, RelativeFileStaysTheSameWhenTheWorkingDirectoryChanges) {
 
 TEST(ZnLoggerTest, RecordOutlivesACrash) {
     const TemporaryDirectory directory;
-    const Outcome outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] {
+    const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] {
         LogText("last words", LogLevelInfo);
         (void)raise(SIGKILL);
     });
 
-    EXPECT_TRUE(WIFSIGNALED(outcome.status));
+    EXPECT_TRUE(outcome.signal != 0);
     EXPECT_THAT(Texts(ReadFile(directory / "zn.log")), ElementsAre("last words"));
 }
 
@@ -417,12 +417,12 @@ TEST(ZnLoggerTest, UnfinishedLineInTheFileIsEndedFirst) {
 
 TEST(ZnLoggerTest, CommandsOfTheProcessDoNotHaveTheFileOpen) {
     const TemporaryDirectory directory;
-    const Outcome outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] {
+    const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] {
         LogText("text");
         exit(system("ls -l /proc/self/fd"));
     });
 
-    EXPECT_TRUE(Succeeded(outcome));
+    EXPECT_TRUE(outcome.Succeeded());
     EXPECT_THAT(outcome.out, HasSubstr(" -> "));
     EXPECT_THAT(outcome.out, Not(HasSubstr("zn.log")));
 }
@@ -430,7 +430,7 @@ TEST(ZnLoggerTest, CommandsOfTheProcessDoNotHaveTheFileOpen) {
 TEST(ZnLoggerTest, FileIsRotatedAndFourOlderOnesAreKept) {
     const TemporaryDirectory directory;
     const int count = 7 * 1024;
-    const Outcome outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] {
+    const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] {
         const std::string padding(10000, '.');
         for (int i = 0; i < count; ++i) {
             LogText(padding + std::to_string(i));
@@ -476,7 +476,7 @@ TEST(ZnLoggerTest, LinkIsWrittenThroughAndNeverRotated) {
     const TemporaryDirectory directory;
     WriteFile(directory / "target", std::string(kFileLimit, '\n'));
     fs::create_symlink("target", directory / "zn.log");
-    const Outcome outcome =
+    const ProcessResult outcome =
         LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] { LogText("text"); });
 
     EXPECT_EQ(outcome.err, "");
@@ -489,11 +489,11 @@ TEST(ZnLoggerTest, FileThatCannotBeOpenedIsNotedAndRecordsGoToStandardError) {
     const TemporaryDirectory directory;
     for (const std::string& file :
          {directory / "missing/zn.log", directory.Path(), std::string("/proc/zn.log")}) {
-        const Outcome outcome = LogInChild({{"ZN_LOG_FILE", file}}, [] {
+        const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", file}}, [] {
             LogText("one");
             LogText("two");
         });
-        EXPECT_TRUE(Succeeded(outcome));
+        EXPECT_TRUE(outcome.Succeeded());
         EXPECT_THAT(Texts(outcome.err), ElementsAre(HasSubstr("log file " + file), "one", "two"));
     }
     EXPECT_FALSE(fs::exists(directory / "missing"));
@@ -502,20 +502,20 @@ TEST(ZnLoggerTest, FileThatCannotBeOpenedIsNotedAndRecordsGoToStandardError) {
 TEST(ZnLoggerTest, PipeWithoutAReaderDoesNotHoldTheCallerUp) {
     const TemporaryDirectory directory;
     ASSERT_EQ(mkfifo((directory / "pipe").c_str(), 0600), 0);
-    const Outcome outcome =
+    const ProcessResult outcome =
         LogInChild({{"ZN_LOG_FILE", directory / "pipe"}}, [] { LogText("text"); });
 
     EXPECT_THAT(Texts(outcome.err), ElementsAre(HasSubstr("log file "), "text"));
 }
 
 TEST(ZnLoggerTest, FullDeviceIsNotedOnceAndRecordsGoToStandardError) {
-    const Outcome outcome = LogInChild({{"ZN_LOG_FILE", "/dev/full"}}, [] {
+    const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", "/dev/full"}}, [] {
         for (const char* text : {"one", "two", "three"}) {
             LogText(text);
         }
     });
 
-    EXPECT_TRUE(Succeeded(outcome));
+    EXPECT_TRUE(outcome.Succeeded());
     EXPECT_THAT(Texts(outcome.err),
                 ElementsAre(HasSubstr("log file /dev/full"), "one", "two", "three"));
 }
@@ -524,7 +524,7 @@ TEST(ZnLoggerTest, FileIsUsedAgainWhenItHasRoom) {
     const TemporaryDirectory directory;
     const rlim_t full = 1000000;
     WriteFile(directory / "zn.log", std::string(full - 11, '.') + "\n");
-    const Outcome outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [&] {
+    const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [&] {
         rlimit limit = {};
         getrlimit(RLIMIT_FSIZE, &limit);
         const rlim_t unlimited = limit.rlim_cur;
@@ -538,7 +538,7 @@ TEST(ZnLoggerTest, FileIsUsedAgainWhenItHasRoom) {
         LogText("four");
     });
 
-    EXPECT_TRUE(Succeeded(outcome));
+    EXPECT_TRUE(outcome.Succeeded());
     EXPECT_THAT(Texts(outcome.err), ElementsAre(HasSubstr("log file "), "one", "two"));
     std::vector<std::string> texts = Texts(ReadFile(directory / "zn.log"));
     ASSERT_GT(texts.size(), 2U);
@@ -551,18 +551,18 @@ TEST(ZnLoggerTest, RotationThatFailsIsNotedAndTheFileIsBegunAnew) {
     WriteFile(directory / "zn.log", std::string(kFileLimit, '\n'));
     WriteFile(directory / "zn.3.log", "old\n");
     WriteFile(directory / "zn.4.log/in the way", "");
-    const Outcome outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] {
+    const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] {
         LogText("one");
         LogText("two");
     });
 
-    EXPECT_TRUE(Succeeded(outcome));
+    EXPECT_TRUE(outcome.Succeeded());
     EXPECT_THAT(Texts(outcome.err), ElementsAre(HasSubstr("log file "), "one"));
     EXPECT_THAT(Texts(ReadFile(directory / "zn.log")), ElementsAre("two"));
 }
 
 TEST(ZnLoggerTest, StandardErrorWithoutAReaderDoesNotEndTheProcess) {
-    const Outcome outcome = LogInChild({}, [] {
+    const ProcessResult outcome = LogInChild({}, [] {
         int ends[2];
         if (pipe(ends) != 0) {
             exit(2);
@@ -578,14 +578,14 @@ TEST(ZnLoggerTest, StandardErrorWithoutAReaderDoesNotEndTheProcess) {
         exit(sigismember(&pending, SIGPIPE) + sigismember(&mask, SIGPIPE));
     });
 
-    EXPECT_TRUE(Succeeded(outcome));
+    EXPECT_TRUE(outcome.Succeeded());
 }
 
 TEST(ZnLoggerTest, ClosedStandardErrorLosesTheRecordOnly) {
-    const Outcome outcome = LogInChild({}, [] {
+    const ProcessResult outcome = LogInChild({}, [] {
         close(STDERR_FILENO);
         LogText("text");
     });
 
-    EXPECT_TRUE(Succeeded(outcome));
+    EXPECT_TRUE(outcome.Succeeded());
 }

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-#include "CapturedChild.h"
+#include "ChildProcess.h"
 #include "RaisedProbe.h"
 #include "TemporaryDirectory.h"
 #include "ZnSysInfo.h"
@@ -16,8 +16,8 @@ namespace fs = std::filesystem;
 
 // The process directory as the environment probe at `program` sees it.
 std::string DirectorySeenBy(const std::string& program) {
-    const Outcome outcome = RunInChild([&] { execl(program.c_str(), "probe", nullptr); });
-    EXPECT_TRUE(Succeeded(outcome)) << outcome.err;
+    const ProcessResult outcome = RunInChild([&] { execl(program.c_str(), "probe", nullptr); });
+    EXPECT_TRUE(outcome.Succeeded()) << outcome.err;
     const size_t second = outcome.out.find('\n') + 1;
     return outcome.out.substr(second, outcome.out.find('\n', second) - second);
 }

@@ -3,41 +3,26 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
 #include <deque>
 #include <filesystem>
+#include <iterator>
 #include <optional>
 #include <stdexcept>
 #include <string_view>
-#include <unordered_map>
 
-#include "ForeseenFiles.h"
 #include "Manifest.h"
-#include "PackageFolder.h"
+#include "PackageSelection.h"
 #include "ShellPath.h"
+#include "SimulatedFiles.h"
+#include "UnpackedPackage.h"
 #include "ZnCrypto.h"
 #include "ZnFileSys.h"
 #include "ZnVcUpdate.h"
 
 namespace {
 
-// Digests are compared in their first 64 characters.
-constexpr size_t kDigestLength = 64;
-
-bool Contains(std::string_view text, std::string_view part) {
-    return text.find(part) != std::string_view::npos;
-}
-
-std::string FieldText(const char* field, size_t size) {
-    return {field, strnlen(field, size)};
-}
-
 std::string FileName(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
-}
-
-bool IsBundle(const std::string& zip) {
-    return Contains(zip, "_Release.zip");
 }
 
 // The library gives the path of a zip that it unpacks to the shell as it stands.
@@ -49,29 +34,19 @@ void RequirePlainPath(const std::string& zip) {
     }
 }
 
-using RecordsByDigest = std::unordered_map<std::string, std::vector<const ZnPackageInfo*>>;
-
-RecordsByDigest IndexByDigest(const std::vector<ZnPackageInfo>& records) {
-    RecordsByDigest index;
-    for (const ZnPackageInfo& record : records) {
-        index[FieldText(record.sha256Hash, kDigestLength)].push_back(&record);
-    }
-    return index;
-}
-
 class Planner {
    public:
     InstallPlan Plan(const std::string& rootDir, ZnSide side,
                      const std::vector<ZnPackageInfo>& records) {
         const std::vector<std::string> zips = ZipsOfSide(rootDir, side);
         for (const std::string& zip : zips) {
-            if (IsBundle(zip)) {
+            if (IsReleaseBundle(zip)) {
                 PlanBundle(zip, records);
             }
         }
-        const RecordsByDigest index = IndexByDigest(records);
+        const RecordsByDigest index(records);
         for (const std::string& zip : zips) {
-            if (!IsBundle(zip)) {
+            if (!IsReleaseBundle(zip)) {
                 PlanZip(zip, index, side);
             }
         }
@@ -87,15 +62,12 @@ class Planner {
         }
         std::vector<std::string> files;
         ZnFile::ScanDirectoriesFiles(directory, files);
-        const char* mark = side == SERVER_SIDE ? "_Server" : "_Client";
         std::vector<std::string> zips;
-        for (const std::string& path : files) {
-            if (Contains(path, mark) && Contains(path, ".zip")) {
-                zips.push_back(path);
-            }
-        }
+        std::copy_if(files.begin(), files.end(), std::back_inserter(zips),
+                     [&](const std::string& path) { return IsZipOfSide(path, side); });
         if (zips.empty()) {
-            throw std::runtime_error(directory + ": no zip with \"" + mark + "\" in its path");
+            throw std::runtime_error(directory + ": no zip with \"" + SideMark(side) +
+                                     "\" in its path");
         }
         return zips;
     }
@@ -103,7 +75,7 @@ class Planner {
     void PlanBundle(const std::string& zip, const std::vector<ZnPackageInfo>& records) {
         const std::string name = FileName(zip);
         const bool named = std::any_of(records.begin(), records.end(), [&](const auto& record) {
-            return Contains(FieldText(record.downloadUrl, sizeof record.downloadUrl), name);
+            return FieldText(record.downloadUrl).find(name) != std::string_view::npos;
         });
         if (!named) {
             plan_.unmatched.push_back(zip);
@@ -120,16 +92,15 @@ class Planner {
 
     void PlanZip(const std::string& zip, const RecordsByDigest& index, ZnSide side) {
         const std::string contents = ContentsOf(zip);
-        const auto matches =
-            index.find(ZnSha256::FileSha256Value(contents).substr(0, kDigestLength));
-        if (matches == index.end()) {
+        const auto& matches = index.Find(ZnSha256::FileSha256Value(contents));
+        if (matches.empty()) {
             plan_.unmatched.push_back(zip);
             return;
         }
         RequirePlainPath(zip);
-        for (const ZnPackageInfo* record : matches->second) {
-            plan_.packages.push_back(PlanPackage(
-                zip, contents, FieldText(record->platform, sizeof record->platform), side));
+        for (const ZnPackageInfo* record : matches) {
+            plan_.packages.push_back(
+                PlanPackage(zip, contents, std::string(FieldText(record->platform)), side));
         }
     }
 
@@ -138,7 +109,7 @@ class Planner {
         std::string path = zip;
         ZnVcUpdate::RepairPath(path);
         std::string contents = zip;
-        for (const PackageFolder& bundle : bundles_) {
+        for (const UnpackedPackage& bundle : bundles_) {
             const std::string folder = bundle.UnpackedPath() + "/";
             if (path.compare(0, folder.size(), folder) != 0) {
                 continue;
@@ -164,7 +135,7 @@ class Planner {
             return package;
         }
         try {
-            PackageFolder folder(zip, contents);
+            UnpackedPackage folder(zip, contents);
             PlanFiles(folder, package);
         } catch (const std::runtime_error& error) {
             package.reason = error.what();
@@ -172,7 +143,7 @@ class Planner {
         return package;
     }
 
-    void PlanFiles(PackageFolder& folder, PlannedPackage& package) {
+    void PlanFiles(UnpackedPackage& folder, PlannedPackage& package) {
         const auto manifestFile = folder.File("FileList.ini");
         if (!manifestFile) {
             throw std::runtime_error(folder.InstallPath() + "/FileList.ini will not be there");
@@ -191,7 +162,7 @@ class Planner {
                 file.source = name;
                 file.destination = path.destination + name;
                 file.digest = source && source->size > 0 ? source->digest : "";
-                file.digestBefore = foreseen_.At(file.destination).digest;
+                file.digestBefore = simulated_.At(file.destination).digest;
                 if (!failed) {
                     PlanFile(source, path.destination, file);
                     failed = file.action == FileAction::kFail;
@@ -203,19 +174,19 @@ class Planner {
     }
 
     // Goes through the installer's steps for one file.
-    void PlanFile(const std::optional<PackageFolder::FileFacts>& source,
+    void PlanFile(const std::optional<UnpackedPackage::FileFacts>& source,
                   const std::string& directory, PlannedFile& file) {
-        foreseen_.MakeDirectory(directory);
+        simulated_.MakeDirectory(directory);
         if (!source || source->size < 1) {
             Fail(file,
                  source ? "the package's file is empty" : "the package does not have the file");
             return;
         }
-        ForeseenFiles::Target& target = foreseen_.At(file.destination);
+        SimulatedFiles::Target& target = simulated_.At(file.destination);
         const bool isSame = target.exists && target.digest == source->digest;
         const bool touchesFolder = !isSame || target.hasBackup;
         const std::string backup = file.destination + ".bak";
-        std::string problem = touchesFolder ? foreseen_.FolderProblem(file.destination) : "";
+        std::string problem = touchesFolder ? simulated_.FolderProblem(file.destination) : "";
         std::error_code ignored;
         if (problem.empty() && target.hasBackup && std::filesystem::is_directory(backup, ignored)) {
             problem = backup + " is a directory";
@@ -243,16 +214,16 @@ class Planner {
         for (PlannedPackage& package : plan_.packages) {
             for (PlannedFile& file : package.files) {
                 if (file.action != FileAction::kFail && file.action != FileAction::kNotReached) {
-                    file.digestAtEnd = foreseen_.At(file.destination).digest;
+                    file.digestAtEnd = simulated_.At(file.destination).digest;
                 }
             }
         }
     }
 
     InstallPlan plan_;
-    std::deque<PackageFolder> bundles_;
+    std::deque<UnpackedPackage> bundles_;
     ScratchDirectory scratch_;
-    ForeseenFiles foreseen_;
+    SimulatedFiles simulated_;
 };
 
 }  // namespace

@@ -11,7 +11,7 @@
 #include <stdexcept>
 
 #include "Manifest.h"
-#include "PackageFolder.h"
+#include "UnpackedPackage.h"
 #include "ZnCrypto.h"
 
 namespace {
@@ -78,6 +78,6 @@ std::vector<RolledBackFile> RollBack(const std::string& package, bool force) {
         };
         return RollBackAll(find, package, force);
     }
-    PackageFolder folder(package);
+    UnpackedPackage folder(package);
     return RollBackAll([&](const std::string& name) { return folder.File(name); }, package, force);
 }

@@ -1,18 +1,18 @@
 #include "ZnBandwidthPolicyPrivate.h"
 
 #include <cstdint>
+#include <iterator>
 #include <set>
 #include <utility>
 #include <vector>
 
+#include "RedirectionModules.h"
 #include "bounded.h"
 
 static const std::string TOTAL_BANDWIDTH_CFG_NAME = "Total";
 
-static const std::set<std::string> MODULE_NAME = {
-    "Display", "Audio",   "Video",     "USB",  "Camera",   "PCSC", "TWAIN", "Printer",
-    "COM",     "FdRedir", "Clipboard", "DXVA", "Security", "VCC",  "HID",   "Total",
-};
+static const std::set<std::string> MODULE_NAME(std::begin(kRedirectionModules),
+                                               std::end(kRedirectionModules));
 
 std::string GetCfgName(std::string moduleName, CfgNameType type) {
     switch (type) {

@@ -1,11 +1,9 @@
 // The platform model, and which local zips are installed.
-#include <cstring>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
-#include "SubstringCounter.h"
+#include "PackageSelection.h"
 #include "ZnCrypto.h"
 #include "ZnFileExists.h"
 #include "ZnFileSys.h"
@@ -48,39 +46,12 @@ std::string ZnVcUpdate::GetModelPlatform(ZnSide side) {
 
 // --- Install list ---
 
-static bool Contains(const std::string& path, const char* part) {
-    return path.find(part) != std::string::npos;
-}
-
-static bool IsReleaseBundle(const std::string& path) {
-    return Contains(path, "_Release.zip");
-}
-
-// The text of a record's field, which lacks its NUL when the record's sender left it out; at most
-// `limit` characters.
-template <size_t N>
-static std::string_view FieldText(const char (&field)[N], size_t limit = N) {
-    return {field, strnlen(field, limit)};
-}
-
-// What the two sides' zips have in their path; null for a side that has none.
-static const char* SideMark(ZnSide side) {
-    switch (side) {
-        case SERVER_SIDE:
-            return "_Server";
-        case CLIENT_SIDE:
-            return "_Client";
-    }
-    return nullptr;
-}
-
 // The zips of one side, in listing order.
 static std::vector<std::string> TidyCheckZipFiles(ZnSide side,
                                                   const std::vector<std::string>& files) {
     std::vector<std::string> tidyZipFiles;
-    const char* const mark = SideMark(side);
     for (const std::string& path : files) {
-        if (mark != nullptr && Contains(path, mark) && Contains(path, ".zip")) {
+        if (IsZipOfSide(path, side)) {
             ZN_LOG(LogLevelInfo, "Local:%s", path.c_str());
             tidyZipFiles.push_back(path);
         }
@@ -88,61 +59,37 @@ static std::vector<std::string> TidyCheckZipFiles(ZnSide side,
     return tidyZipFiles;
 }
 
-// Unpacks the release bundles: each once for every record whose download address names it, and
-// whatever comes of it. Both are deliberate: a bundle only brings in more files.
+// Unpacks the release bundles: each once for every record whose download address names it, ignoring
+// the result. Both are deliberate: a bundle only brings in more files.
 static void FirstOfAllUnReleaseZip(const std::vector<std::string>& zipFiles,
                                    const std::vector<ZnPackageInfo>& packages) {
-    std::vector<std::string> bundles;
-    std::vector<std::string> names;
     for (const std::string& path : zipFiles) {
-        if (IsReleaseBundle(path)) {
-            std::string dir;
-            std::string name;
-            ZnVcUpdate::SplitFilePath(path, dir, name, SP.front());
-            bundles.push_back(path);
-            names.push_back(name);
+        if (!IsReleaseBundle(path)) {
+            continue;
+        }
+        std::string dir;
+        std::string name;
+        ZnVcUpdate::SplitFilePath(path, dir, name, SP.front());
+        for (const ZnPackageInfo& package : packages) {
+            if (FieldText(package.downloadUrl).find(name) != std::string_view::npos) {
+                ZN_LOG(LogLevelInfo, "%s", path.c_str());
+                ZnVcUpdate::UnZipVcPackage(path);
+            }
         }
     }
-    SubstringCounter counter(names);
-    for (const ZnPackageInfo& package : packages) {
-        counter.Add(FieldText(package.downloadUrl));
-    }
-    for (size_t i = 0; i < bundles.size(); ++i) {
-        for (size_t record = 0; record < counter.TextsWith(i); ++record) {
-            ZN_LOG(LogLevelInfo, "%s", bundles[i].c_str());
-            ZnVcUpdate::UnZipVcPackage(bundles[i]);
-        }
-    }
-}
-
-// Digests are compared in their first characters only, so many as SHA-256 has hexadecimal digits.
-static const size_t kDigestLength = 64;
-
-using RecordsByDigest = std::unordered_map<std::string_view, std::vector<const ZnPackageInfo*>>;
-
-static RecordsByDigest IndexByDigest(const std::vector<ZnPackageInfo>& packages) {
-    RecordsByDigest index;
-    for (const ZnPackageInfo& package : packages) {
-        index[FieldText(package.sha256Hash, kDigestLength)].push_back(&package);
-    }
-    return index;
 }
 
 // Unpacks and installs every package zip whose digest is that of a record, once for each such
 // record. A failed installation has been logged and does not stop the others.
 static int UnZipAllInnerPackageZip(ZnSide side, const std::vector<std::string>& zipFiles,
                                    const std::vector<ZnPackageInfo>& packages) {
-    const RecordsByDigest index = IndexByDigest(packages);
+    const RecordsByDigest records(packages);
     for (const std::string& path : zipFiles) {
         if (IsReleaseBundle(path)) {
             continue;
         }
         const std::string digest = ZnSha256::FileSha256Value(path);
-        const auto records = index.find({digest.c_str(), strnlen(digest.c_str(), kDigestLength)});
-        if (records == index.end()) {
-            continue;
-        }
-        for (const ZnPackageInfo* record : records->second) {
+        for (const ZnPackageInfo* record : records.Find(digest)) {
             ZN_LOG(LogLevelInfo, "zipfile=%s", path.c_str());
             ZN_LOG(LogLevelInfo, "zipfileSha256=%s", digest.c_str());
             if (ZnVcUpdate::UnZipVcPackage(path) != kSuccess) {

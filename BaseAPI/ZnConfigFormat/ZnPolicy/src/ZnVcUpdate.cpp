@@ -138,11 +138,6 @@ void ZnVcUpdate::SplitFilePath(std::string filePath, std::string& dirPath, std::
 
 // --- Package records ---
 
-// As a range: compilers copy that faster than the one record of push_back.
-static void Append(const ZnPackageInfo& info, std::vector<ZnPackageInfo>& list) {
-    list.insert(list.end(), &info, &info + 1);
-}
-
 static bool LooksLikeUpdateDescription(const std::string& text) {
     return Contains(text, "platform") && Contains(text, "sha256Hash") &&
            Contains(text, "packageName");
@@ -320,7 +315,7 @@ int ZnVcUpdate::ZnConvertToVekPackInfo(std::string vekJsonUpdateInfo,
         if (!values[SIZE].empty()) {
             info.size = TextToInt(values[SIZE]);
         }
-        Append(info, vekPackInfo);
+        vekPackInfo.push_back(info);
     }
     if (vekPackInfo.empty()) {
         ZN_LOG(LogLevelError, "Failed:vekPackInfo.size=%d", static_cast<int>(vekPackInfo.size()));
@@ -348,19 +343,10 @@ int ZnVcUpdate::ZnClientPackageListMessageToPackInfo(ZnMessage* msg,
     if (count <= 0) {
         return kSuccess;
     }
-    // The payload may stand at any alignment; where it suits records, they are copied in one go.
+    // The payload may have any alignment.
     const auto* payload = reinterpret_cast<const unsigned char*>(msg) + sizeof(ZnMessage);
-    if (reinterpret_cast<uintptr_t>(payload) % alignof(ZnPackageInfo) == 0) {
-        const auto* records = reinterpret_cast<const ZnPackageInfo*>(payload);
-        packInfo.assign(records, records + count);
-        return kSuccess;
-    }
-    packInfo.reserve(static_cast<size_t>(count));
-    for (int i = 0; i < count; ++i, payload += kRecordSize) {
-        ZnPackageInfo info;
-        std::memcpy(&info, payload, sizeof info);
-        Append(info, packInfo);
-    }
+    packInfo.resize(static_cast<size_t>(count));
+    std::memcpy(packInfo.data(), payload, static_cast<size_t>(length));
     return kSuccess;
 }
 
@@ -405,7 +391,7 @@ int ZnVcUpdate::ZnScanLocalZipFiles(std::string dirPath,
             ZN_LOG(LogLevelError, "strcpy_s Faield");
             continue;
         }
-        Append(info, localPackInfo);
+        localPackInfo.push_back(info);
         ZN_LOG(LogLevelInfo, "scanFiles[%d]=%s", static_cast<int>(i), path.c_str());
     }
     ZN_LOG(LogLevelInfo, "localPackInfo.size=%d", static_cast<int>(localPackInfo.size()));

@@ -1,0 +1,44 @@
+// Replacing a file atomically.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+
+#include "FileDescriptor.h"
+
+// Writes a temporary file in the same directory, fsyncs it and renames it over `path`. Without a
+// successful Commit() the temporary file is removed and `path` is untouched. The temporary file's
+// name begins with kTemporaryPrefix, so that what a crash leaves behind can be recognised.
+class AtomicFile {
+   public:
+    static constexpr const char* kTemporaryPrefix = ".zn-";
+
+    // Creates the temporary file for `path` with the permissions `mode` less the umask. Check
+    // IsOpen() afterwards; errno tells why it is not.
+    AtomicFile(const std::string& path, mode_t mode);
+    ~AtomicFile();
+    AtomicFile(const AtomicFile&) = delete;
+    AtomicFile& operator=(const AtomicFile&) = delete;
+
+    bool IsOpen() const {
+        return file_.IsOpen();
+    }
+
+    // The temporary file, open for reading and writing.
+    const FileDescriptor& File() const {
+        return file_;
+    }
+
+    // Sets the permissions to exactly `mode`, whatever the umask.
+    bool SetMode(mode_t mode) const;
+
+    // Flushes the temporary file to stable storage and renames it over `path`. Returns false, with
+    // errno set, when `path` was not replaced. The directory itself is not synced.
+    bool Commit();
+
+   private:
+    std::string path_;
+    std::string temporary_;  // empty once there is nothing to remove
+    FileDescriptor file_;
+};

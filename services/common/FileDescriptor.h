@@ -1,0 +1,63 @@
+// An owned file descriptor with complete, EINTR-safe reads and writes.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <string>
+
+// Owns an open file descriptor, or none. Not safe for concurrent use. Failures set errno.
+class FileDescriptor {
+   public:
+    // Owns nothing.
+    FileDescriptor() = default;
+
+    // Takes ownership of `fd`; a negative value means none.
+    explicit FileDescriptor(int fd) : fd_(fd) {}
+
+    // Opens `path` with O_CLOEXEC added to `flags`; `mode` (less the umask) is used when the file
+    // is created. Check IsOpen() afterwards.
+    static FileDescriptor Open(const char* path, int flags, mode_t mode = 0);
+
+    // Opens `path` for reading without ever waiting for the other end of a FIFO. Succeeds for
+    // regular files only; anything else fails with EISDIR for a directory and EINVAL otherwise.
+    static FileDescriptor OpenRegularFile(const char* path);
+
+    ~FileDescriptor();
+    FileDescriptor(FileDescriptor&& other) noexcept : fd_(other.Release()) {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept;
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+
+    bool IsOpen() const {
+        return fd_ >= 0;
+    }
+    int Get() const {
+        return fd_;
+    }
+
+    // Gives up ownership and returns the descriptor.
+    int Release() {
+        const int fd = fd_;
+        fd_ = -1;
+        return fd;
+    }
+
+    // Closes the descriptor. Returns false when the system reports that written data was lost.
+    bool Close();
+
+    // Reads up to `size` bytes. Returns the number of bytes read, 0 at the end of the file, -1 on
+    // an error.
+    ssize_t Read(void* buffer, std::size_t size) const;
+
+    // Appends everything up to the end of the file to `text`. Returns false on an error, and with
+    // EFBIG as soon as more than `maxSize` bytes were read.
+    bool ReadAll(std::string& text, std::size_t maxSize) const;
+
+    // Writes `length` bytes. Returns the number of bytes written: fewer than `length` after an
+    // error.
+    long long Write(const char* data, long long length) const;
+
+   private:
+    int fd_ = -1;
+};

@@ -1,0 +1,12 @@
+// Flushing files and directories to stable storage.
+#pragma once
+
+#include <string>
+
+// Flushes the written data of an open file, or the entries of an open directory, to stable storage.
+// Returns false, with errno set, on failure.
+bool SyncToDisk(int fd);
+
+// The same for the directory `path`: makes created, renamed and removed entries survive a power
+// loss.
+bool SyncDirectoryToDisk(const std::string& path);

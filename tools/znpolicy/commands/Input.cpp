@@ -1,0 +1,27 @@
+#include "Input.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+
+#include "FileDescriptor.h"
+
+std::string InputTitle(const std::string& name) {
+    return name == "-" ? "standard input" : name;
+}
+
+std::string ReadInput(const std::string& name, size_t maxSize) {
+    FileDescriptor file = name == "-" ? FileDescriptor(dup(STDIN_FILENO))
+                                      : FileDescriptor::Open(name.c_str(), O_RDONLY);
+    std::string contents;
+    if (!file.IsOpen() || !file.ReadAll(contents, maxSize)) {
+        const std::string reason = errno == EFBIG
+                                       ? "larger than " + std::to_string(maxSize >> 20U) + " MiB"
+                                       : std::strerror(errno);
+        throw std::runtime_error(InputTitle(name) + ": " + reason);
+    }
+    return contents;
+}

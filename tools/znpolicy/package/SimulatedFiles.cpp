@@ -1,0 +1,59 @@
+#include "SimulatedFiles.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <system_error>
+
+#include "ZnCrypto.h"
+
+namespace fs = std::filesystem;
+
+static bool Exists(const std::string& path) {
+    return access(path.c_str(), F_OK) == 0;
+}
+
+// One spelling for a directory, however many separators it is written with.
+static std::string Normal(const std::string& directory) {
+    std::string path = (fs::path(directory) / ".").lexically_normal().parent_path().string();
+    return path.empty() ? "." : path;
+}
+
+SimulatedFiles::Target& SimulatedFiles::At(const std::string& destination) {
+    const auto known = targets_.find(destination);
+    if (known != targets_.end()) {
+        return known->second;
+    }
+    const Target onDisk = {Exists(destination), ZnSha256::FileSha256Value(destination),
+                           Exists(destination + ".bak")};
+    return targets_.emplace(destination, onDisk).first->second;
+}
+
+void SimulatedFiles::MakeDirectory(const std::string& directory) {
+    const std::string path = Normal(directory);
+    std::error_code ignored;
+    if (directory.empty() || fs::exists(fs::symlink_status(path, ignored))) {
+        return;  // a link that leads nowhere is in the way, too
+    }
+    if (DirectoryProblem(Normal(fs::path(path).parent_path().string())).empty()) {
+        made_.insert(path);
+    }
+}
+
+std::string SimulatedFiles::FolderProblem(const std::string& destination) const {
+    return DirectoryProblem(Normal(fs::path(destination).parent_path().string()));
+}
+
+std::string SimulatedFiles::DirectoryProblem(const std::string& directory) const {
+    std::error_code ignored;
+    if (made_.count(directory) == 1) {
+        return "";
+    }
+    if (!Exists(directory)) {
+        return directory + " does not exist";
+    }
+    if (!fs::is_directory(directory, ignored)) {
+        return directory + " is not a directory";
+    }
+    return access(directory.c_str(), W_OK | X_OK) == 0 ? "" : directory + " cannot be written";
+}

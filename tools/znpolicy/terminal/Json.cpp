@@ -1,0 +1,7 @@
+#include "Json.h"
+
+#include <iostream>
+
+void PrintJson(const Json& document) {
+    std::cout << document.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}

@@ -1,0 +1,28 @@
+// Tables and numbers for people.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// Formats a number of bytes: "512 B", "8.0 MiB".
+std::string HumanSize(int64_t bytes);
+
+// A table with a line of headings and columns as wide as their widest cell.
+class Table {
+   public:
+    explicit Table(std::vector<std::string> headings);
+
+    // One cell for each column; escaped when printed (see EscapeText.h).
+    void AddRow(const std::vector<std::string>& cells);
+
+    bool IsEmpty() const {
+        return rows_.size() == 1;
+    }
+
+    // Prints the table to standard output.
+    void Print() const;
+
+   private:
+    std::vector<std::vector<std::string>> rows_;
+};
