@@ -120,23 +120,6 @@ void RepairPath(std::string& path) {
     }
 }
 
-std::vector<std::string> SplitString(std::string text) {
-    std::vector<std::string> elements;
-    text += ",";
-    int32_t start = 0;
-    for (int32_t i = 0; i < static_cast<int32_t>(text.size()); ++i) {
-        if (text[static_cast<size_t>(i)] != ',') {
-            continue;
-        }
-        if (i == start) {
-            break;
-        }
-        elements.push_back(text.substr(static_cast<size_t>(start), static_cast<size_t>(i - start)));
-        start = i + 1;
-    }
-    return elements;
-}
-
 }  // namespace literal
 
 // --- The install list over random zips and records ---
@@ -355,34 +338,5 @@ TEST(RepairPathProperty, EveryPathGivesWhatErasingOneByOneGives) {
         std::string repaired = path;
         ZnVcUpdate::RepairPath(repaired);
         ASSERT_EQ(repaired, expected) << testing::PrintToString(path);
-    }
-}
-
-// --- File lists ---
-
-class FileListProperty : public PolicyTest {};
-
-TEST_F(FileListProperty, EveryListGivesWhatTheDescriptionGives) {
-    Random random;
-    TemporaryDirectory dir;
-    const std::string manifest = dir / "FileList.ini";
-    WriteFile(manifest, "");
-    for (int round = 0; round < 30000; ++round) {
-        const std::string list = random.Text(",ab c", 14);
-        ScriptedServices::Get().iniFiles[manifest] = {
-            {"Package_Intall_Type", {{"PackageIntallType", "arm64"}}},
-            {"arm64", {{"bin", dir / "opt/"}}},
-            {"bin", {{"files", list}}}};
-        RecordingLogger::Clear();
-        ZnVcUpdate::ExecuteInstallCommand(dir.Path(), "arm64");
-
-        std::vector<std::string> elements;
-        for (const Logged& record : RecordingLogger::Records()) {
-            if (record.function == "SplitString") {
-                ASSERT_EQ(record.text.rfind("-------->", 0), 0U);
-                elements.push_back(record.text.substr(9));
-            }
-        }
-        ASSERT_EQ(elements, literal::SplitString(list)) << testing::PrintToString(list);
     }
 }

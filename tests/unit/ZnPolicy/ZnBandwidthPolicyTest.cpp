@@ -2,10 +2,8 @@
 #include <limits>
 #include <type_traits>
 
-#include "AllocationCounter.h"
 #include "PolicyTest.h"
 #include "ZnBandwidthPolicy.h"
-#include "ZnBandwidthPolicyPrivate.h"
 
 using testing::ElementsAre;
 using testing::ElementsAreArray;
@@ -57,29 +55,6 @@ class Bandwidth : public PolicyTest {
     ScriptedPolicyStore::Items items_;
     ZnBandwidthPolicy bandwidth_;
 };
-
-// --- Names of policy items ---
-
-TEST(BandwidthItemName, IsTheModuleNameFollowedByTheSuffix) {
-    EXPECT_EQ(GetCfgName("Audio", BANDWIDTH_SPECIFIED), "AudioBandwidthSpecified");
-    EXPECT_EQ(GetCfgName("Audio", BANDWIDTH), "AudioBandwidth");
-    EXPECT_EQ(GetCfgName("Audio", BANDWIDTH_PERCENT_SPECIFIED), "AudioBandwidthPercentSpecified");
-    EXPECT_EQ(GetCfgName("Audio", BANDWIDTH_PERCENT), "AudioBandwidthPercent");
-    EXPECT_EQ(GetCfgName("", BANDWIDTH), "Bandwidth");
-}
-
-TEST(BandwidthItemName, TypesAreNumberedFromOne) {
-    EXPECT_EQ(GetCfgName("X", static_cast<CfgNameType>(1)), "XBandwidthSpecified");
-    EXPECT_EQ(GetCfgName("X", static_cast<CfgNameType>(2)), "XBandwidth");
-    EXPECT_EQ(GetCfgName("X", static_cast<CfgNameType>(3)), "XBandwidthPercentSpecified");
-    EXPECT_EQ(GetCfgName("X", static_cast<CfgNameType>(4)), "XBandwidthPercent");
-}
-
-TEST(BandwidthItemName, IsEmptyForAnyOtherType) {
-    for (const int type : {0, 5, -1, 100, kMax, kMin}) {
-        EXPECT_EQ(GetCfgName("Audio", static_cast<CfgNameType>(type)), "") << type;
-    }
-}
 
 // --- Reading ---
 
@@ -265,22 +240,6 @@ TEST_F(Bandwidth, AnItemThatIsNoNumberCountsAsMissing) {
     items_["AudioBandwidthPercent"] = "half";
     Read();
     EXPECT_EQ(PerSec("Audio"), 0);
-}
-
-TEST_F(Bandwidth, ItemsOfOneModuleAreClearedBeforeTheNextIsRead) {
-    SetModule("VCC", {1, 300, 1, 50});
-    ScriptedPolicyStore::Publish(kId, items_);
-    ZnXml xml;
-    ASSERT_TRUE(xml.LoadPolicyShareMemory(kId));
-    PolicyCfgItemValue item = {9, 9, 9, 9};
-    ZnBandwidthPolicyPrivate table;
-    table.ReadSubs(xml, item, 1000);
-    // "Video", which has no items, was the last.
-    EXPECT_EQ(item.bandwidthSpecified, 0);
-    EXPECT_EQ(item.bandwidth, 0);
-    EXPECT_EQ(item.bandwidthPercentSpecified, 0);
-    EXPECT_EQ(item.bandwidthPercent, 0);
-    EXPECT_EQ(table.Allowance("VCC"), 37500);
 }
 
 // --- How total, absolute bandwidth and percentage combine ---
@@ -591,21 +550,6 @@ TEST_F(BandwidthQuery, QueriesReadNoPolicyAndLogNothing) {
     EXPECT_EQ(bandwidth_.GetBandwidthBytesPerMs("Video"), 2);
     EXPECT_THAT(ScriptedPolicyStore::Calls(), IsEmpty());
     EXPECT_THAT(RecordingLogger::Records(), IsEmpty());
-}
-
-TEST_F(BandwidthQuery, NamesOfUpTo15CharactersCostNoAllocation) {
-    for (const char* name : {"", "Audio", "ZnAudio", "Clipboard", "ZnClipboard", "Unknown",
-                             "fifteen letters", "xxxx ZnClipbard", "lib ZnClipboard"}) {
-        ASSERT_LE(std::string(name).size(), 15U);
-        const long before = Allocations();
-        bandwidth_.GetBandwidthBytesPerSec(name);
-        const long after = Allocations();
-        EXPECT_EQ(after - before, 0) << name;
-    }
-    // The counter does count.
-    const long before = Allocations();
-    ::operator delete(::operator new(1));
-    EXPECT_EQ(Allocations() - before, 1);
 }
 
 TEST(BandwidthObjects, AreIndependentOfEachOther) {

@@ -1,6 +1,5 @@
-// The readers of single session settings: data transport, reconnection, login hint, auto-close.
+// The readers of session settings: data transport, reconnection, login hint.
 #include "PolicyTest.h"
-#include "ZnAutoCloseDisplayerVek.h"
 #include "ZnIdtVek.h"
 #include "ZnVcVek.h"
 
@@ -21,7 +20,6 @@ class Reconnect : public PolicyTest {
     AutoReconnect reconnect_ = {-1, -1};
 };
 class LoginHint : public PolicyTest {};
-class AutoCloseDisplayer : public PolicyTest {};
 
 // --- Intelligent data transport flag ---
 
@@ -248,84 +246,4 @@ TEST_F(LoginHint, TheRuleIsNotReadWhenCustomisationIsOff) {
     ZnVcVek::ZnDisableLoginHintPolicy(kId);
     EXPECT_THAT(ScriptedPolicyStore::Calls(),
                 ElementsAre("load 4711", "text PolicyName", "int configArg1Enable"));
-}
-
-// --- Displayer auto-close ---
-
-static Logged CloseProgress(const std::string& text) {
-    return Progress("ReadVekAutoCloseDisplayer", text);
-}
-
-TEST_F(AutoCloseDisplayer, AnyNonZeroFlagPassesOnTheSecondsAsTheyStand) {
-    const struct {
-        int flag;
-        int seconds;
-    } cases[] = {{1, 30}, {5, -3}, {-1, 0}, {2, 2147483647}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.flag);
-        RecordingLogger::Clear();
-        ScriptedPolicyStore::Publish(kId,
-                                     {{"PolicyName", "p"},
-                                      {"AutoCloseDisplayerFlag", std::to_string(c.flag)},
-                                      {"AutoCloseDisplayerSecond", std::to_string(c.seconds)}});
-        EXPECT_EQ(ZnAutoCloseDisplayerVek::ReadVekAutoCloseDisplayer(kId), c.seconds);
-        EXPECT_THAT(
-            RecordingLogger::Records(),
-            ElementsAre(CloseProgress("terminalId=4711"),
-                        CloseProgress("AutoCloseDisplayerFlag=" + std::to_string(c.flag) +
-                                      ",AutoCloseDisplayerSecond=" + std::to_string(c.seconds))));
-    }
-}
-
-TEST_F(AutoCloseDisplayer, ItemsAreReadInAFixedOrder) {
-    ScriptedPolicyStore::Publish(
-        kId,
-        {{"PolicyName", "p"}, {"AutoCloseDisplayerFlag", "1"}, {"AutoCloseDisplayerSecond", "1"}});
-    ZnAutoCloseDisplayerVek::ReadVekAutoCloseDisplayer(kId);
-    EXPECT_THAT(ScriptedPolicyStore::Calls(),
-                ElementsAre("load 4711", "text PolicyName", "int AutoCloseDisplayerFlag",
-                            "int AutoCloseDisplayerSecond"));
-}
-
-TEST_F(AutoCloseDisplayer, RecordsNameTheirSource) {
-    ZnAutoCloseDisplayerVek::ReadVekAutoCloseDisplayer(kId);
-    EXPECT_THAT(RecordingLogger::Origins(),
-                AllOf(Not(IsEmpty()), Each(Field(&LogOrigin::file, "ZnAutoCloseDisplayer.cpp"))));
-}
-
-TEST_F(AutoCloseDisplayer, AMissingPolicyIsAFailureAndGivesZero) {
-    EXPECT_EQ(ZnAutoCloseDisplayerVek::ReadVekAutoCloseDisplayer(kId), 0);
-    EXPECT_THAT(RecordingLogger::Records(),
-                ElementsAre(CloseProgress("terminalId=4711"),
-                            Failure("ReadVekAutoCloseDisplayer",
-                                    "LoadPolicyShareMemory Failed:terminalId=4711")));
-}
-
-TEST_F(AutoCloseDisplayer, AMissingItemOrAFlagOfZeroIsNoticedAndGivesZero) {
-    struct Case {
-        ScriptedPolicyStore::Items items;
-        std::string notice;
-    };
-    const Case cases[] = {
-        {{{"AutoCloseDisplayerFlag", "1"}, {"AutoCloseDisplayerSecond", "9"}}, "PolicyName Failed"},
-        {{{"PolicyName", "p"}, {"AutoCloseDisplayerSecond", "9"}},
-         "get AutoCloseDisplayerFlag Failed"},
-        {{{"PolicyName", "p"}, {"AutoCloseDisplayerFlag", "x"}, {"AutoCloseDisplayerSecond", "9"}},
-         "get AutoCloseDisplayerFlag Failed"},
-        {{{"PolicyName", "p"}, {"AutoCloseDisplayerFlag", "0"}, {"AutoCloseDisplayerSecond", "9"}},
-         "Auto Close Displayer is closed"},
-        {{{"PolicyName", "p"}, {"AutoCloseDisplayerFlag", "1"}},
-         "get AutoCloseDisplayerSecond Failed"},
-        {{{"PolicyName", "p"}, {"AutoCloseDisplayerFlag", "1"}, {"AutoCloseDisplayerSecond", "x"}},
-         "get AutoCloseDisplayerSecond Failed"},
-    };
-    ScriptedPolicyStore::ScribbleOnFailure("scribble", 99);
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.notice);
-        RecordingLogger::Clear();
-        ScriptedPolicyStore::Publish(kId, c.items);
-        EXPECT_EQ(ZnAutoCloseDisplayerVek::ReadVekAutoCloseDisplayer(kId), 0);
-        EXPECT_THAT(RecordingLogger::Records(),
-                    ElementsAre(CloseProgress("terminalId=4711"), CloseProgress(c.notice)));
-    }
 }
