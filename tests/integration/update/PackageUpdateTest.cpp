@@ -2,7 +2,9 @@
 // written in a mount namespace of this program's own.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
@@ -10,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "ChildProcess.h"
 #include "PolicyStore.h"
 #include "PrivateMounts.h"
 #include "RealZips.h"
@@ -293,6 +296,28 @@ TEST_F(PackageUpdate, TheTargetOfUnpackingEndsAtTheFirstZipOfTheName) {
         MakeZip(temporary_ / "zips/" + c.name, {{"file", c.name}});
         EXPECT_EQ(ZnVcUpdate::UnZipVcPackage(temporary_ / "zips/" + c.name), kSuccess);
         EXPECT_EQ(ReadFile(temporary_ / "zips/" + c.target + "/file"), c.name);
+    }
+}
+
+// A file that the command opens would take the number of a closed descriptor and receive what the
+// command prints.
+TEST_F(PackageUpdate, ClosedStandardDescriptorsDoNotCorruptUnpackedFiles) {
+    const std::map<std::string, std::string> files = {
+        {"a", std::string(100, 'a')}, {"b", std::string(1000, 'b')}, {"c", "c"}};
+    const std::string zip = temporary_ / "zips/a.zip";
+    MakeZip(zip, files);
+    const std::set<int> cases[] = {{0}, {1}, {2}, {0, 1}, {0, 2}, {1, 2}, {0, 1, 2}};
+    for (const std::set<int>& closed : cases) {
+        SCOPED_TRACE(testing::PrintToString(closed));
+        fs::remove_all(temporary_ / "zips/a");
+        const ProcessResult result = RunInChild([&] {
+            std::for_each(closed.begin(), closed.end(), close);
+            std::exit(ZnVcUpdate::UnZipVcPackage(zip) == kSuccess ? 0 : 1);
+        });
+        EXPECT_TRUE(result.Succeeded());
+        for (const auto& [name, text] : files) {
+            EXPECT_EQ(ReadFile(temporary_ / ("zips/a/" + name)), text);
+        }
     }
 }
 

@@ -1,6 +1,13 @@
 // The package tree, the directories of one package, splitting paths, running commands.
-#include <filesystem>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <cstdlib>
+#include <filesystem>
+#include <set>
+
+#include "ChildProcess.h"
 #include "UpdateTest.h"
 
 using testing::AllOf;
@@ -66,6 +73,45 @@ TEST_F(ShellCall, TheResultIsZeroWhateverTheCommandDid) {
     for (const int status : {0, 256, 127 * 256, 9, -1}) {
         ScriptedServices::Get().shell = [=](const std::string&) { return status; };
         EXPECT_EQ(ZnVcUpdate::ShellCall("false", "", 0), kSuccess);
+    }
+}
+
+// Runs a command in a child whose descriptors `closed` are closed. Returns whether, while it runs,
+// those are open on /dev/null and inherited, the others are untouched, and nothing else is open.
+static bool CommandGetsStandardDescriptors(const std::set<int>& closed) {
+    const auto check = [&closed] {
+        const int firstFree = fcntl(STDIN_FILENO, F_DUPFD, 3);
+        close(firstFree);
+        struct stat expected[3] = {};
+        for (const int descriptor : {0, 1, 2}) {
+            if (closed.count(descriptor) == 0) {
+                fstat(descriptor, &expected[descriptor]);
+            } else {
+                close(descriptor);
+                stat("/dev/null", &expected[descriptor]);
+            }
+        }
+        bool good = false;
+        ScriptedServices::Get().shell = [&](const std::string&) {
+            good = fcntl(firstFree, F_GETFD) == -1;
+            for (const int descriptor : {0, 1, 2}) {
+                struct stat now = {};
+                good = good && fstat(descriptor, &now) == 0 &&
+                       now.st_dev == expected[descriptor].st_dev &&
+                       now.st_ino == expected[descriptor].st_ino && fcntl(descriptor, F_GETFD) == 0;
+            }
+            return 0;
+        };
+        ZnVcUpdate::ShellCall("true", "", 0);
+        std::exit(good ? 0 : 1);
+    };
+    return RunInChild(check).Succeeded();
+}
+
+TEST_F(ShellCall, OpensClosedStandardDescriptorsOnDevNull) {
+    const std::set<int> cases[] = {{}, {0}, {1}, {2}, {0, 1}, {0, 2}, {1, 2}, {0, 1, 2}};
+    for (const std::set<int>& closed : cases) {
+        EXPECT_TRUE(CommandGetsStandardDescriptors(closed)) << testing::PrintToString(closed);
     }
 }
 

@@ -1,6 +1,9 @@
 // Directories of the package tree, package records, local zips.
 #include "ZnVcUpdate.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <climits>
@@ -66,12 +69,26 @@ static int CreateDirectories(std::string path) {
     return kSuccess;
 }
 
+// Opens those of the descriptors 0 to 2 that are closed, on /dev/null. Otherwise a file that a
+// command opens would get such a number and receive what the command prints.
+static void OpenStandardDescriptors() {
+    int descriptor = open("/dev/null", O_RDWR | O_CLOEXEC);
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
+        fcntl(descriptor, F_SETFD, 0);  // for the command as well
+        descriptor = open("/dev/null", O_RDWR | O_CLOEXEC);
+    }
+    if (descriptor >= 0) {
+        close(descriptor);
+    }
+}
+
 int ZnVcUpdate::ShellCall(std::string exeName, std::string args, int timeoutMs) {
     ZN_LOG(LogLevelInfo, "exeName=%s,args=%s,timeoutMs=%d", exeName.c_str(), args.c_str(),
            timeoutMs);
     const std::string cmd = exeName + " " + args;
     ZN_LOG(LogLevelInfo, "cmd=%s", cmd.c_str());
-    // The command's outcome is deliberately not looked at: callers check what it left behind.
+    OpenStandardDescriptors();
+    // The command's outcome is deliberately ignored: callers check what it left behind.
     [[maybe_unused]] const int status = system(cmd.c_str());
     return kSuccess;
 }
