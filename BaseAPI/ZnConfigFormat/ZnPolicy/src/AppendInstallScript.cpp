@@ -1,4 +1,4 @@
-// Installation of one unpacked package by its manifest.
+// Installs one unpacked package by its manifest.
 #include <cstdio>
 #include <cstring>
 #include <set>
@@ -18,7 +18,7 @@ static const std::string SP = "/";
 static const char VEK_MICROSERVICES_VM_SERVER_VC_UPDATED_MARK[] =
     "/usr/local/vornserver/bin/microservices/vcUpdated.mark";
 
-// Reads one value of the manifest; false when it is missing.
+// Reads one value of the manifest. Returns false when it is missing.
 static bool ReadManifest(const std::string& section, const std::string& key,
                          const std::string& fileListIni, std::string& value) {
     char buffer[260] = {};
@@ -31,8 +31,8 @@ static bool ReadManifest(const std::string& section, const std::string& key,
     return true;
 }
 
-// Adds the elements of a comma-separated list to `out`. An empty element ends the list and blanks
-// are part of a name, both deliberately: packages are written to this.
+// Adds the elements of a comma-separated list to `out`. Deliberately, an empty element ends the
+// list and blanks are part of a name: packages rely on both.
 static void SplitString(std::string text, std::set<std::string>& out) {
     text += ',';
     size_t start = 0;
@@ -46,8 +46,9 @@ static void SplitString(std::string text, std::set<std::string>& out) {
     }
 }
 
-// Installs one file: keeps what it replaces as ".bak" and leaves a file alone that is in place
-// already.
+// Installs one file, unless the destination has the same content already. A replaced file is kept
+// as
+// ".bak".
 static int InstallFile(const std::string& dstDir, const std::string& srcDir,
                        const std::string& name) {
     const std::string src = srcDir + name;
@@ -60,7 +61,7 @@ static int InstallFile(const std::string& dstDir, const std::string& srcDir,
         ZN_LOG(LogLevelError, "Not Find:src_filename=%s", src.c_str());
         return kFailure;
     }
-    // One generation is kept: the old backup goes even if the file turns out to be unchanged.
+    // One generation is kept: the old backup is deleted even if the file turns out to be unchanged.
     if (FileExists(dstBak)) {
         if (ZnFile::RemoveFile(dstBak.c_str()) != 0) {
             ZN_LOG(LogLevelError, "RemoveFile Failed:dst_filename_bak=%s", dstBak.c_str());
@@ -90,14 +91,14 @@ static int InstallFile(const std::string& dstDir, const std::string& srcDir,
         return kFailure;
     }
     ZN_LOG(LogLevelInfo, "copy %s %s", src.c_str(), dst.c_str());
-    // The paths run together in the mark file, without a separator: its readers expect that.
+    // Deliberately without a separator: readers of the mark file expect the paths run together.
     ZnFile::AppendWriteFile(VEK_MICROSERVICES_VM_SERVER_VC_UPDATED_MARK, dst.data(),
                             static_cast<long long>(dst.size()));
     return kSuccess;
 }
 
-// Installs the files of one destination directory. The mark file starts anew for each, so it ends
-// up with the paths of the last directory only: deliberate, its readers expect that.
+// Installs the files of one destination directory. Deliberately, the mark file is rewritten for
+// each directory: its readers expect the paths of the last one only.
 static int InstallFile(std::string dstDir, std::string srcDir, std::set<std::string> fileNames) {
     ZnFile::RemoveFile(VEK_MICROSERVICES_VM_SERVER_VC_UPDATED_MARK);
     if (FileExists(VEK_MICROSERVICES_VM_SERVER_VC_UPDATED_MARK)) {
@@ -181,8 +182,8 @@ int ZnVcUpdate::ExecuteInstallCommand(std::string filePrefix, std::string vekTel
         ZN_LOG(LogLevelError, "Invalid PackageIntallType");
         return kFailure;
     }
-    // A request matches when the manifest's platform begins with it, deliberately: "x86" asks for
-    // any kind of it.
+    // Deliberately, a request matches when the manifest's platform begins with it: "x86" matches
+    // "x86_64".
     if (std::strncmp(vekTellPlatform.c_str(), platform.c_str(), vekTellPlatform.size()) != 0) {
         ZN_LOG(LogLevelError, "Not Match:vekTellPlatform=%s,platform=%s", vekTellPlatform.c_str(),
                platform.c_str());
@@ -202,8 +203,7 @@ int ZnVcUpdate::AppendInstallScript(ZnSide side, std::string zipfile, std::strin
         ZN_LOG(LogLevelError, "Not Find zipfile=%s", zipfile.c_str());
         return kFailure;
     }
-    // The machine's platform does not change while the process lives; looked up once, deliberately
-    // with the side of the first call.
+    // Deliberately looked up once per process, with the side of the first call.
     static const std::string platform = GetModelPlatform(side);
     if (platform.size() < 2 || vekTellPlatform.size() < 2 ||
         std::strcmp(platform.c_str(), vekTellPlatform.c_str()) != 0) {

@@ -1,5 +1,5 @@
-// Which package zips an installation selects: the rules that the installer and everything that
-// predicts it share.
+// The rules by which an installation selects package zips, shared with the program's installation
+// plan.
 #pragma once
 
 #include <cstddef>
@@ -12,14 +12,14 @@
 #include "ZnPackageInfo.h"
 #include "ZnSide.h"
 
-// The text of a record's field, at most `limit` characters. A record that came in a message may
-// lack the terminator.
+// Returns the text of a record's field, at most `limit` characters. A field of a record that came
+// in a message may lack its NUL.
 template <std::size_t N>
 std::string_view FieldText(const char (&field)[N], std::size_t limit = N) {
     return {field, strnlen(field, limit)};
 }
 
-// The part of a path that marks a zip of this side; null for a value that is no side.
+// Returns the substring that marks a path as a zip of `side`, or null for an invalid side.
 inline const char* SideMark(ZnSide side) {
     switch (side) {
         case SERVER_SIDE:
@@ -30,21 +30,20 @@ inline const char* SideMark(ZnSide side) {
     return nullptr;
 }
 
-// Whether `path` is a package zip of `side`. Both marks may occur anywhere in the path.
+// Whether `path` is a zip of `side`: it contains the side's mark and ".zip", anywhere.
 inline bool IsZipOfSide(const std::string& path, ZnSide side) {
     const char* const mark = SideMark(side);
     return mark != nullptr && path.find(mark) != std::string::npos &&
            path.find(".zip") != std::string::npos;
 }
 
-// Whether `path` is a release bundle: a zip that brings in package zips and is not installed
-// itself.
+// Whether `path` is a release bundle: a zip of package zips, unpacked but not installed itself.
 inline bool IsReleaseBundle(const std::string& path) {
     return path.find("_Release.zip") != std::string::npos;
 }
 
-// The records of an installation by the digest of their zip. It refers to the records, which must
-// outlive it.
+// An index of records by the digest of their zip, so that a selection costs little beside hashing
+// the zips (the bound of the benchmark list). The records must outlive it.
 class RecordsByDigest {
    public:
     explicit RecordsByDigest(const std::vector<ZnPackageInfo>& records) {
@@ -53,7 +52,7 @@ class RecordsByDigest {
         }
     }
 
-    // The records, in their order, whose digest equals `digest` in its first 64 characters.
+    // Returns the records, in their order, whose digest equals `digest` in its first 64 characters.
     const std::vector<const ZnPackageInfo*>& Find(const std::string& digest) const {
         static const std::vector<const ZnPackageInfo*> kNone;
         const auto found = index_.find({digest.c_str(), strnlen(digest.c_str(), kDigestLength)});

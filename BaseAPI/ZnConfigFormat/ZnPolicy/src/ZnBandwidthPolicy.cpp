@@ -1,6 +1,5 @@
 #include "ZnBandwidthPolicy.h"
 
-#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -20,7 +19,7 @@ void ZnBandwidthPolicy::ReadBandwidthPolicy(int terminalId) {
     ZnXml xml;
     PolicyCfgItemValue item;
     memset_s(&item, sizeof item, 0, sizeof item);
-    private_->Clear();  // before anything is read: a failure below leaves no old allowance behind
+    private_->Clear();  // first, so that no failure below leaves old allowances
     if (!xml.LoadPolicyShareMemory(terminalId)) {
         ZN_LOG(LogLevelError, "LoadPolicyShareMemory Failed:terminalId=%d", terminalId);
         return;
@@ -47,23 +46,18 @@ int ZnBandwidthPolicy::CalculateModuleAllowedBandwidth(int totalBandwidth, std::
                                                             item);
 }
 
-// The plain name of a module. A name that contains "Zn" and one of these names, side by side and
-// anywhere, stands for that module; of several, the first in this list counts.
+// Reduces a framework module name, found anywhere in `name`, to the plain name of its module. Of
+// several, the first in the list counts.
 static std::string_view PlainModuleName(std::string_view name) {
-    constexpr std::string_view kPrefixed[] = {"Audio",   "Camera",  "Clipboard", "Display",
-                                              "FdRedir", "Printer", "Total"};
     constexpr std::string_view kPrefix = "Zn";
-    size_t first = std::size(kPrefixed);
-    for (size_t at = name.find(kPrefix); at != std::string_view::npos;
-         at = name.find(kPrefix, at + 1)) {
-        const std::string_view rest = name.substr(at + kPrefix.size());
-        for (size_t i = 0; i < first; ++i) {
-            if (rest.substr(0, kPrefixed[i].size()) == kPrefixed[i]) {
-                first = i;
-            }
+    constexpr std::string_view kModules[] = {"ZnAudio",   "ZnCamera",  "ZnClipboard", "ZnDisplay",
+                                             "ZnFdRedir", "ZnPrinter", "ZnTotal"};
+    for (const std::string_view module : kModules) {
+        if (name.find(module) != std::string_view::npos) {
+            return module.substr(kPrefix.size());
         }
     }
-    return first < std::size(kPrefixed) ? kPrefixed[first] : name;
+    return name;
 }
 
 int ZnBandwidthPolicy::GetBandwidthBytesPerSec(const char* moduleName) {

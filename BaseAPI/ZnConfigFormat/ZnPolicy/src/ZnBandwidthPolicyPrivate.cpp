@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <iterator>
 #include <set>
-#include <utility>
 #include <vector>
 
 #include "RedirectionModules.h"
@@ -17,20 +16,21 @@ static const std::set<std::string> MODULE_NAME(std::begin(kRedirectionModules),
 std::string GetCfgName(std::string moduleName, CfgNameType type) {
     switch (type) {
         case BANDWIDTH_SPECIFIED:
-            return std::move(moduleName) + "BandwidthSpecified";
+            return moduleName + "BandwidthSpecified";
         case BANDWIDTH:
-            return std::move(moduleName) + "Bandwidth";
+            return moduleName + "Bandwidth";
         case BANDWIDTH_PERCENT_SPECIFIED:
-            return std::move(moduleName) + "BandwidthPercentSpecified";
+            return moduleName + "BandwidthPercentSpecified";
         case BANDWIDTH_PERCENT:
-            return std::move(moduleName) + "BandwidthPercent";
+            return moduleName + "BandwidthPercent";
     }
     return "";
 }
 
 namespace {
 
-// A module with the names of its items, made once: a policy is read often.
+// A module with the names of its items. They are made once, for the bound of the benchmark
+// bandwidth-read.
 struct ModuleItems {
     std::string module;
     std::string bandwidthSpecified;
@@ -61,13 +61,13 @@ bool ReadItems(ZnXml& xml, const ModuleItems& names, PolicyCfgItemValue& item) {
            xml.GetXmlContent(names.bandwidthPercent.c_str(), item.bandwidthPercent);
 }
 
-// A 32-bit signed product that wraps instead of overflowing.
+// A 32-bit signed product that wraps around on overflow.
 int32_t WrappingProduct(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
 }
 
 bool PercentCounts(int totalBandwidth, const PolicyCfgItemValue& item) {
-    // A negative percentage passes deliberately: only values above 100 are out of range.
+    // Deliberately without a lower limit: a negative percentage counts.
     return totalBandwidth > 0 && item.bandwidthPercentSpecified != 0 &&
            item.bandwidthPercent != 0 && item.bandwidthPercent <= 100;
 }
@@ -104,7 +104,8 @@ int ZnBandwidthPolicyPrivate::CalculateModuleAllowedBandwidthPrivate(int totalBa
     if (PercentCounts(totalBandwidth, item)) {
         const int32_t product = WrappingProduct(item.bandwidthPercent, totalBandwidth);
         const int32_t share = product / 100;
-        // The smaller limit wins, but a share below one unit never replaces an absolute limit.
+        // The smaller limit wins, but a share of less than one unit never replaces an absolute
+        // limit.
         if (allowed == 0 || (product >= 100 && share < allowed)) {
             allowed = share;
         }

@@ -9,7 +9,7 @@
 #include "PolicyCfgItemValue.h"
 #include "ZnXml.h"
 
-// Which of a module's four policy items. Any other value names none.
+// Selects one of the four policy items of a module.
 enum CfgNameType : int {
     BANDWIDTH_SPECIFIED = 1,
     BANDWIDTH = 2,
@@ -17,8 +17,8 @@ enum CfgNameType : int {
     BANDWIDTH_PERCENT = 4,
 };
 
-// The name of a module's policy item: "Audio" and BANDWIDTH give "AudioBandwidth". "" for a type
-// outside 1 to 4.
+// Returns the name of a module's policy item: "AudioBandwidth" for "Audio" and BANDWIDTH; "" for a
+// type outside 1 to 4.
 std::string GetCfgName(std::string moduleName, CfgNameType type);
 
 class ZnBandwidthPolicyPrivate {
@@ -26,14 +26,14 @@ class ZnBandwidthPolicyPrivate {
     // Empties the table.
     void Clear();
 
-    // Sets the allowance of a module; kilobits per second become bytes per second.
+    // Sets the allowance of a module, given in kilobits per second and kept in bytes per second.
     void SetAllowance(const std::string& moduleName, int kilobitsPerSecond);
 
-    // The allowance of a module in bytes per second, or 0 when it has none.
+    // Returns the allowance of a module in bytes per second, or 0 when it has none.
     int Allowance(std::string_view moduleName) const;
 
-    // Reads every module from a loaded accessor and applies it; `item` is scratch space. A module
-    // that lacks one of its four items is passed over.
+    // Reads and applies all modules from the loaded accessor `xml`; `item` is scratch space. A
+    // module without all of its four items is skipped.
     void ReadSubs(ZnXml& xml, PolicyCfgItemValue& item, int totalBandwidth);
 
     // See ZnBandwidthPolicy::CalculateModuleAllowedBandwidth.

@@ -1,11 +1,11 @@
-// The library's one test of existence.
+// The library's test for existence.
 #pragma once
 
 #include <unistd.h>
 
 #include <string>
 
-// Whether there is anything at `path` (links are followed).
+// Whether `path` exists; links are followed.
 inline bool FileExists(const std::string& path) {
     return access(path.c_str(), F_OK) == 0;
 }

@@ -1,9 +1,9 @@
-// How the library's sources write a log record.
+// Logging for the library's sources.
 #pragma once
 
 #include "ZnLogger.h"
 
-// Writes one record in the name of the function it stands in. `level` is a LogLevel; a printf
-// format and its arguments follow. Not for lambdas: their __func__ is not the function's name.
+// Writes one record with the name of the enclosing function, a LogLevel, a printf format and its
+// arguments. Not for lambdas, whose __func__ is "operator()".
 #define ZN_LOG(level, ...) \
     ZnLogger::GetInstance()->Log(__FILE__, __LINE__, __func__, " ", "", level, __VA_ARGS__)

@@ -1,4 +1,4 @@
-// What operations that report an outcome return.
+// Results of operations that report an outcome.
 #pragma once
 
 constexpr int kSuccess = 0;

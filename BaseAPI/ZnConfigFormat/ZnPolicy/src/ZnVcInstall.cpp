@@ -17,8 +17,8 @@ static const std::string SP = "/";
 
 // --- Platform model ---
 
-// Removes surrounding blanks, tabs and line ends. A value of nothing else is left as it is,
-// deliberately: it is no platform, but the log shows what was found.
+// Removes surrounding blanks, tabs and line ends. Deliberately leaves a value of nothing else
+// unchanged, so that the log shows what was found.
 static std::string Trimmed(std::string value) {
     static const char* const kBlanks = " \t\n\r";
     const size_t last = value.find_last_not_of(kBlanks);
@@ -46,7 +46,7 @@ std::string ZnVcUpdate::GetModelPlatform(ZnSide side) {
 
 // --- Install list ---
 
-// The zips of one side, in listing order.
+// Returns the zips of one side, in listing order.
 static std::vector<std::string> TidyCheckZipFiles(ZnSide side,
                                                   const std::vector<std::string>& files) {
     std::vector<std::string> tidyZipFiles;
@@ -59,8 +59,8 @@ static std::vector<std::string> TidyCheckZipFiles(ZnSide side,
     return tidyZipFiles;
 }
 
-// Unpacks the release bundles: each once for every record whose download address names it, ignoring
-// the result. Both are deliberate: a bundle only brings in more files.
+// Unpacks each release bundle once for every record whose download address contains its name.
+// Deliberately ignores the result: a bundle only adds files.
 static void FirstOfAllUnReleaseZip(const std::vector<std::string>& zipFiles,
                                    const std::vector<ZnPackageInfo>& packages) {
     for (const std::string& path : zipFiles) {
@@ -79,8 +79,8 @@ static void FirstOfAllUnReleaseZip(const std::vector<std::string>& zipFiles,
     }
 }
 
-// Unpacks and installs every package zip whose digest is that of a record, once for each such
-// record. A failed installation has been logged and does not stop the others.
+// Unpacks and installs each package zip once for every record with its digest. A failed
+// installation has been logged and does not stop the others.
 static int UnZipAllInnerPackageZip(ZnSide side, const std::vector<std::string>& zipFiles,
                                    const std::vector<ZnPackageInfo>& packages) {
     const RecordsByDigest records(packages);
@@ -111,7 +111,7 @@ int ZnVcUpdate::BuildVcInstallList(std::string rootDir, ZnSide side,
     }
     std::vector<std::string> files;
     ZnFile::ScanDirectoriesFiles(packageDirectory, files);
-    // Fixed here: what a release bundle brings in is for the next call.
+    // Listed before any unpacking: zips from release bundles are left to the next call.
     const std::vector<std::string> tidyZipFiles = TidyCheckZipFiles(side, files);
     if (tidyZipFiles.empty()) {
         ZN_LOG(LogLevelError, "Invalid:tidyZipFiles.size");

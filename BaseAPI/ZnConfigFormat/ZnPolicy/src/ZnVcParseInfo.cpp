@@ -1,4 +1,4 @@
-// Session flags, reconnection, login hint and the virtual-channel plugin list.
+// Readers of session flags, reconnection, login hint and the virtual-channel plugin list.
 #include <algorithm>
 #include <cstdlib>
 #include <string>
@@ -60,7 +60,7 @@ void ZnVcVek::ZnReadVekReconnectPolicy(int terminalId, AutoReconnect& reconnect)
            reconnect.reconnectInterval, reconnect.reconnectKeepliveTime);
 }
 
-// Fills `rule` with the customisation rule of the terminal; leaves it empty when customisation is
+// Reads the customisation rule of the terminal into `rule`, which stays empty when customisation is
 // off or cannot be read.
 static void GetCustomizationPolicy(int terminalId, ZnJson::Value& rule) {
     ZnXml xml;
@@ -124,9 +124,10 @@ void ZnVcVek::ZnReadVekVcPolicy(int terminalId, std::string& vcInfo) {
     ZN_LOG(LogLevelInfo, "vccEnable=%d,vcInfo=%s", vccEnable, vcInfo.c_str());
 }
 
-// The non-empty pieces of `str` between separators, in `out`. They point into `str`, whose
-// separators become terminators: each piece is a C string as well. Two rules are deliberate: an
-// empty `str` leaves `out` as it was, and a leading separator discards the whole string.
+// Splits `str` at `sep` into its non-empty pieces. Deliberately, an empty `str` leaves `out` as it
+// was, and a leading separator discards the whole string. The pieces are views of `str`, whose
+// separators are overwritten with NULs, so that each is a C string too: with strings of their own,
+// parsing would exceed the bound of the benchmark vc-parse.
 static void SplitString(std::string& str, char sep, std::vector<std::string_view>& out) {
     if (str.empty()) {
         return;
@@ -170,8 +171,8 @@ int ZnVcVek::ZnParseVekVcItems(std::string vekVcStr, std::vector<VekVcItems>& it
     }
     std::vector<std::string_view> pieces;
     SplitString(vekVcStr, ',', pieces);
-    // Room for all at once, but for no more than the longest valid list of this length has.
-    constexpr size_t kShortestItem = 2 * kFieldCount;  // one character a field, each with its mark
+    // Also for the bound of vc-parse; no more room than a valid list of this length can need.
+    constexpr size_t kShortestItem = 2 * kFieldCount;
     items.reserve(std::min(pieces.size(), vekVcStr.size() / kShortestItem + 1));
 
     std::string item;
@@ -188,7 +189,7 @@ int ZnVcVek::ZnParseVekVcItems(std::string vekVcStr, std::vector<VekVcItems>& it
             ZN_LOG(LogLevelInfo, "Invalid:policy.size=%d", static_cast<int>(fields.size()));
             return kFailure;
         }
-        // Fields beyond the seventh are not stored, yet their length counts as well.
+        // Fields after the seventh are not stored, but their lengths are checked.
         for (size_t i = 0; i < fields.size(); ++i) {
             if (fields[i].empty() || fields[i].size() > kFieldMax) {
                 items.clear();
@@ -208,7 +209,7 @@ int ZnVcVek::ZnParseVekVcItems(std::string vekVcStr, std::vector<VekVcItems>& it
 }
 
 bool ZnVcVek::CheckModuleId(int moduleId) {
-    // Only the low four bits carry the kind of module; the mask is deliberate.
+    // The mask is deliberate: only the low four bits hold the kind of module.
     const unsigned kind = static_cast<unsigned>(moduleId) & 0xFU;
     return kind == 10 || kind == 11;
 }

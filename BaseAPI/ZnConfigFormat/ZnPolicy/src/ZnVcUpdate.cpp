@@ -37,13 +37,13 @@ static std::string MicroservicesDirectory() {
     return ZnSysInfo::GetCurrentProcessDirectory() + SP + "microservices" + SP;
 }
 
-// The separator before "Package" is doubled, deliberately: the text appears in log records and is
-// compared as it stands.
+// The separator before "Package" is doubled deliberately: the path appears in log records and is
+// compared literally.
 static std::string PackageDirectory(const std::string& microservicesDirectory) {
     return microservicesDirectory + SP + "Package" + SP;
 }
 
-// The name without ".zip" and all that follows its first occurrence.
+// Returns the name up to its first ".zip".
 static std::string ThinName(const std::string& name) {
     return name.substr(0, name.find(".zip"));
 }
@@ -52,7 +52,7 @@ static bool Contains(const std::string& text, const char* part) {
     return text.find(part) != std::string::npos;
 }
 
-// Creates the directory unless it exists; whether it exists afterwards.
+// Creates the directory unless it exists. Returns whether it exists afterwards.
 static bool MakeDirectory(const std::string& path) {
     if (FileExists(path)) {
         return true;
@@ -123,7 +123,7 @@ int ZnVcUpdate::ZnCreateMicroservicePackagePath(std::string subDirName, std::str
     const std::string thinFilePath = ThinName(packageName);
     ZN_LOG(LogLevelInfo, "thinFilePath=%s", thinFilePath.c_str());
     if (!Contains(packageName, "Client")) {
-        // Server packages get no directory of their own here, deliberately.
+        // Deliberately, server packages get no directory of their own here.
         if (Contains(packageName, "Server")) {
             return kSuccess;
         }
@@ -160,7 +160,7 @@ static bool LooksLikeUpdateDescription(const std::string& text) {
            Contains(text, "packageName");
 }
 
-// Takes the update description as plain text or Base64 of it, checks it and stores it.
+// Takes the update description, plain or as Base64, checks it and stores it.
 static int ConvertVcDetail(std::string originalInfo, std::string& vekJsonUpdateInfo) {
     if (originalInfo.size() < 2) {
         ZN_LOG(LogLevelError, "Invalid originalInfo.size");
@@ -241,8 +241,8 @@ int ZnVcUpdate::ZnVmVekJsonUpdateInfo(int terminalId, std::string& vekJsonUpdate
     return ConvertVcDetail(originalInfo, vekJsonUpdateInfo);
 }
 
-// Copies `source` into one text field of a record. A value that is empty or does not fit leaves the
-// field empty without a word, deliberately: the record is still of use.
+// Copies `source` into one text field of a record. Deliberately, a value that is empty or does not
+// fit leaves the field empty without a log record: the record is still useful.
 template <size_t N>
 static int HereDupCp(const std::string& source, char (&field)[N]) {
     if (source.empty() || source.size() > N - 1) {
@@ -283,7 +283,7 @@ const PackageTexts g_memberNames = {
     "packageName", "sha256Hash",       "size",
 };
 
-// Fills the record's text fields and returns the sum of the copies' results.
+// Fills the text fields of the record. Returns the sum of the results of the copies.
 int FillTexts(const PackageTexts& values, ZnPackageInfo& info) {
     int sum = HereDupCp(values[APPLICATION], info.application);
     sum += HereDupCp(values[DESCRIPTION], info.description);
@@ -298,7 +298,8 @@ int FillTexts(const PackageTexts& values, ZnPackageInfo& info) {
     return sum;
 }
 
-// atoi without its undefined range: a number beyond `long` saturates, then the low 32 bits count.
+// Like atoi, but defined for every number: it saturates at the range of `long` and is then
+// truncated to 32 bits.
 int32_t TextToInt(const std::string& text) {
     return static_cast<int32_t>(std::strtol(text.c_str(), nullptr, 10));
 }
@@ -400,8 +401,8 @@ int ZnVcUpdate::ZnScanLocalZipFiles(std::string dirPath,
         ZnPackageInfo info;
         memset_s(&info, sizeof info, 0, sizeof info);
         info.size = fileSize;
-        // A name that does not fit leaves the field empty with a positive code; the record counts
-        // all the same, so that its digest is known.
+        // A name that does not fit gives a positive code and an empty field. The record is listed
+        // nevertheless, for its digest.
         if (strcpy_s(info.packageName, sizeof info.packageName, name.c_str()) +
                 strcpy_s(info.sha256Hash, sizeof info.sha256Hash, sha.c_str()) <
             0) {
