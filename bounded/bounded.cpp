@@ -12,7 +12,7 @@ const unsigned char g_allFF[32] = {
 
 namespace {
 
-// Up to here, a fill or copy is cheaper inline than through a library call.
+// Fills and copies of up to this many bytes are done inline, without a library call.
 constexpr size_t kInlineMax = 32;
 
 const unsigned char g_allZero[sizeof g_allFF] = {};
@@ -21,8 +21,8 @@ bool IsAligned(const void* pointer) {
     return reinterpret_cast<uintptr_t>(pointer) % 8 == 0;
 }
 
-// Copies `count` bytes in the largest words that fit. Constant sizes make each step a load and a
-// store, whatever the alignment.
+// Copies `count` bytes in the largest words that fit. With constant sizes each step compiles to one
+// load and one store.
 inline void CopyWords(unsigned char* dest, const unsigned char* src, size_t count) {
     size_t at = 0;
     for (; count - at >= 8; at += 8) {
@@ -60,7 +60,7 @@ inline int Fill(void* dest, int c, size_t count) {
     return BOUNDED_OK;
 }
 
-// Why a fill is refused; the order of the checks is part of the contract.
+// Classifies a refused fill; the order of the checks is part of the contract.
 [[gnu::cold]] int FillError(void* dest, size_t destMax, int c) {
     if (destMax == 0 || destMax > BOUNDED_MAX) {
         return BOUNDED_ERANGE;
@@ -90,8 +90,8 @@ inline void CopyShort(char* dest, const char* src, size_t count) {
     }
 }
 
-// The length of `src`, or `destMax` (at least 1) when it does not end before. Many fields are
-// empty; these cost no call.
+// Returns the length of `src`, or `destMax` (at least 1) when it is not shorter. The test for an
+// empty string saves the call that the bound of strcpy_s beside libsafec does not leave room for.
 inline size_t LengthWithin(const char* src, size_t destMax) {
     return src[0] == '\0' ? 0 : strnlen(src, destMax);
 }
@@ -113,8 +113,7 @@ int memset_sOptAsm(void* dest, size_t destMax, int c, size_t count) {
 }
 
 int memset_sOptTc(void* dest, size_t destMax, int c, size_t count) {
-    // The upper limit of destMax is deliberately not looked at here: this variant trusts its
-    // caller.
+    // Deliberately without the upper limit of destMax, unlike the other variants.
     if (dest != nullptr && count <= destMax) {
         return Fill(dest, c, count);
     }

@@ -1,10 +1,10 @@
-// Automatic reconnection of a terminal, as its policy gives it.
+// Automatic reconnection of a terminal.
 #pragma once
 
 #include <cstdint>
 
-// Plain record, filled by ZnVcVek::ZnReadVekReconnectPolicy. Both values are the policy's own
-// numbers: no unit is converted and no range is checked.
+// Plain record, filled by ZnVcVek::ZnReadVekReconnectPolicy. The values are those of the policy;
+// neither unit nor range is checked.
 struct AutoReconnect {
     int32_t reconnectInterval;      // policy item "AutoConnectInterval"
     int32_t reconnectKeepliveTime;  // policy item "SessionKeepliveTime"

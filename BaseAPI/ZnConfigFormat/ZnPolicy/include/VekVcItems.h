@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <type_traits>
 
-// Plain record, filled by ZnVcVek::ZnParseVekVcItems from one item of the plugin list; copied
-// bytewise. Texts are NUL-terminated and every byte after their end is zero. What the fields mean
-// is the business of the component that loads the plugin.
+// Plain record, filled by ZnVcVek::ZnParseVekVcItems from one item of the plugin list and copied
+// bytewise. Texts are NUL-terminated, and all bytes after the NUL are zero. The component that
+// loads the plugin defines what the fields mean.
 struct VekVcItems {
     char text1[32];     // field 1
     char text2[32];     // field 2

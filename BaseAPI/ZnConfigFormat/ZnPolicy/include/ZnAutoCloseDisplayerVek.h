@@ -1,14 +1,14 @@
-// Policy on the displayer closing by itself.
+// Policy for closing the displayer automatically.
 #pragma once
 
 #include "ZnExport.h"
 
 class ZN_API ZnAutoCloseDisplayerVek {
    public:
-    // After how many seconds the displayer of `terminalId` closes by itself, or 0 when it does not:
+    // Returns the number of seconds after which the displayer of `terminalId` closes automatically,
+    // exactly as in the policy, so the caller must handle zero and negative numbers. Returns 0 when
     // the policy or one of its items "PolicyName", "AutoCloseDisplayerFlag" and
-    // "AutoCloseDisplayerSecond" is missing, or the flag is 0. The seconds are passed on as read; a
-    // zero or negative number is the caller's to interpret.
-    // Logs its course at level 3 and a missing policy at level 1. Safe from any thread.
+    // "AutoCloseDisplayerSecond" is missing, or the flag is 0. Logs progress and missing items at
+    // level 3, a missing policy at level 1. Thread-safe.
     static int ReadVekAutoCloseDisplayer(int terminalId);
 };

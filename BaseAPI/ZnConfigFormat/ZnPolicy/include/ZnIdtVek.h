@@ -5,8 +5,8 @@
 
 class ZN_API ZnIdtVek {
    public:
-    // The value of the policy item "IntelligentDataTransportFlag" of `sessionId` as it stands,
-    // whatever it is, or 0 when policy or item is missing.
-    // Logs a missing policy or item at level 1, nothing on success. Safe from any thread.
+    // Returns the policy item "IntelligentDataTransportFlag" of `sessionId`, exactly as in the
+    // policy, or 0 when the policy or the item is missing. Logs a missing policy or item at level
+    // 1, nothing on success. Thread-safe.
     static int ReadIdtPolicy(int sessionId);
 };

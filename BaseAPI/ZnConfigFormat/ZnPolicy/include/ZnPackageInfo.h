@@ -5,19 +5,19 @@
 #include <cstdint>
 #include <type_traits>
 
-// Plain record of 876 bytes without pointers, copied bytewise and carried whole in messages: the
-// layout is part of the message format. Texts are NUL-terminated; a text that does not fit its
-// field leaves it empty. In a record taken from a message a text may lack its NUL.
+// Plain record of 876 bytes without pointers, copied bytewise and sent in messages: its layout is
+// part of the message format. Texts are NUL-terminated, except that a record taken from a message
+// may lack the NUL; a text that does not fit its field leaves the field empty.
 struct ZnPackageInfo {
     char application[64];            // application that the plugin belongs to
     char description[128];           // free text
-    char downloadUrl[320];           // where the zip is fetched from
+    char downloadUrl[320];           // address of the zip
     char downloadZipSha256Hash[68];  // SHA-256 of the downloaded zip, hexadecimal
     char releaseDate[32];            // release date
     char microserviceName[32];       // name of the microservice
     char version[32];                // version of the package
     char platform[64];               // platform model that the package is built for
-    char packageName[64];            // package name, or file name of a local zip
+    char packageName[64];            // package name; for a local zip its file name
     char sha256Hash[68];             // SHA-256 of the package zip, hexadecimal
     int32_t size;                    // size of the package zip in bytes
 };

@@ -8,6 +8,6 @@
 
 class ZN_API ZnVcPath {
    public:
-    // Always "": a placeholder of the interface, both arguments are ignored. Logs nothing.
+    // A placeholder: ignores its arguments and returns "". Logs nothing. Thread-safe.
     static std::string ZnVcClientDllFilePath(std::string dir, VekVcItems item);
 };

@@ -1,9 +1,8 @@
 // Update and installation of virtual-channel plugin packages ("microservices").
 //
-// Operations return 0 for success and -10000 for every failure, unless said otherwise. They log
-// their course at level 3 and failures at level 1. Nothing throws on bad input. Operations that
-// work on the package tree or install files are for one caller at a time; the others are safe from
-// any thread.
+// Operations return 0 for success and -10000 for failure, log progress at level 3 and failures at
+// level 1, and throw nothing on bad input, unless noted otherwise. Operations that work on the
+// package tree or install files must not run concurrently; the others are thread-safe.
 #pragma once
 
 #include <string>
@@ -18,93 +17,103 @@ class ZN_API ZnVcUpdate {
    public:
     // --- Directories, paths, commands ---
 
-    // Runs `exeName`, one blank and `args` through the shell and waits for it to end, however long
-    // that takes: `timeoutMs` is only logged. Nothing is quoted: the arguments are the caller's to
-    // make safe. Always returns 0; a caller that needs the outcome looks at the file system.
+    // Runs `exeName` + " " + `args` through the shell and waits for it without a time limit:
+    // `timeoutMs` is only logged. Always returns 0; a caller that needs the outcome checks what the
+    // command left in the file system. Nothing is quoted: the caller makes the arguments safe.
+    // Closed descriptors among 0 to 2 are opened on /dev/null before, and stay open.
     static int ShellCall(std::string exeName, std::string args, int timeoutMs);
 
-    // Makes sure that the tree below the process directory exists: "microservices", in it
-    // "Package", and in that "Client" and "Server". All four are attempted; -10000 when one is
-    // missing at the end, each of them logged by its path.
+    // Creates, below the process directory, "microservices", in it "Package", and in that "Client"
+    // and "Server", as far as they are missing. All four are attempted. -10000 when one could not
+    // be created; each of those is logged by its path.
     static int ZnCreateMicroserviceDirectories();
 
-    // Prepares the directories for one package file name: the tree, `subDirName` in the
-    // microservices directory, and for a name that contains "Client" the package's own directory
-    // below Package/Client, named after the file name up to its first ".zip" with "_Release" added.
-    // A name that contains "Server" (and not "Client") gets no directory of its own. A name with
-    // neither fails, after the tree and the sub-directory have been made.
-    // `microservicesPath` is always set: the microservices directory with a trailing "/".
+    // Creates the directories for the package file `packageName`: the tree above, `subDirName` in
+    // the microservices directory and, when the name contains "Client", the package's own directory
+    // in Package/Client, named after the file name up to its first ".zip" plus "_Release". A name
+    // with "Server" gets no directory of its own; a name with neither fails after the other
+    // directories have been created. Sets `microservicesPath` in any case: the microservices
+    // directory with a trailing "/".
     static int ZnCreateMicroservicePackagePath(std::string subDirName, std::string packageName,
                                                std::string& microservicesPath);
 
-    // Splits `filePath` (up to its first NUL) at the last `separator`: `dirPath` keeps the
-    // separator at its end, `fileName` is what follows. Both are empty when there is no separator.
-    // Logs nothing.
+    // Splits `filePath`, up to its first NUL, after the last `separator` into `dirPath` and
+    // `fileName`. Both are empty when there is no separator. Logs nothing.
     static void SplitFilePath(std::string filePath, std::string& dirPath, std::string& fileName,
                               char separator);
 
-    // Collapses each run of "/" in `path` into one, in place. Logs nothing.
+    // Replaces each run of "/" in `path` with a single one. Logs nothing.
     static void RepairPath(std::string& path);
 
     // --- Package records ---
 
-    // Reads the update description of `terminalId` from its policy (item
-    // "VirtualChannelPluginDetails"; with debugging switched on in the debug INI file, and only
-    // when that item is missing, "ThirdPartyPluginNames"), decodes it when it is Base64, and stores
-    // it in the update-policy file. `vekJsonUpdateInfo` is the JSON text; after a failure it is
-    // what had been reached: "", or a text that was refused or could not be stored.
+    // Reads the update description of `terminalId` from the policy item
+    // "VirtualChannelPluginDetails", decodes it if it is Base64, and writes it to the update-policy
+    // file. When the item is missing and debugging is enabled in the debug INI file, the item
+    // "ThirdPartyPluginNames" is read instead. `vekJsonUpdateInfo` is the JSON text; on failure it
+    // is
+    // "", or the text that was refused or could not be written. A disabled "VirtualChannelEnable"
+    // fails without a log record, a missing "PolicyName" with one at level 3.
     static int ZnVmVekJsonUpdateInfo(int terminalId, std::string& vekJsonUpdateInfo);
 
-    // Appends one record for each element of the description's "packageInfo" to `vekPackInfo`. A
-    // member that is missing, is not a string or does not fit leaves its field empty. -10000 when
-    // the text is empty, or when the list is still empty at the end.
+    // Appends one record to `vekPackInfo` for each element of the array "packageInfo" of the update
+    // description. Members that are missing, not strings or too long leave their fields empty.
+    // -10000 when the description is empty, or when `vekPackInfo` is empty at the end. Logs nothing
+    // on success.
     static int ZnConvertToVekPackInfo(std::string vekJsonUpdateInfo,
                                       std::vector<ZnPackageInfo>& vekPackInfo);
 
-    // Replaces `packInfo` by the records in the payload of `msg`, byte for byte. -10000, with the
-    // list empty, when `msg` is null or its payload is not a whole number of records. The payload
-    // must be as long as the message says; its alignment does not matter.
+    // Replaces `packInfo` with the records in the payload of `msg`, copied bytewise. `msg` stays
+    // the caller's; its payload must be as long as the message says and may have any alignment.
+    // -10000, with `packInfo` empty, when `msg` is null or the payload is not a whole number of
+    // records.
     static int ZnClientPackageListMessageToPackInfo(ZnMessage* msg,
                                                     std::vector<ZnPackageInfo>& packInfo);
 
     // --- Local zips ---
 
-    // Replaces `localPackInfo` by one record for each zip below `dirPath`: file name, SHA-256 and
-    // size. Files under 2 bytes and release bundles ("_Release.zip") are left out. A file name of
-    // 64 or more characters gives a record with an empty name. -10000, with the list empty, when
-    // the directory does not exist.
+    // Replaces `localPackInfo` with one record for each zip below `dirPath`: file name, SHA-256 and
+    // size in bytes. Files of less than 2 bytes and release bundles ("_Release.zip") are skipped. A
+    // file name of 64 or more characters leaves the name of its record empty. Creates the package
+    // tree first. -10000, with `localPackInfo` empty, when `dirPath` does not exist.
     static int ZnScanLocalZipFiles(std::string dirPath, std::vector<ZnPackageInfo>& localPackInfo);
 
-    // Unpacks `zipFile` with the `unzip` program into a directory beside it, named after the file
-    // name up to its first ".zip"; files that are there are overwritten. The path goes to the shell
-    // unquoted. Returns 0 once the command has run, whatever it did; -10000 when there is no such
-    // file or no ".zip" in its path.
+    // Unpacks `zipFile` with the program `unzip` into a directory next to it, named after the file
+    // name up to its first ".zip"; existing files are overwritten. Returns 0 once the command has
+    // run, whatever its outcome; -10000 when the file does not exist or its path has no ".zip".
+    //
+    // Warnings: A path without a directory ("x.zip") is unpacked into "/": pass a path with a
+    // directory. The path is passed to the shell unquoted: no blanks or shell characters. `unzip`
+    // may ask on standard input, for example on a full disk or for a password: the process should
+    // have its standard input on /dev/null.
     static int UnZipVcPackage(std::string zipFile);
 
     // --- Installation ---
 
-    // The platform model of this machine: key "platform" of section "os" in platforminfo.ini beside
-    // the running executable, without surrounding blanks, tabs and line ends; a value of nothing
-    // but these is returned unchanged. "" when it cannot be read. `side` only appears in the log.
+    // Returns the platform model of this machine: the key "platform" of section "os" in
+    // platforminfo.ini in the process directory, without surrounding blanks, tabs and line ends (a
+    // value of nothing else is returned unchanged). "" when it cannot be read. `side` is only
+    // logged.
     static std::string GetModelPlatform(ZnSide side);
 
-    // Installs the unpacked package in the directory `filePrefix` by its manifest FileList.ini,
-    // when `vekTellPlatform` is a prefix of the manifest's platform: every listed file goes from
-    // the package's "Common" directory to its destination directory. A file that is replaced is
-    // kept as
-    // ".bak" (one generation), a file with the same SHA-256 is left alone, and each placed path is
-    // added to the update mark file. -10000 at the first failure; what was installed before stays.
+    // Installs the package unpacked in the directory `filePrefix` by its manifest FileList.ini,
+    // provided that the manifest's platform begins with `vekTellPlatform`. Copies each listed file
+    // from the package's directory "Common" to its destination directory. A replaced file is kept
+    // with the suffix ".bak" (one generation), a file with the same SHA-256 is left alone, and the
+    // path of each copied file is appended to the update mark file, which is rewritten for each
+    // destination directory. -10000 at the first failure; files installed before it stay.
     static int ExecuteInstallCommand(std::string filePrefix, std::string vekTellPlatform);
 
-    // Installs the package zip `zipfile`, which has been unpacked beside itself, when
-    // `vekTellPlatform` is exactly this machine's platform model. The model is looked up once in
-    // the life of the process, at the first call with an existing zip.
+    // Installs the package zip `zipfile`, already unpacked next to it, provided that
+    // `vekTellPlatform` equals this machine's platform model. The model is read once per process,
+    // at the first call with an existing zip.
     static int AppendInstallScript(ZnSide side, std::string zipfile, std::string vekTellPlatform);
 
-    // Installs, for one side, every package zip in the package directory of `rootDir` whose SHA-256
-    // is that of a record; release bundles named in the records' download addresses are unpacked
-    // first. Returns 0 also when an installation failed (it is logged); -10000 when the package
-    // directory is missing, it holds no zip of this side, or a matching zip cannot be unpacked.
+    // Unpacks and installs, for one side, each package zip in the directory "Package" of `rootDir`
+    // whose SHA-256 is that of a record. Release bundles named in the download addresses of the
+    // records are unpacked first. Returns 0 even when installations failed, which is logged; -10000
+    // when the directory is missing, has no zip of this side, or a matching zip cannot be unpacked.
+    // The warnings of UnZipVcPackage apply.
     static int BuildVcInstallList(std::string rootDir, ZnSide side,
                                   std::vector<ZnPackageInfo> packages);
 };
