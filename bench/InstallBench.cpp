@@ -188,9 +188,10 @@ void Manifest(State& state, size_t keys) {
 
 constexpr size_t kZips = 5000;
 constexpr size_t kZipSize = size_t{16} << 10;
+constexpr size_t kBundles = 10;
 
-// A package directory with as many zips, half as many bundles, and as many records, of which none
-// matches: all is the list's, nothing is unpacked.
+// A package directory with many zips, a few bundles, and as many records as zips. None matches, so
+// only the list itself is measured and nothing is unpacked.
 class ZipsAndRecords {
    public:
     ZipsAndRecords() {
@@ -198,7 +199,7 @@ class ZipsAndRecords {
             const std::string number = std::to_string(10000 + i);
             paths_.push_back(directory_ / ("Package/Server/plugin_Server_" + number + ".zip"));
             WriteFile(paths_.back(), Contents(kZipSize, i, 'z'));
-            if (i % 2 == 0) {
+            if (i % (kZips / kBundles) == 0) {
                 WriteFile(directory_ / ("Package/Server/plugin_Server_" + number + "_Release.zip"),
                           "bundle");
             }

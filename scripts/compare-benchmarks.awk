@@ -1,6 +1,8 @@
 # Compares medians of benchmarks: awk -f compare-benchmarks.awk MEDIANS BOUNDS
 # MEDIANS has lines of name, nanoseconds, and for what, separated by tabs; bench/BoundedBench.bounds
-# describes BOUNDS. Writes one table of the bounds, an empty line, and one table of all cases.
+# describes BOUNDS. Writes one table of the bounds, an empty line, and one table of all cases. Exits
+# with 1 when there is nothing to compare, and with 2 when a bound does not hold, which is then also
+# written to standard error.
 
 FNR == NR {
     split($0, column, "\t")
@@ -24,10 +26,10 @@ END {
     print "| measured | beside | case | time | beside | ratio | wanted |"
     print "|---|---|---|---|---|---|---|"
     printf "%s", cases
-    exit failed
+    exit failed ? 1 : exceeded ? 2 : 0
 }
 
-function compare(measured, beside, pattern, wanted,    i, name, case_name, peer, ratio, n, worst, worst_case) {
+function compare(measured, beside, pattern, wanted,    i, name, case_name, peer, ratio, n, worst, worst_case, held) {
     for (i = 1; i <= count; i++) {
         name = order[i]
         if (index(name, measured "/") != 1)
@@ -47,10 +49,17 @@ function compare(measured, beside, pattern, wanted,    i, name, case_name, peer,
     if (n == 0) {
         print "no case of " measured " beside " beside " matches " pattern > "/dev/stderr"
         failed = 1
+        return
+    }
+    held = wanted == "-" || worst <= wanted + 0
+    if (!held) {
+        printf "%s beside %s: %.2f (%s), at most %s is wanted\n", measured, beside, worst,
+            worst_case, wanted > "/dev/stderr"
+        exceeded = 1
     }
     bounds = bounds sprintf("| %s | %s | %d | %s | %.2f (%s) | %s |\n", measured, beside, n,
         wanted == "-" ? "-" : "at most " wanted, worst, worst_case,
-        wanted == "-" ? "-" : worst <= wanted + 0 ? "yes" : "NO")
+        wanted == "-" ? "-" : held ? "yes" : "NO")
 }
 
 function time(name,    ns) {

@@ -171,12 +171,13 @@ int ZnVcVek::ZnParseVekVcItems(std::string vekVcStr, std::vector<VekVcItems>& it
     }
     std::vector<std::string_view> pieces;
     SplitString(vekVcStr, ',', pieces);
-    // Also for the bound of vc-parse; no more room than a valid list of this length can need.
+    // Reserved for the bound of vc-parse too; no more than a valid list of this length can need.
     constexpr size_t kShortestItem = 2 * kFieldCount;
     items.reserve(std::min(pieces.size(), vekVcStr.size() / kShortestItem + 1));
 
     std::string item;
     std::vector<std::string_view> fields;
+    fields.reserve(kFieldCount);
     for (const std::string_view piece : pieces) {
         VekVcItems record;
         memset_s(&record, sizeof record, 0, sizeof record);
