@@ -1,10 +1,10 @@
-// The invariants that the fuzz targets hold.
+// Checks of invariants in fuzz targets.
 #pragma once
 
 #include <cstdio>
 #include <cstdlib>
 
-// Ends the process, which libFuzzer reports with the input, unless `condition` is true.
+// Aborts unless `condition` holds; libFuzzer then saves the input.
 #define CHECK(condition)                                                                        \
     do {                                                                                        \
         if (!(condition)) {                                                                     \

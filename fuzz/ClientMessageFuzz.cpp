@@ -1,5 +1,5 @@
-// Any bytes as a client package list message: 20 bytes of header, 4 of payload length, the payload.
-// Its first byte also chooses how far from a word's boundary it stands.
+// Any bytes as a client package list message: header, payload length, payload. The first byte also
+// selects the alignment of the message.
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -18,10 +18,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::memcpy(&length, data + offsetof(ZnMessage, payloadLength), sizeof length);
     const bool whole = length % static_cast<int>(sizeof(ZnPackageInfo)) == 0;
     if (whole && length > 0 && static_cast<size_t>(length) > payloadBytes) {
-        return -1;  // that the payload is as long as the message says is up to the caller
+        return -1;  // the caller guarantees that the payload is as long as the message says
     }
     const size_t shift = data[0] % 16;
-    // The message ends where the buffer ends, so that the sanitizer sees a byte read beyond it.
+    // The message ends with the buffer, so that the sanitizer detects reads beyond it.
     std::vector<unsigned char> buffer(shift + size);
     std::memcpy(buffer.data() + shift, data, size);
     RecordingLogger::Clear();

@@ -1,5 +1,5 @@
-// Any text as the manifest FileList.ini of a package that is being installed. The manifest is a
-// real file, read by the real INI reader; everything it names is in memory only.
+// Any text as the manifest FileList.ini of a package. The default INI reader reads it from a real
+// file; all files that it names are in memory.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -15,7 +15,7 @@
 
 static const std::string kMark = "/usr/local/vornserver/bin/microservices/vcUpdated.mark";
 
-// The files of the package and what the machine already has of them.
+// The files of the package, and those that exist at its destination.
 static std::map<std::string, std::string> FilesBefore(const std::string& package) {
     return {
         {package + "/FileList.ini", "read from disk"},
@@ -37,7 +37,7 @@ static bool LoggedAFailure() {
                        [](const Logged& record) { return record.level == LogLevelError; });
 }
 
-// What the mark file holds after the changes: every destination since it was last removed.
+// The expected contents of the mark file: every destination since it was last removed.
 static std::string MarkAfter(const std::vector<MemoryFiles::Change>& changes, std::string mark) {
     for (const MemoryFiles::Change& change : changes) {
         if (change.path == kMark) {
@@ -55,7 +55,7 @@ static void CheckChange(const MemoryFiles::Change& change) {
             change.path.size() > 4 && change.path.compare(change.path.size() - 4, 4, ".bak") == 0;
         CHECK(backup || change.path == kMark);
     } else {
-        CHECK(change.what == "copy");  // never over a file: that has become the backup
+        CHECK(change.what == "copy");  // an existing file has become the backup before
     }
 }
 
@@ -64,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string& package = directory.Path();
     const std::string manifest(reinterpret_cast<const char*>(data), size);
     if (manifest.find(package) != std::string::npos) {
-        return -1;  // a package that installs over itself is past all promises
+        return -1;  // nothing is promised to a package that installs over itself
     }
     WriteFile(directory / "FileList.ini", manifest);
 

@@ -63,7 +63,7 @@ int ZnFile::ZnCopyFile(const char* source, const char* destination) {
     return 0;
 }
 
-// Only ever compared: the contents do.
+// Digests are only compared, so the contents serve.
 std::string ZnSha256::FileSha256Value(std::string path) {
     const auto found = Files().find(path);
     return found == Files().end() ? "" : found->second;

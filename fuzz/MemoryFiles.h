@@ -1,6 +1,5 @@
-// A file system in memory, in place of libZnFileSys, access() and rename(): a fuzzed manifest names
-// any path of the machine, and none of them may be touched. Paths are plain texts: no links, no
-// "..".
+// A file system in memory that replaces libZnFileSys, access() and rename(), because a fuzzed
+// manifest may name any path of the machine. Paths are compared as text, without links or "..".
 #pragma once
 
 #include <map>
@@ -12,15 +11,14 @@ struct MemoryFiles {
     // Contents by path.
     std::map<std::string, std::string> files;
 
-    // Directories that were asked for.
+    // Created directories.
     std::set<std::string> directories;
 
-    // While set, access() and rename() work on this file system; libFuzzer, which shares them, has
-    // the machine's otherwise.
+    // Whether access() and rename() work on this file system. libFuzzer uses them as well.
     bool inForce = false;
 
-    // What was removed and copied, in order: "remove" and the path; "copy" and the destination, or
-    // "copy over" when there was a file.
+    // Changes in order: "remove" with the path; "copy", or "copy over" for an existing file, with
+    // the destination.
     struct Change {
         std::string what;
         std::string path;

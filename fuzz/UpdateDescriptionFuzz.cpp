@@ -1,5 +1,4 @@
-// Any text as an update description. What both the library and nlohmann/json can read has to come
-// out the same.
+// Any text as an update description, compared with nlohmann/json where both can read it.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -17,8 +16,8 @@
 
 using Json = nlohmann::json;
 
-// The document, or a discarded value when the peer cannot read it, or reads it in its own way: a
-// name that stands twice.
+// The document, or a discarded value when the peer cannot parse it or it repeats a name, which the
+// two treat differently.
 static Json ReadByPeer(const std::string& text) {
     std::vector<std::set<std::string>> names;
     bool twice = false;
@@ -42,7 +41,7 @@ static std::string TextOf(const Json& element, const char* member) {
     return has && element[member].is_string() ? element[member].get<std::string>() : "";
 }
 
-// The whole field: what fits, up to its first NUL, and zeros after it.
+// Checks the whole field: the text up to its first NUL if it fits, then zeros.
 template <size_t N>
 static void CheckField(const char (&field)[N], const std::string& text) {
     char expected[N] = {};
@@ -75,7 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     CHECK(result == (records.empty() ? kFailure : kSuccess));
     CHECK(RecordingLogger::Records().size() == (records.empty() ? 1 : 0));
 
-    // A list that holds something is added to, and that is a success even when nothing is added.
+    // Records are appended to a list, which succeeds even when none are.
     std::vector<ZnPackageInfo> longer(1);
     CHECK(ZnVcUpdate::ZnConvertToVekPackInfo(text, longer) == (text.empty() ? kFailure : kSuccess));
     CHECK(longer.size() == records.size() + 1);

@@ -1,5 +1,4 @@
-// Any text as a virtual-channel list, beside a plain reading of the rules of the list, step by step
-// and without a thought for time.
+// Any text as a virtual-channel list, compared with a literal version of the list's rules.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -12,7 +11,7 @@
 #include "RecordingLogger.h"
 #include "ZnVcVek.h"
 
-// The pieces between separators; a text that begins with one has none.
+// The pieces between separators; none when the text begins with one.
 static std::vector<std::string> Pieces(std::string text, char separator) {
     std::vector<std::string> pieces;
     const std::string twice(2, separator);
@@ -34,7 +33,7 @@ static std::vector<std::string> Pieces(std::string text, char separator) {
     return pieces;
 }
 
-// Field texts of every item; `sound` is whether the list is one.
+// The field texts of every item; sets `sound` to whether the list is valid.
 static std::vector<std::vector<std::string>> ItemsOf(const std::string& list, bool& sound) {
     std::vector<std::vector<std::string>> items;
     sound = list.size() >= 2;
@@ -61,7 +60,7 @@ static int32_t Hexadecimal(const std::string& text) {
     return static_cast<int32_t>(std::strtol(text.c_str(), nullptr, 16));
 }
 
-// The whole field: the text up to its first NUL, and zeros after it.
+// Checks the whole field: the text up to its first NUL, then zeros.
 static void CheckField(const char (&field)[32], const std::string& text) {
     char expected[32] = {};
     std::strncpy(expected, text.c_str(), sizeof expected);
