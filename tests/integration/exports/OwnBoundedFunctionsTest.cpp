@@ -18,7 +18,7 @@ __attribute__((visibility("default"))) int strcpy_s(char*, size_t, const char*) 
 }
 }
 
-TEST(OwnBoundedFunctions, DoNotTakeThePlaceOfTheLibrarys) {
+TEST(OwnBoundedFunctions, DoNotReplaceThoseOfLibrary) {
     std::vector<VekVcItems> items;
     ASSERT_EQ(ZnVcVek::ZnParseVekVcItems("A@B@1@2@C@D@E", items), 0);
     ASSERT_EQ(items.size(), 1U);

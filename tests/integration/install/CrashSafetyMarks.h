@@ -1,4 +1,4 @@
-// Paths that do not exist; a program under trace asks for them where its work begins and ends.
+// Paths that do not exist. A traced program accesses them where its work begins and ends.
 #pragma once
 
 constexpr char kWorkBegins[] = "/the work begins";

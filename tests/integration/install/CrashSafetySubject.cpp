@@ -1,9 +1,8 @@
-// What CrashSafetyTest runs under `strace`: one installation, or the publishing of one policy.
+// The program that CrashSafetyTest runs under strace: one installation or one publication.
 //   CrashSafetySubject install PACKAGE PLATFORM
 //   CrashSafetySubject publish STORE ID FILE
-// The exit status is 0 when it succeeded, 1 when it failed, and 2 when it was not called like this.
-// The work is done between two calls of access() on paths that stand for its beginning and its end,
-// so that a trace shows which system calls are its own.
+// Exits with 0 on success, 1 on failure and 2 on wrong arguments. Calls of access() on the paths of
+// CrashSafetyMarks.h enclose the work in the trace.
 #include <unistd.h>
 
 #include <cstdlib>

@@ -1,35 +1,28 @@
-// What a kill, a full disk or an I/O error at any moment leaves of an installation and of a policy
-// that is being published.
+// The effects of a kill, a full disk or an I/O error, at any moment, on an installation and on the
+// publication of a policy.
 //
-// Each test counts the system calls with which the work reads, writes, makes and removes files,
-// then does the work once for every one of them, with the fault at that call: killed just before
-// it, or the call failing. Kills between two calls change nothing more, so these are all moments.
+// Each test lists the system calls by which the work reads, writes, creates and removes files. It
+// then repeats the work with a fault at each of them: a kill just before the call, or a failure of
+// the call. Between two calls nothing changes on disk, so this covers every moment.
 //
-// After a kill, what may be left besides old and new files are temporary files, told by their
-// names: ".zn-" and 16 hexadecimal digits beside an installed file, the policy file's name with
-// "." and six characters behind it in the policy store. Nothing ever reads them. After a mere error
-// none may be left.
+// A kill may leave temporary files, named ".zn-" and 16 hexadecimal digits. An error leaves none.
 //
-// An installation starts here from a tree in which no destination is missing. One that does find a
-// destination missing and only its backup there, as a failure before it may have left them, deletes
-// the backup first, as it always does: what ends it between that and the copy takes the last of the
-// old file. A package that could not be installed is therefore best rolled back before the next
-// attempt.
+// The installation starts from a tree in which no destination is missing. When a destination is
+// missing and only its backup exists, an installation deletes the backup before it copies, as
+// always, so a fault between the two loses the old file. A package that could not be installed
+// should be rolled back before the next attempt.
 //
-// Not built with sanitizers: their leak detection and the tracer exclude each other, and the same
-// code runs under them in the other tests.
+// Not built with sanitizers: their leak detection and strace exclude each other.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <iostream>
 #include <map>
 #include <optional>
 #include <regex>
-#include <thread>
 
 #include "PolicyStore.h"
 #include "PrivateMounts.h"
@@ -68,16 +61,16 @@ class CrashSafety : public testing::TestWithParam<const char*> {
         EmptyPrivateMounts();
     }
 
-    // Makes everything as it is before the work.
+    // Sets up the state before the work.
     virtual void Prepare() = 0;
 
     // The work: a command of the subject.
     virtual std::vector<std::string> Command() const = 0;
 
-    // Looks at what the work has left. After an error `mayLeave` is false: no temporary files.
+    // Checks that no file is damaged, and that no temporary file is left unless allowed.
     virtual void ExpectWhole(bool mayLeaveTemporaries) = 0;
 
-    // Looks at what must be there when the work has succeeded.
+    // Checks the result of successful work.
     virtual void ExpectComplete() = 0;
 
     void FaultAtEveryCall() {
@@ -105,7 +98,7 @@ class CrashSafety : public testing::TestWithParam<const char*> {
                 ++failed;
             }
 
-            // Without a fault it is completed, whatever was left.
+            // Without a fault, the next run succeeds.
             const Ending again = RunQuietly(Command());
             EXPECT_FALSE(again.killed);
             EXPECT_EQ(again.status, 0);
@@ -148,16 +141,12 @@ class InstallCrashSafety : public CrashSafety {
     };
 
     InstallCrashSafety() {
-        WriteFile(package_ / "FileList.ini",
-                  "[Package_Intall_Type]\nPackageIntallType=arm64\n[arm64]\nbin=" +
-                      Path("plugins/") + "\nlib=" + Path("lib/") +
-                      "\n[bin]\n1=new,replaced\n2=backed,same\n[lib]\nfiles=only\n");
+        // The INI reader reads a file that changed a moment ago once more. This one is older than
+        // the test program, so that every run makes the same calls.
+        fs::create_symlink(CRASH_SAFETY_FILE_LIST, package_ / "FileList.ini");
         for (const File& file : files_) {
             WriteFile(package_ / ("Common/" + fs::path(file.path).filename().string()), file.after);
         }
-        // A file changed within the last tick of the clock is read more often, to be sure of it:
-        // every run is to make the same calls.
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
 
     void Prepare() override {
@@ -183,10 +172,10 @@ class InstallCrashSafety : public CrashSafety {
             ExpectWhole(file);
         }
         ExpectMarkOfWholePaths();
-        ExpectNoStrangers(mayLeaveTemporaries);
+        ExpectNoOtherFiles(mayLeaveTemporaries);
     }
 
-    // Old or new; or absent, and then the old file is whole in its backup.
+    // The file is old, new, or absent with an intact backup.
     static void ExpectWhole(const File& file) {
         SCOPED_TRACE(file.path);
         const auto now = Contents(Path(file.path));
@@ -199,7 +188,7 @@ class InstallCrashSafety : public CrashSafety {
         }
     }
 
-    // Old, gone, or whole paths of the same path key one behind the other.
+    // The mark file is old, absent, or holds whole paths of one path key.
     static void ExpectMarkOfWholePaths() {
         const std::string mark = Contents(Mark()).value_or("");
         static const std::regex whole("/of/an/earlier/install|(" + Path("plugins/") +
@@ -207,7 +196,7 @@ class InstallCrashSafety : public CrashSafety {
         EXPECT_TRUE(std::regex_match(mark, whole)) << mark;
     }
 
-    static void ExpectNoStrangers(bool mayLeaveTemporaries) {
+    static void ExpectNoOtherFiles(bool mayLeaveTemporaries) {
         static const std::regex own("(new|replaced|backed|same|only)(\\.bak)?|vcUpdated\\.mark");
         static const std::regex temporary("\\.zn-[0-9a-f]{16}");
         for (const auto& entry : fs::recursive_directory_iterator(kRoot)) {
@@ -242,7 +231,7 @@ class InstallCrashSafety : public CrashSafety {
     };
 };
 
-TEST_P(InstallCrashSafety, EveryFileIsOldOrNewOrWholeInItsBackup) {
+TEST_P(InstallCrashSafety, LeavesOldOrNewFilesOrIntactBackups) {
     FaultAtEveryCall();
 }
 
@@ -267,14 +256,14 @@ class PublishCrashSafety : public CrashSafety {
     void ExpectWhole(bool mayLeaveTemporaries) override {
         const auto now = Published();
         EXPECT_TRUE(now == "old" || now == "new") << now.value_or("no policy");
-        ExpectNoStrangers(mayLeaveTemporaries);
+        ExpectNoOtherFiles(mayLeaveTemporaries);
     }
 
     void ExpectComplete() override {
         EXPECT_EQ(Published(), "new");
     }
 
-    // Whose policy the store holds, whole; nothing when it holds none.
+    // Which policy the store holds: "old", "new", "a mixture", or nothing when it holds none.
     std::optional<std::string> Published() const {
         if (PolicyStore(store_).List().empty()) {
             return std::nullopt;
@@ -292,7 +281,7 @@ class PublishCrashSafety : public CrashSafety {
         return "a mixture";
     }
 
-    void ExpectNoStrangers(bool mayLeaveTemporaries) const {
+    void ExpectNoOtherFiles(bool mayLeaveTemporaries) const {
         const std::string own = std::to_string(kId) + ".cdb";
         static const std::regex temporary(R"(\.zn-[0-9a-f]{16})");
         if (!fs::exists(store_)) {
@@ -319,13 +308,13 @@ class PublishCrashSafety : public CrashSafety {
     const std::string policy_ = "/usr/local/policy.xml";
 };
 
-TEST_P(PublishCrashSafety, TheStoreHoldsTheOldPolicyOrTheNewOne) {
+TEST_P(PublishCrashSafety, LeavesOldOrNewPolicy) {
     FaultAtEveryCall();
 }
 
 INSTANTIATE_TEST_SUITE_P(At, PublishCrashSafety, kFaults, FaultName);
 
-// The first policy of a machine: the store itself is still to be made.
+// The first policy of a machine: the store does not exist yet.
 class FirstPublishCrashSafety : public PublishCrashSafety {
    protected:
     void Prepare() override {
@@ -336,11 +325,11 @@ class FirstPublishCrashSafety : public PublishCrashSafety {
     void ExpectWhole(bool mayLeaveTemporaries) override {
         const auto now = Published();
         EXPECT_TRUE(!now || now == "new") << *now;
-        ExpectNoStrangers(mayLeaveTemporaries);
+        ExpectNoOtherFiles(mayLeaveTemporaries);
     }
 };
 
-TEST_P(FirstPublishCrashSafety, TheStoreHoldsThePolicyOrNone) {
+TEST_P(FirstPublishCrashSafety, LeavesNoOrNewPolicy) {
     FaultAtEveryCall();
 }
 

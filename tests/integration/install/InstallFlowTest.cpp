@@ -1,16 +1,12 @@
-// Installation with the real services, real zips and the real `unzip`, from the package directory
-// to the installed files; the fixed paths are written in a mount namespace of this program's own.
+// Installation with the default services, real zips and the real unzip, in a private mount
+// namespace.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <set>
 #include <vector>
 
@@ -27,7 +23,6 @@ namespace {
 
 constexpr int kSuccess = 0;
 constexpr int kFailure = -10000;
-constexpr int kCannotRun = 127;  // status of a child process
 
 const std::string kMark = "/usr/local/vornserver/bin/microservices/vcUpdated.mark";
 const std::string kPlugins = "/usr/local/vornserver/plugins/";
@@ -90,23 +85,6 @@ class InstallFlow : public testing::Test {
         WriteFile(process_ / "platforminfo.ini", "[os]\nplatform = " + platform + "\r\n");
     }
 
-    // Runs `work` in a child process and returns its status.
-    static int InAProcessOfItsOwn(const std::function<int()>& work) {
-        const pid_t child = fork();
-        if (child == 0) {
-            // A full disk makes `unzip` ask what to do.
-            if (std::freopen("/dev/null", "r", stdin) == nullptr) {
-                _exit(kCannotRun);
-            }
-            _exit(work());
-        }
-        int status = 0;
-        EXPECT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_TRUE(WIFEXITED(status));
-        EXPECT_NE(WEXITSTATUS(status), kCannotRun);
-        return WEXITSTATUS(status);
-    }
-
     // Puts a zip into the package directory and returns its digest.
     std::string Zip(const std::string& name, const Files& files) {
         MakeZip(packages_ + name, files);
@@ -117,16 +95,15 @@ class InstallFlow : public testing::Test {
         return ZnVcUpdate::BuildVcInstallList(process_ / "microservices", side, records);
     }
 
-    // A process looks its platform up once: each call has one of its own.
+    // Builds the list in a process of its own, since a process reads its platform only once.
     int Build(const std::vector<ZnPackageInfo>& records, ZnSide side = SERVER_SIDE) {
-        constexpr int kFailed = 1;
-        constexpr int kNeither = 2;
-        const int status = InAProcessOfItsOwn([&] {
-            const int result = BuildHere(records, side);
-            return result == kSuccess ? 0 : result == kFailure ? kFailed : kNeither;
+        constexpr int kOther = 2;
+        const ProcessResult result = RunInChild([&] {
+            const int built = BuildHere(records, side);
+            std::exit(built == kSuccess ? 0 : built == kFailure ? 1 : kOther);
         });
-        EXPECT_LT(status, kNeither);
-        return status == 0 ? kSuccess : kFailure;
+        EXPECT_TRUE(result.exitCode == 0 || result.exitCode == 1) << result;
+        return result.Succeeded() ? kSuccess : kFailure;
     }
 
     TemporaryDirectory process_;
@@ -135,7 +112,7 @@ class InstallFlow : public testing::Test {
 
 // --- What is installed ---
 
-TEST_F(InstallFlow, AZipIsUnpackedBesideItselfAndItsFilesAreInstalledAndMarked) {
+TEST_F(InstallFlow, UnpacksInstallsAndMarksZip) {
     const std::string digest =
         Zip("Server/sound_Server_1.0.zip", PackageOf({{"a.so", "A"}, {"b.so", "B"}}));
     EXPECT_EQ(Build({Record(digest)}), kSuccess);
@@ -147,7 +124,7 @@ TEST_F(InstallFlow, AZipIsUnpackedBesideItselfAndItsFilesAreInstalledAndMarked) 
     EXPECT_EQ(ReadFile(kMark), kPlugins + "a.so" + kPlugins + "b.so");
 }
 
-TEST_F(InstallFlow, EachSideInstallsItsOwnZips) {
+TEST_F(InstallFlow, InstallsZipsOfOwnSide) {
     const std::vector<ZnPackageInfo> records = {
         Record(Zip("Server/sound_Server_1.0.zip", PackageOf({{"server.so", "S"}}))),
         Record(Zip("Client/sound_Client_1.0.zip", PackageOf({{"client.so", "C"}})))};
@@ -157,7 +134,7 @@ TEST_F(InstallFlow, EachSideInstallsItsOwnZips) {
     EXPECT_THAT(NamesIn(kPlugins), ElementsAre("client.so", "server.so"));
 }
 
-TEST_F(InstallFlow, AZipThatMatchesNoRecordIsNotEvenUnpacked) {
+TEST_F(InstallFlow, DoesNotUnpackZipWithoutRecord) {
     const std::string digest = Zip("Server/a_Server.zip", PackageOf({{"a.so", "A"}}));
     Zip("Server/b_Server.zip", PackageOf({{"b.so", "B"}}));
     EXPECT_EQ(Build({Record(digest), Record(std::string(64, '0'))}), kSuccess);
@@ -166,7 +143,7 @@ TEST_F(InstallFlow, AZipThatMatchesNoRecordIsNotEvenUnpacked) {
     EXPECT_THAT(NamesIn(kPlugins), ElementsAre("a.so"));
 }
 
-TEST_F(InstallFlow, WhatABundleBringsInIsInstalledByTheNextCall) {
+TEST_F(InstallFlow, InstallsContentsOfBundleOnNextCall) {
     MakeZip(process_ / "inner_Server.zip", PackageOf({{"a.so", "A"}}));
     Zip("Server/sound_Server_Release.zip",
         {{"inner_Server.zip", ReadFile(process_ / "inner_Server.zip")}});
@@ -181,13 +158,13 @@ TEST_F(InstallFlow, WhatABundleBringsInIsInstalledByTheNextCall) {
     EXPECT_EQ(ReadFile(kPlugins + "a.so"), "A");
 }
 
-TEST_F(InstallFlow, ABundleThatNoAddressNamesStaysPacked) {
+TEST_F(InstallFlow, DoesNotUnpackUnnamedBundle) {
     Zip("Server/sound_Server_Release.zip", {{"a", "A"}});
     EXPECT_EQ(Build({Record(std::string(64, '0'), "Model-A", "https://host/other.zip")}), kSuccess);
     EXPECT_THAT(NamesIn(packages_ + "Server"), ElementsAre("sound_Server_Release.zip"));
 }
 
-TEST_F(InstallFlow, AZipIsInstalledOnceForEachRecordSoTheSecondTimeFindsAllUnchanged) {
+TEST_F(InstallFlow, InstallsZipOnceForEachRecord) {
     WriteFile(kPlugins + "a.so", "old");
     const std::string digest = Zip("Server/a_Server.zip", PackageOf({{"a.so", "A"}}));
     EXPECT_EQ(Build({Record(digest), Record(digest, "Model-B"), Record(digest)}), kSuccess);
@@ -196,7 +173,7 @@ TEST_F(InstallFlow, AZipIsInstalledOnceForEachRecordSoTheSecondTimeFindsAllUncha
     EXPECT_FALSE(fs::exists(kMark));
 }
 
-TEST_F(InstallFlow, EveryPathKeyHasItsDirectoryAndTheMarkIsThatOfTheLast) {
+TEST_F(InstallFlow, InstallsEachPathKeyAndMarksTheLast) {
     const std::string manifest =
         "\xEF\xBB\xBF; of another system\r\n[plugins]\r\nz=b.so\r\na=a.so,c.so,\r\n"
         "[config]\r\n1=a.conf\r\n[Model-A-rev2]\r\nplugins = " +
@@ -214,7 +191,7 @@ TEST_F(InstallFlow, EveryPathKeyHasItsDirectoryAndTheMarkIsThatOfTheLast) {
     EXPECT_EQ(ReadFile(kMark), kPlugins + "a.so" + kPlugins + "b.so" + kPlugins + "c.so");
 }
 
-TEST_F(InstallFlow, TheFlowLeadsFromAPublishedPolicyToInstalledFiles) {
+TEST_F(InstallFlow, InstallsFromPublishedPolicy) {
     const std::string store = process_ / "store";
     setenv("ZN_POLICY_STORE", store.c_str(), 1);
     fs::create_directories("/usr/local/vornserver/bin/microservices/Package");
@@ -246,7 +223,7 @@ TEST_F(InstallFlow, TheFlowLeadsFromAPublishedPolicyToInstalledFiles) {
 
 // --- New, replaced and unchanged files ---
 
-TEST_F(InstallFlow, OneBackupIsKeptOfEachReplacedFile) {
+TEST_F(InstallFlow, KeepsOneBackupOfReplacedFile) {
     for (const char* const version : {"1", "2", "3"}) {
         const std::string digest = Zip("Server/a_Server.zip", PackageOf({{"a.so", version}}));
         EXPECT_EQ(Build({Record(digest)}), kSuccess);
@@ -257,7 +234,7 @@ TEST_F(InstallFlow, OneBackupIsKeptOfEachReplacedFile) {
     EXPECT_EQ(ReadFile(kPlugins + "a.so.bak"), "2");
 }
 
-TEST_F(InstallFlow, ASecondRunFindsEverythingUnchangedAndTakesBackupsAndMarkAway) {
+TEST_F(InstallFlow, RemovesBackupsAndMarkOnUnchangedSecondRun) {
     WriteFile(kPlugins + "a.so", "old");
     const std::string digest =
         Zip("Server/a_Server.zip", PackageOf({{"a.so", "A"}, {"b.so", "B"}}));
@@ -274,7 +251,7 @@ TEST_F(InstallFlow, ASecondRunFindsEverythingUnchangedAndTakesBackupsAndMarkAway
     EXPECT_FALSE(fs::exists(kMark));
 }
 
-TEST_F(InstallFlow, InstalledFilesHaveThePermissionsOfThePackage) {
+TEST_F(InstallFlow, KeepsPermissionsOfPackage) {
     const TemporaryDirectory made;
     WriteFile(made / "FileList.ini", Manifest("Model-A", "run,read"));
     WriteFile(made / "Common/run", "#!");
@@ -288,7 +265,7 @@ TEST_F(InstallFlow, InstalledFilesHaveThePermissionsOfThePackage) {
     EXPECT_EQ(fs::status(kPlugins + "read").permissions(), fs::perms(0640));
 }
 
-TEST_F(InstallFlow, ALargeFileArrivesWhole) {
+TEST_F(InstallFlow, InstallsLargeFile) {
     std::string large;
     for (int i = 0; large.size() < 3'000'000; ++i) {
         large += std::to_string(i);
@@ -300,7 +277,7 @@ TEST_F(InstallFlow, ALargeFileArrivesWhole) {
 
 // --- Failures ---
 
-TEST_F(InstallFlow, AFailedInstallationLeavesTheFilesBeforeItAndTheResultIsZero) {
+TEST_F(InstallFlow, KeepsInstalledFilesAfterFailure) {
     WriteFile(kPlugins + "a.so", "old");
     Files package = PackageOf({{"a.so", "A"}, {"c.so", "C"}});
     package["FileList.ini"] = Manifest("Model-A", "a.so,b.so,c.so");
@@ -313,28 +290,28 @@ TEST_F(InstallFlow, AFailedInstallationLeavesTheFilesBeforeItAndTheResultIsZero)
     EXPECT_EQ(ReadFile(kPlugins + "a.so.bak"), "old");
 }
 
-TEST_F(InstallFlow, AnEmptyFileInThePackageIsAFailure) {
+TEST_F(InstallFlow, StopsAtEmptyFile) {
     const std::string digest =
         Zip("Server/a_Server.zip", PackageOf({{"a.so", "A"}, {"b.so", ""}, {"c.so", "C"}}));
     EXPECT_EQ(Build({Record(digest)}), kSuccess);
     EXPECT_THAT(NamesIn(kPlugins), ElementsAre("a.so"));
 }
 
-TEST_F(InstallFlow, AZipThatCannotBeUnpackedIsNotInstalledAndTheResultIsZero) {
+TEST_F(InstallFlow, SucceedsWithoutInstallingDamagedZip) {
     WriteFile(packages_ + "Server/a_Server.zip", "no zip");
     EXPECT_EQ(Build({Record(Sha256Of(packages_ + "Server/a_Server.zip"))}), kSuccess);
     EXPECT_THAT(NamesIn(packages_ + "Server"), ElementsAre("a_Server.zip"));
     EXPECT_FALSE(fs::exists(kPlugins));
 }
 
-TEST_F(InstallFlow, AZipWithoutAManifestIsNotInstalled) {
+TEST_F(InstallFlow, SkipsZipWithoutManifest) {
     const std::string digest = Zip("Server/a_Server.zip", {{"Common/a.so", "A"}});
     EXPECT_EQ(Build({Record(digest)}), kSuccess);
     EXPECT_FALSE(fs::exists(kPlugins));
 }
 
 // The outcome of unpacking is not looked at: what it leaves is the package.
-TEST_F(InstallFlow, AFileThatUnzipCouldNotFinishOnAFullDiskIsInstalledAsItIs) {
+TEST_F(InstallFlow, InstallsWhatUnzipWroteToFullDisk) {
     const TemporaryDirectory made;
     const std::string whole(3'000'000, 'x');
     WriteFile(made / "FileList.ini", Manifest("Model-A", "a.so"));
@@ -354,7 +331,7 @@ TEST_F(InstallFlow, AFileThatUnzipCouldNotFinishOnAFullDiskIsInstalledAsItIs) {
     EXPECT_EQ(fs::file_size(kPlugins + "a.so"), whole.size());
 }
 
-TEST_F(InstallFlow, ADestinationWhoseParentIsMissingIsAFailure) {
+TEST_F(InstallFlow, InstallsNothingBelowMissingParent) {
     Files package = PackageOf({{"a.so", "A"}});
     package["FileList.ini"] =
         "[Package_Intall_Type]\nPackageIntallType=Model-A\n[Model-A]\n"
@@ -363,7 +340,7 @@ TEST_F(InstallFlow, ADestinationWhoseParentIsMissingIsAFailure) {
     EXPECT_FALSE(fs::exists("/usr/local/vornserver/deep"));
 }
 
-TEST_F(InstallFlow, WithoutAZipOfTheSideOrAPackageDirectoryTheResultIsAFailure) {
+TEST_F(InstallFlow, FailsWithoutZipOfSideOrPackageDirectory) {
     const std::string digest = Zip("Client/a_Client.zip", PackageOf({{"a.so", "A"}}));
     EXPECT_EQ(Build({Record(digest)}, SERVER_SIDE), kFailure);
     EXPECT_EQ(Build({Record(digest)}, static_cast<ZnSide>(7)), kFailure);
@@ -374,7 +351,7 @@ TEST_F(InstallFlow, WithoutAZipOfTheSideOrAPackageDirectoryTheResultIsAFailure) 
 
 // --- Platforms ---
 
-TEST_F(InstallFlow, APackageForAnotherPlatformIsNotInstalled) {
+TEST_F(InstallFlow, SkipsPackageForOtherPlatform) {
     Files other = PackageOf({{"b.so", "B"}});
     other["FileList.ini"] = Manifest("Model-B", "b.so");
     Files shorter = PackageOf({{"c.so", "C"}});
@@ -386,7 +363,7 @@ TEST_F(InstallFlow, APackageForAnotherPlatformIsNotInstalled) {
     EXPECT_FALSE(fs::exists(kPlugins));
 }
 
-TEST_F(InstallFlow, OnAMachineWithoutAPlatformNothingIsInstalled) {
+TEST_F(InstallFlow, InstallsNothingWithoutPlatform) {
     const std::string digest = Zip("Server/a_Server.zip", PackageOf({{"a.so", "A"}}));
     fs::remove(process_ / "platforminfo.ini");
     EXPECT_EQ(Build({Record(digest), Record(digest, "")}), kSuccess);
@@ -394,15 +371,15 @@ TEST_F(InstallFlow, OnAMachineWithoutAPlatformNothingIsInstalled) {
     EXPECT_THAT(NamesIn(packages_ + "Server"), ElementsAre("a_Server", "a_Server.zip"));
 }
 
-TEST_F(InstallFlow, AProcessKeepsThePlatformOfItsFirstInstallation) {
+TEST_F(InstallFlow, KeepsPlatformOfFirstInstallation) {
     Files package = PackageOf({{"b.so", "B"}});
     package["FileList.ini"] = Manifest("Model-B", "b.so");
     const std::string a = Zip("Server/a_Server.zip", PackageOf({{"a.so", "A"}}));
     const std::string b = Zip("Server/b_Server.zip", package);
-    InAProcessOfItsOwn([&] {
+    RunInChild([&] {
         BuildHere({Record(a)});
         SetMachine("Model-B");
-        return BuildHere({Record(b, "Model-B")});
+        BuildHere({Record(b, "Model-B")});
     });
     EXPECT_THAT(NamesIn(kPlugins), ElementsAre("a.so"));
     EXPECT_EQ(Build({Record(b, "Model-B")}), kSuccess);

@@ -11,8 +11,7 @@
 #include "CrashSafetyMarks.h"
 #include "TemporaryDirectory.h"
 
-// Whatever reads, writes, makes or removes a file, on any platform; "?" is for those that a
-// platform does not have.
+// System calls that read, write, create or remove files; "?" marks those that some platforms lack.
 static const char kCalls[] =
     "?open,?openat,?creat,?read,?pread64,?readv,?write,?pwrite64,?writev,?pwritev,?pwritev2,"
     "?sendfile,?copy_file_range,?splice,?truncate,?ftruncate,?fallocate,?rename,?renameat,"
@@ -28,7 +27,7 @@ static std::string Joined(const std::vector<std::string>& words) {
 }
 
 Ending RunQuietly(const std::vector<std::string>& command) {
-    // Thousands of records otherwise; and writing them is not part of the traced work.
+    // Log records are not part of the traced work.
     ProcessOptions options;
     options.environment["ZN_LOG_LEVEL"] = "off";
     const ProcessResult result = RunProgram(command, options);

@@ -1,4 +1,4 @@
-// Running a program under `strace`, with or without a fault at one of its system calls.
+// Runs a program under strace, with or without a fault at one of its system calls.
 #pragma once
 
 #include <string>
@@ -10,21 +10,20 @@ struct Ending {
     int status;
 };
 
-// One call of one system call: the `number`th, from 1, that the program makes.
+// The `number`th call, counted from 1, of a system call by the program.
 struct CallSite {
     std::string call;
     int number;
 };
 
-// Runs the program without log records. Throws when it cannot be run.
+// Runs the program without logging. Throws when it cannot be run.
 Ending RunQuietly(const std::vector<std::string>& command);
 
-// The calls that the program makes between the marks of CrashSafetyMarks.h, out of those that could
-// leave a file half-done. Throws a one-line explanation when `strace` cannot trace it, or the
-// program does not exit with 0.
+// Returns the calls between the marks of CrashSafetyMarks.h that read or change files. Throws a
+// one-line explanation when strace cannot trace the program or it does not exit with 0.
 std::vector<CallSite> CallSitesOf(const std::vector<std::string>& command);
 
 // Runs the program with `fault` at one of its calls: "signal=KILL" kills it just before the call,
-// "error=NAME" makes the call fail without being made. Throws when the call did not come.
+// "error=NAME" makes it fail without being executed. Throws when the call was not reached.
 Ending RunWithFault(const std::vector<std::string>& command, const CallSite& site,
                     const std::string& fault);

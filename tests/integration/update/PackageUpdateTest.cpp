@@ -118,7 +118,7 @@ class PublishedDescription : public PackageUpdate {
     std::string text_;
 };
 
-TEST_F(PublishedDescription, Base64IsDecodedAndStoredAtTheFixedPath) {
+TEST_F(PublishedDescription, IsDecodedFromBase64AndStored) {
     Publish("<VirtualChannelPluginDetails>" + Base64(kDescription) +
             "</VirtualChannelPluginDetails>");
     EXPECT_EQ(Read(), kSuccess);
@@ -126,14 +126,14 @@ TEST_F(PublishedDescription, Base64IsDecodedAndStoredAtTheFixedPath) {
     EXPECT_EQ(ReadFile(kStored), kDescription);
 }
 
-TEST_F(PublishedDescription, PlainTextIsStoredAsItStands) {
+TEST_F(PublishedDescription, IsStoredUnchangedWhenPlain) {
     Publish("<VirtualChannelPluginDetails>" + kDescription + "</VirtualChannelPluginDetails>");
     EXPECT_EQ(Read(), kSuccess);
     EXPECT_EQ(text_, kDescription);
     EXPECT_EQ(ReadFile(kStored), kDescription);
 }
 
-TEST_F(PublishedDescription, BecomesRecords) {
+TEST_F(PublishedDescription, IsConvertedToRecords) {
     Publish("<VirtualChannelPluginDetails>" + Base64(kDescription) +
             "</VirtualChannelPluginDetails>");
     ASSERT_EQ(Read(), kSuccess);
@@ -148,7 +148,7 @@ TEST_F(PublishedDescription, BecomesRecords) {
     EXPECT_EQ(records[1].size, 0);
 }
 
-TEST_F(PublishedDescription, NeitherPlainNorBase64IsRefusedAndTheStoredTextStays) {
+TEST_F(PublishedDescription, IsRefusedWhenNeitherPlainNorBase64) {
     WriteFile(kStored, "what was stored before");
     for (const char* details : {"{}", "not Base64!", "eA==", "e30="}) {
         SCOPED_TRACE(details);
@@ -159,7 +159,7 @@ TEST_F(PublishedDescription, NeitherPlainNorBase64IsRefusedAndTheStoredTextStays
     }
 }
 
-TEST_F(PublishedDescription, WithoutTheDirectoryOfTheFixedPathTheTextIsOnlyHandedBack) {
+TEST_F(PublishedDescription, IsReturnedWhenItCannotBeStored) {
     fs::remove(fs::path(kStored).parent_path());
     Publish("<VirtualChannelPluginDetails>" + kDescription + "</VirtualChannelPluginDetails>");
     EXPECT_EQ(Read(), kFailure);
@@ -167,7 +167,7 @@ TEST_F(PublishedDescription, WithoutTheDirectoryOfTheFixedPathTheTextIsOnlyHande
     EXPECT_FALSE(fs::exists(kStored));
 }
 
-TEST_F(PublishedDescription, TheDebugItemServesWhenTheDebugFileSaysSo) {
+TEST_F(PublishedDescription, ComesFromDebugItemWhenEnabled) {
     Publish(
         "<VirtualChannelPluginDetails>x</VirtualChannelPluginDetails>"
         "<ThirdPartyPluginNames>" +
@@ -184,20 +184,20 @@ TEST_F(PublishedDescription, TheDebugItemServesWhenTheDebugFileSaysSo) {
     EXPECT_EQ(ReadFile(kStored), kDescription);
 }
 
-TEST_F(PublishedDescription, WithoutAPolicyThereIsNone) {
+TEST_F(PublishedDescription, IsMissingWithoutPolicy) {
     EXPECT_EQ(Read(), kFailure);
     EXPECT_EQ(text_, "");
 }
 
 // --- The package tree ---
 
-TEST_F(PackageUpdate, TheTreeIsMadeUnderTheProcessDirectory) {
+TEST_F(PackageUpdate, CreatesTreeInProcessDirectory) {
     EXPECT_EQ(ZnVcUpdate::ZnCreateMicroserviceDirectories(), kSuccess);
     EXPECT_THAT(NamesIn(temporary_ / "microservices"), ElementsAre("Package"));
     EXPECT_THAT(NamesIn(Package()), ElementsAre("Client", "Server"));
 }
 
-TEST_F(PackageUpdate, AClientPackageGetsItsDirectory) {
+TEST_F(PackageUpdate, CreatesDirectoryForClientPackage) {
     std::string microservices;
     EXPECT_EQ(ZnVcUpdate::ZnCreateMicroservicePackagePath("download", "sound_Client_1.0.zip",
                                                           microservices),
@@ -207,7 +207,7 @@ TEST_F(PackageUpdate, AClientPackageGetsItsDirectory) {
     EXPECT_THAT(NamesIn(Package() + "Client"), ElementsAre("sound_Client_1.0_Release"));
 }
 
-TEST_F(PackageUpdate, AProcessDirectoryThatIsAFileHasNoTree) {
+TEST_F(PackageUpdate, FailsWhenProcessDirectoryIsFile) {
     WriteFile(temporary_ / "file", "");
     const EnvironmentVariable file("ZN_PROCESS_DIRECTORY", temporary_ / "file");
     EXPECT_EQ(ZnVcUpdate::ZnCreateMicroserviceDirectories(), kFailure);
@@ -215,7 +215,7 @@ TEST_F(PackageUpdate, AProcessDirectoryThatIsAFileHasNoTree) {
 
 // --- Scan ---
 
-TEST_F(PackageUpdate, ScannedDigestsAndSizesAreThoseOfTheSystemsTools) {
+TEST_F(PackageUpdate, ScansDigestsAndSizesOfSystemTools) {
     MakeZip(Package() + "Server/sound_Server_1.0.zip", {{"FileList.ini", "[a]\n"}});
     MakeZip(Package() + "Client/print_Client_2.0.zip",
             {{"Common/lib.so", std::string(100000, 'x')}});
@@ -237,7 +237,7 @@ TEST_F(PackageUpdate, ScannedDigestsAndSizesAreThoseOfTheSystemsTools) {
     }
 }
 
-TEST_F(PackageUpdate, AScannedNameOf63CharactersIsTheLongestThatIsKept) {
+TEST_F(PackageUpdate, KeepsScannedNamesOfUpTo63Characters) {
     const std::string zips = temporary_ / "zips";
     for (const size_t length : {63U, 64U, 255U}) {
         MakeZip(zips + "/" + std::string(length - 4, 'n') + ".zip", {{"a", "b"}});
@@ -253,7 +253,7 @@ TEST_F(PackageUpdate, AScannedNameOf63CharactersIsTheLongestThatIsKept) {
     EXPECT_THAT(names, UnorderedElementsAre(std::string(59, 'n') + ".zip", "", ""));
 }
 
-TEST_F(PackageUpdate, AnEmptyDirectoryIsAnEmptyListAndAMissingOneAFailure) {
+TEST_F(PackageUpdate, ScansEmptyAndMissingDirectories) {
     std::vector<ZnPackageInfo> records(1);
     fs::create_directory(temporary_ / "zips");
     EXPECT_EQ(ZnVcUpdate::ZnScanLocalZipFiles(temporary_ / "zips", records), kSuccess);
@@ -265,7 +265,7 @@ TEST_F(PackageUpdate, AnEmptyDirectoryIsAnEmptyListAndAMissingOneAFailure) {
 
 // --- Unzip ---
 
-TEST_F(PackageUpdate, AZipIsUnpackedBesideItself) {
+TEST_F(PackageUpdate, UnpacksZipNextToItself) {
     const std::string zip = temporary_ / "zips/sound_1.0.zip";
     MakeZip(zip, {{"FileList.ini", "[a]\n"}, {"Common/lib.so", "library"}});
     EXPECT_EQ(ZnVcUpdate::UnZipVcPackage(zip), kSuccess);
@@ -274,7 +274,7 @@ TEST_F(PackageUpdate, AZipIsUnpackedBesideItself) {
     EXPECT_EQ(ReadFile(temporary_ / "zips/sound_1.0/Common/lib.so"), "library");
 }
 
-TEST_F(PackageUpdate, UnpackingOverwritesFilesAndLeavesOthers) {
+TEST_F(PackageUpdate, OverwritesFilesAndKeepsOthers) {
     MakeZip(temporary_ / "zips/a.zip", {{"file", "new"}});
     WriteFile(temporary_ / "zips/a/file", "old and longer");
     WriteFile(temporary_ / "zips/a/other", "stays");
@@ -283,7 +283,7 @@ TEST_F(PackageUpdate, UnpackingOverwritesFilesAndLeavesOthers) {
     EXPECT_EQ(ReadFile(temporary_ / "zips/a/other"), "stays");
 }
 
-TEST_F(PackageUpdate, TheTargetOfUnpackingEndsAtTheFirstZipOfTheName) {
+TEST_F(PackageUpdate, UnpacksIntoNameUpToFirstZip) {
     const struct {
         std::string name;
         std::string target;
@@ -321,20 +321,20 @@ TEST_F(PackageUpdate, ClosedStandardDescriptorsDoNotCorruptUnpackedFiles) {
     }
 }
 
-TEST_F(PackageUpdate, WithoutUnzipOnTheSearchPathNothingIsUnpackedAndTheResultIsZero) {
+TEST_F(PackageUpdate, SucceedsWithoutUnzipOnSearchPath) {
     MakeZip(temporary_ / "zips/a.zip", {{"file", "text"}});
     const EnvironmentVariable path("PATH", temporary_ / "no programs here");
     EXPECT_EQ(ZnVcUpdate::UnZipVcPackage(temporary_ / "zips/a.zip"), kSuccess);
     EXPECT_THAT(NamesIn(temporary_ / "zips"), ElementsAre("a.zip"));
 }
 
-TEST_F(PackageUpdate, AFileThatIsNoZipIsNotUnpackedAndTheResultIsZero) {
+TEST_F(PackageUpdate, SucceedsWithoutUnpackingDamagedZip) {
     WriteFile(temporary_ / "zips/a.zip", "text");
     EXPECT_EQ(ZnVcUpdate::UnZipVcPackage(temporary_ / "zips/a.zip"), kSuccess);
     EXPECT_THAT(NamesIn(temporary_ / "zips"), ElementsAre("a.zip"));
 }
 
-TEST_F(PackageUpdate, TheShellSplitsAPathWithBlanksSoItIsNotUnpacked) {
+TEST_F(PackageUpdate, DoesNotUnpackPathWithBlanks) {
     MakeZip(temporary_ / "zips/a b.zip", {{"file", "text"}});
     EXPECT_EQ(ZnVcUpdate::UnZipVcPackage(temporary_ / "zips/a b.zip"), kSuccess);
     EXPECT_THAT(NamesIn(temporary_ / "zips"), ElementsAre("a b.zip"));

@@ -148,7 +148,7 @@ class InstallCommand : public PolicyTest {
 
 // --- Arguments, manifest, platform ---
 
-TEST_F(InstallCommand, APrefixOrRequestOfLessThanTwoCharactersIsRefused) {
+TEST_F(InstallCommand, RefusesArgumentsBelowTwoCharacters) {
     const struct {
         const char* prefix;
         const char* request;
@@ -166,7 +166,7 @@ TEST_F(InstallCommand, APrefixOrRequestOfLessThanTwoCharactersIsRefused) {
     EXPECT_THAT(ScriptedFiles::Get().calls, IsEmpty());
 }
 
-TEST_F(InstallCommand, AMissingManifestIsAFailure) {
+TEST_F(InstallCommand, FailsWithoutManifest) {
     fs::remove(manifest_);
     EXPECT_EQ(Install(), kFailed);
     EXPECT_THAT(
@@ -176,7 +176,7 @@ TEST_F(InstallCommand, AMissingManifestIsAFailure) {
     EXPECT_THAT(ScriptedServices::Get().iniCalls, IsEmpty());
 }
 
-TEST_F(InstallCommand, AManifestWithoutItsPlatformIsAFailure) {
+TEST_F(InstallCommand, FailsWithoutPlatformInManifest) {
     const ScriptedServices::IniFile manifests[] = {
         {},
         {{"Package_Intall_Type", {}}},
@@ -193,7 +193,7 @@ TEST_F(InstallCommand, AManifestWithoutItsPlatformIsAFailure) {
     }
 }
 
-TEST_F(InstallCommand, ARequestMatchesWhenItIsAPrefixOfTheManifestsPlatform) {
+TEST_F(InstallCommand, MatchesRequestThatIsPrefixOfPlatform) {
     const struct {
         const char* request;
         const char* platform;
@@ -208,7 +208,7 @@ TEST_F(InstallCommand, ARequestMatchesWhenItIsAPrefixOfTheManifestsPlatform) {
     }
 }
 
-TEST_F(InstallCommand, AnyOtherRequestIsAFailure) {
+TEST_F(InstallCommand, FailsForOtherRequests) {
     const struct {
         const char* request;
         const char* platform;
@@ -232,7 +232,7 @@ TEST_F(InstallCommand, AnyOtherRequestIsAFailure) {
     }
 }
 
-TEST_F(InstallCommand, RecordsNameTheirSourceAndCarryTheFixedTags) {
+TEST_F(InstallCommand, LogsSourceFileAndTags) {
     List("a,gone");
     Source("a", "new");
     Install();
@@ -245,7 +245,7 @@ TEST_F(InstallCommand, RecordsNameTheirSourceAndCarryTheFixedTags) {
 
 // --- Path keys and file keys ---
 
-TEST_F(InstallCommand, AManifestWithoutItsPlatformSectionIsAFailure) {
+TEST_F(InstallCommand, FailsWithoutPlatformSection) {
     Manifest() = {{"Package_Intall_Type", {{"PackageIntallType", "arm64"}}}};
     EXPECT_EQ(Install("arm"), kFailed);
     EXPECT_THAT(RecordingLogger::Records(),
@@ -254,7 +254,7 @@ TEST_F(InstallCommand, AManifestWithoutItsPlatformSectionIsAFailure) {
                     {Failure("OneByOnePath", "Invalid IniGetStringItems"), kCommandFailed})));
 }
 
-TEST_F(InstallCommand, AnEmptyPlatformSectionInstallsNothingAndLeavesTheMarkAlone) {
+TEST_F(InstallCommand, KeepsMarkForEmptyPlatformSection) {
     Manifest() = {{"Package_Intall_Type", {{"PackageIntallType", "arm64"}}}, {"arm64", {}}};
     ScriptedFiles::Get().fixedFiles[kMark] = "/of/an/earlier/install";
     EXPECT_EQ(Install(), 0);
@@ -263,7 +263,7 @@ TEST_F(InstallCommand, AnEmptyPlatformSectionInstallsNothingAndLeavesTheMarkAlon
     EXPECT_EQ(Mark(), "/of/an/earlier/install");
 }
 
-TEST_F(InstallCommand, PathKeysAndFileKeysAreWorkedOffInByteOrder) {
+TEST_F(InstallCommand, ProcessesKeysInByteOrder) {
     const std::string upper = dir_ / "upper/";
     const std::string lower = dir_ / "lower/";
     Manifest() = {{"Package_Intall_Type", {{"PackageIntallType", "arm64"}}},
@@ -290,7 +290,7 @@ TEST_F(InstallCommand, PathKeysAndFileKeysAreWorkedOffInByteOrder) {
     EXPECT_EQ(ReadFile(lower + "c"), "C");
 }
 
-TEST_F(InstallCommand, TheManifestIsReadStepByStep) {
+TEST_F(InstallCommand, ReadsManifestInOrder) {
     List("a");
     Source("a", "new");
     Install();
@@ -300,7 +300,7 @@ TEST_F(InstallCommand, TheManifestIsReadStepByStep) {
                             "items bin " + manifest_, "string bin/files " + manifest_));
 }
 
-TEST_F(InstallCommand, APathKeyWhoseValueHasGoneIsAFailure) {
+TEST_F(InstallCommand, FailsWhenPathKeyHasNoValue) {
     List("a");
     ScriptedServices::Get().beforeIniCall = [this](const std::string& call) {
         if (call == "string arm64/bin " + manifest_) {
@@ -314,7 +314,7 @@ TEST_F(InstallCommand, APathKeyWhoseValueHasGoneIsAFailure) {
                                 {Failure("OneByOnePath", "Invalid:pathKey=bin"), kCommandFailed})));
 }
 
-TEST_F(InstallCommand, APathKeyWithoutASectionIsAFailure) {
+TEST_F(InstallCommand, FailsWhenPathKeyHasNoSection) {
     List("a");
     Manifest().erase("bin");
     EXPECT_EQ(Install(), kFailed);
@@ -326,7 +326,7 @@ TEST_F(InstallCommand, APathKeyWithoutASectionIsAFailure) {
     EXPECT_THAT(ScriptedFiles::Get().calls, IsEmpty());
 }
 
-TEST_F(InstallCommand, AFileKeyWhoseValueHasGoneIsAFailureThatNamesThePathKey) {
+TEST_F(InstallCommand, FailsWhenFileKeyHasNoValue) {
     List("a");
     Manifest()["bin"]["more"] = "b";
     Source("a", "new");
@@ -345,7 +345,7 @@ TEST_F(InstallCommand, AFileKeyWhoseValueHasGoneIsAFailureThatNamesThePathKey) {
     EXPECT_THAT(ScriptedFiles::Get().calls, IsEmpty());  // nothing is installed by halves
 }
 
-TEST_F(InstallCommand, AFailureKeepsLaterPathKeysFromBeingRead) {
+TEST_F(InstallCommand, SkipsLaterPathKeysAfterFailure) {
     List("gone");
     Manifest()["arm64"]["zlib"] = dir_ / "zlib/";
     Manifest()["zlib"] = {{"files", "a"}};
@@ -355,7 +355,7 @@ TEST_F(InstallCommand, AFailureKeepsLaterPathKeysFromBeingRead) {
     EXPECT_FALSE(fs::exists(dir_ / "zlib"));
 }
 
-TEST_F(InstallCommand, ASectionWithoutFileKeysInstallsNothingButTakesTheMarkAway) {
+TEST_F(InstallCommand, RemovesMarkForSectionWithoutFileKeys) {
     List("");
     Manifest()["bin"].clear();
     ScriptedFiles::Get().fixedFiles[kMark] = "/of/an/earlier/install";
@@ -369,7 +369,7 @@ TEST_F(InstallCommand, ASectionWithoutFileKeysInstallsNothingButTakesTheMarkAway
     EXPECT_FALSE(fs::exists(destination_));
 }
 
-TEST_F(InstallCommand, ValuesAreCutAt258Characters) {
+TEST_F(InstallCommand, TruncatesValuesAt258Characters) {
     List(std::string(300, 'a'));
     EXPECT_EQ(Install(), kFailed);
     EXPECT_THAT(RecordsOf("SplitString"), ElementsAre(Element(std::string(258, 'a'))));
@@ -377,7 +377,7 @@ TEST_F(InstallCommand, ValuesAreCutAt258Characters) {
 
 // --- File lists ---
 
-TEST_F(InstallCommand, AFileListIsSplitAtCommasAndEndsAtAnEmptyElement) {
+TEST_F(InstallCommand, SplitsFileListUpToEmptyElement) {
     const struct {
         const char* list;
         std::vector<std::string> elements;
@@ -408,7 +408,7 @@ TEST_F(InstallCommand, AFileListIsSplitAtCommasAndEndsAtAnEmptyElement) {
     }
 }
 
-TEST_F(InstallCommand, FilesAreInstalledInByteOrderOfTheirNames) {
+TEST_F(InstallCommand, InstallsFilesInByteOrder) {
     List("b,a,B, b");
     for (const char* const name : {"a", "b", "B", " b"}) {
         Source(name, "new");
@@ -421,7 +421,7 @@ TEST_F(InstallCommand, FilesAreInstalledInByteOrderOfTheirNames) {
                             Copied(common_ + "b", destination_ + "b"), kDone));
 }
 
-TEST_F(InstallCommand, ANameListedUnderTwoFileKeysIsInstalledOnce) {
+TEST_F(InstallCommand, InstallsRepeatedNameOnce) {
     List("a,b");
     Manifest()["bin"]["more"] = "b,a";
     Source("a", "new");
@@ -434,7 +434,7 @@ TEST_F(InstallCommand, ANameListedUnderTwoFileKeysIsInstalledOnce) {
 
 // --- Files that are new, replaced or unchanged ---
 
-TEST_F(InstallCommand, ANewFileIsCopiedAndMarked) {
+TEST_F(InstallCommand, CopiesAndMarksNewFile) {
     List("a");
     Source("a", "new");
     EXPECT_EQ(Install(), 0);
@@ -453,7 +453,7 @@ TEST_F(InstallCommand, ANewFileIsCopiedAndMarked) {
     EXPECT_EQ(Mark(), destination_ + "a");
 }
 
-TEST_F(InstallCommand, AReplacedFileIsKeptAsBackupAndTheNewOneMarked) {
+TEST_F(InstallCommand, KeepsReplacedFileAsBackup) {
     List("a");
     Source("a", "new");
     Present("a", "old");
@@ -468,7 +468,7 @@ TEST_F(InstallCommand, AReplacedFileIsKeptAsBackupAndTheNewOneMarked) {
     EXPECT_EQ(Mark(), destination_ + "a");
 }
 
-TEST_F(InstallCommand, OneGenerationOfBackupsIsKept) {
+TEST_F(InstallCommand, KeepsOneBackup) {
     List("a");
     Source("a", "new");
     Present("a", "old");
@@ -481,7 +481,7 @@ TEST_F(InstallCommand, OneGenerationOfBackupsIsKept) {
     EXPECT_EQ(ReadFile(destination_ + "a.bak"), "old");
 }
 
-TEST_F(InstallCommand, AnUnchangedFileIsLeftAloneAndNotMarked) {
+TEST_F(InstallCommand, SkipsUnchangedFile) {
     List("a");
     Source("a", "same");
     Present("a", "same");
@@ -494,7 +494,7 @@ TEST_F(InstallCommand, AnUnchangedFileIsLeftAloneAndNotMarked) {
     EXPECT_EQ(Mark(), "");
 }
 
-TEST_F(InstallCommand, TheBackupOfAnUnchangedFileGoesAllTheSame) {
+TEST_F(InstallCommand, DeletesBackupOfUnchangedFile) {
     List("a");
     Source("a", "same");
     Present("a", "same");
@@ -507,7 +507,7 @@ TEST_F(InstallCommand, TheBackupOfAnUnchangedFileGoesAllTheSame) {
     EXPECT_FALSE(fs::exists(destination_ + "a.bak"));
 }
 
-TEST_F(InstallCommand, TheBackupOfAFileThatHasGoneGoesAllTheSame) {
+TEST_F(InstallCommand, DeletesBackupOfMissingFile) {
     List("a");
     Source("a", "new");
     Present("a.bak", "older");
@@ -519,7 +519,7 @@ TEST_F(InstallCommand, TheBackupOfAFileThatHasGoneGoesAllTheSame) {
     EXPECT_FALSE(fs::exists(destination_ + "a.bak"));
 }
 
-TEST_F(InstallCommand, FilesAreTheSameWhenTheirWholeDigestsAre) {
+TEST_F(InstallCommand, ComparesWholeDigests) {
     const struct {
         const char* source;
         const char* destination;
@@ -542,7 +542,7 @@ TEST_F(InstallCommand, FilesAreTheSameWhenTheirWholeDigestsAre) {
     }
 }
 
-TEST_F(InstallCommand, ADestinationWithoutAFinalSeparatorIsAPrefixOfTheNames) {
+TEST_F(InstallCommand, UsesDestinationAsPlainPrefix) {
     List("a");
     const std::string prefix = dir_ / "opt";
     Manifest()["arm64"]["bin"] = prefix;
@@ -555,7 +555,7 @@ TEST_F(InstallCommand, ADestinationWithoutAFinalSeparatorIsAPrefixOfTheNames) {
     EXPECT_EQ(Mark(), prefix + "a");
 }
 
-TEST_F(InstallCommand, NamesMayLeadIntoSubdirectoriesThatExist) {
+TEST_F(InstallCommand, InstallsIntoExistingSubdirectories) {
     List("sub/a");
     fs::create_directory(common_ + "sub");
     Source("sub/a", "new");
@@ -566,7 +566,7 @@ TEST_F(InstallCommand, NamesMayLeadIntoSubdirectoriesThatExist) {
 
 // --- The mark file ---
 
-TEST_F(InstallCommand, MarkedPathsRunTogether) {
+TEST_F(InstallCommand, MarksPathsWithoutSeparator) {
     List("a,b,c");
     Source("a", "new");
     Source("b", "same");
@@ -576,7 +576,7 @@ TEST_F(InstallCommand, MarkedPathsRunTogether) {
     EXPECT_EQ(Mark(), destination_ + "a" + destination_ + "c");
 }
 
-TEST_F(InstallCommand, TheMarkHoldsThePathsOfTheLastPathKeyOnly) {
+TEST_F(InstallCommand, MarksOnlyLastPathKey) {
     List("a");
     const std::string later = dir_ / "later/";
     Manifest()["arm64"]["later"] = later;
@@ -588,7 +588,7 @@ TEST_F(InstallCommand, TheMarkHoldsThePathsOfTheLastPathKeyOnly) {
     EXPECT_EQ(Mark(), later + "b");
 }
 
-TEST_F(InstallCommand, NoMarkIsLeftWhenTheLastPathKeyFindsEverythingUnchanged) {
+TEST_F(InstallCommand, LeavesNoMarkWhenLastPathKeyIsUnchanged) {
     List("a");
     Manifest()["arm64"]["later"] = destination_;
     Manifest()["later"] = {{"files", "a"}};
@@ -597,7 +597,7 @@ TEST_F(InstallCommand, NoMarkIsLeftWhenTheLastPathKeyFindsEverythingUnchanged) {
     EXPECT_THAT(ScriptedFiles::Get().fixedFiles, IsEmpty());
 }
 
-TEST_F(InstallCommand, AMarkThatStillExistsIsAFailureBeforeAnyFileIsTouched) {
+TEST_F(InstallCommand, FailsBeforeAnyFileWhenMarkRemains) {
     List("a");
     Source("a", "new");
     ScriptedFiles::Get().fixedFiles[kMark] = "/of/an/earlier/install";
@@ -612,7 +612,7 @@ TEST_F(InstallCommand, AMarkThatStillExistsIsAFailureBeforeAnyFileIsTouched) {
     }
 }
 
-TEST_F(InstallCommand, AMarkThatIsGoneIsNoFailureWhateverTheDeletionReturned) {
+TEST_F(InstallCommand, IgnoresResultOfMarkDeletion) {
     List("a");
     Source("a", "new");
     ScriptedFiles::Get().fixedFiles[kMark] = "/of/an/earlier/install";
@@ -624,7 +624,7 @@ TEST_F(InstallCommand, AMarkThatIsGoneIsNoFailureWhateverTheDeletionReturned) {
     EXPECT_EQ(Mark(), destination_ + "a");
 }
 
-TEST_F(InstallCommand, AMarkThatCannotBeWrittenDoesNotMatter) {
+TEST_F(InstallCommand, IgnoresUnwritableMark) {
     List("a");
     Source("a", "new");
     ScriptedFiles::Get().appendWriteFile = [](const std::string&, const std::string&) {
@@ -635,7 +635,7 @@ TEST_F(InstallCommand, AMarkThatCannotBeWrittenDoesNotMatter) {
                 ElementsAre(kBegin, Copied(common_ + "a", destination_ + "a"), kDone));
 }
 
-TEST_F(InstallCommand, AMarkIsAppendedAfterTheCopyWithItsBytesOnly) {
+TEST_F(InstallCommand, AppendsToMarkAfterCopy) {
     List("a");
     Source("a", "new");
     std::string appended;
@@ -651,7 +651,7 @@ TEST_F(InstallCommand, AMarkIsAppendedAfterTheCopyWithItsBytesOnly) {
 
 // --- Failures in the middle of a file ---
 
-TEST_F(InstallCommand, AMissingSourceIsAFailure) {
+TEST_F(InstallCommand, FailsForMissingSource) {
     List("gone");
     Present("gone", "old");
     Present("gone.bak", "older");
@@ -660,13 +660,13 @@ TEST_F(InstallCommand, AMissingSourceIsAFailure) {
     EXPECT_EQ(ReadFile(destination_ + "gone.bak"), "older");
 }
 
-TEST_F(InstallCommand, AnEmptySourceIsAFailure) {
+TEST_F(InstallCommand, FailsForEmptySource) {
     List("a");
     Source("a", "");
     ExpectInstallFails({kBegin, NotInstalled("Not Find:src_filename=" + common_ + "a")});
 }
 
-TEST_F(InstallCommand, ASourceWhoseSizeCannotBeReadIsAFailure) {
+TEST_F(InstallCommand, FailsWhenSourceSizeCannotBeRead) {
     List("a");
     Source("a", "new");
     for (const long long size : {0LL, -1LL, -5'000'000'000LL}) {
@@ -677,7 +677,7 @@ TEST_F(InstallCommand, ASourceWhoseSizeCannotBeReadIsAFailure) {
     }
 }
 
-TEST_F(InstallCommand, ALargeSourceIsNoEmptyOne) {
+TEST_F(InstallCommand, AcceptsSourceAbove32BitSize) {
     List("a");
     Source("a", "new");
     for (const long long size : {1LL, 1LL << 32, (1LL << 32) + (1LL << 31)}) {
@@ -686,7 +686,7 @@ TEST_F(InstallCommand, ALargeSourceIsNoEmptyOne) {
     }
 }
 
-TEST_F(InstallCommand, ABackupThatCannotBeDeletedIsAFailure) {
+TEST_F(InstallCommand, FailsWhenBackupCannotBeDeleted) {
     List("a");
     Source("a", "new");
     Present("a", "old");
@@ -699,7 +699,7 @@ TEST_F(InstallCommand, ABackupThatCannotBeDeletedIsAFailure) {
     EXPECT_THAT(ScriptedServices::Get().digestCalls, IsEmpty());
 }
 
-TEST_F(InstallCommand, AnyNonZeroResultOfADeletionIsAFailure) {
+TEST_F(InstallCommand, FailsForAnyNonZeroDeletionResult) {
     List("a");
     Source("a", "new");
     Present("a.bak", "older");
@@ -711,7 +711,7 @@ TEST_F(InstallCommand, AnyNonZeroResultOfADeletionIsAFailure) {
         {kBegin, NotInstalled("RemoveFile Failed:dst_filename_bak=" + destination_ + "a.bak")});
 }
 
-TEST_F(InstallCommand, AFileThatCannotBeRenamedIsAFailure) {
+TEST_F(InstallCommand, FailsWhenFileCannotBeRenamed) {
     // With ".bak" the name is longer than a file system takes.
     const std::string name(NAME_MAX - 3, 'n');
     List(name);
@@ -724,7 +724,7 @@ TEST_F(InstallCommand, AFileThatCannotBeRenamedIsAFailure) {
     EXPECT_THAT(ScriptedFiles::Get().calls, Not(Contains(StartsWith("copy "))));
 }
 
-TEST_F(InstallCommand, AFailedCopyIsAFailureAndLeavesTheBackup) {
+TEST_F(InstallCommand, KeepsBackupWhenCopyFails) {
     List("a");
     Source("a", "new");
     Present("a", "old");
@@ -743,7 +743,7 @@ TEST_F(InstallCommand, AFailedCopyIsAFailureAndLeavesTheBackup) {
     }
 }
 
-TEST_F(InstallCommand, ADirectoryThatCannotBeMadeShowsUpAsAFailedCopy) {
+TEST_F(InstallCommand, FailsAtCopyWhenDirectoryCannotBeCreated) {
     List("a");
     const std::string deep = dir_ / "missing/opt/";
     Manifest()["arm64"]["bin"] = deep;
@@ -752,7 +752,7 @@ TEST_F(InstallCommand, ADirectoryThatCannotBeMadeShowsUpAsAFailedCopy) {
     EXPECT_THAT(ScriptedFiles::Get().calls, Contains("mkdir " + deep + " 777"));
 }
 
-TEST_F(InstallCommand, AnEmptyDestinationIsNoReasonToStop) {
+TEST_F(InstallCommand, AcceptsEmptyDestination) {
     List("a");
     Manifest()["arm64"]["bin"] = "";
     Source("a", "new");
@@ -764,7 +764,7 @@ TEST_F(InstallCommand, AnEmptyDestinationIsNoReasonToStop) {
                             "copy " + common_ + "a a", "append " + kMark));
 }
 
-TEST_F(InstallCommand, TheDirectoryIsLookedForBeforeEachFile) {
+TEST_F(InstallCommand, ChecksDirectoryBeforeEachFile) {
     List("a,b");
     Source("a", "new");
     Source("b", "new");
@@ -777,7 +777,7 @@ TEST_F(InstallCommand, TheDirectoryIsLookedForBeforeEachFile) {
     EXPECT_EQ(std::count(calls.begin(), calls.end(), "mkdir " + destination_ + " 777"), 2);
 }
 
-TEST_F(InstallCommand, AFailureEndsTheWorkAndUndoesNothing) {
+TEST_F(InstallCommand, StopsAtFirstFailureWithoutRollback) {
     List("a,b,c,d");
     Source("a", "new");
     Source("b", "new");
@@ -795,7 +795,7 @@ TEST_F(InstallCommand, AFailureEndsTheWorkAndUndoesNothing) {
 
 // --- Races: what another process does between two steps ---
 
-TEST_F(InstallCommand, ASourceThatVanishesAfterItWasMeasuredIsNoticedAtTheCopy) {
+TEST_F(InstallCommand, FailsWhenSourceVanishesBeforeCopy) {
     List("a");
     Source("a", "new");
     ScriptedFiles::Get().fileSize = [](const std::string& path) {
@@ -806,7 +806,7 @@ TEST_F(InstallCommand, ASourceThatVanishesAfterItWasMeasuredIsNoticedAtTheCopy) 
     EXPECT_THAT(ScriptedFiles::Get().calls, Not(Contains(StartsWith("copy "))));
 }
 
-TEST_F(InstallCommand, ASourceThatVanishesWhileItIsComparedLeavesTheBackup) {
+TEST_F(InstallCommand, KeepsBackupWhenSourceVanishesDuringComparison) {
     List("a,b");
     Source("a", "new");
     Source("b", "new");
@@ -826,7 +826,7 @@ TEST_F(InstallCommand, ASourceThatVanishesWhileItIsComparedLeavesTheBackup) {
     EXPECT_FALSE(fs::exists(destination_ + "b"));
 }
 
-TEST_F(InstallCommand, ASourceThatVanishesAfterAnEqualDigestDoesNotMatter) {
+TEST_F(InstallCommand, IgnoresSourceThatVanishesAfterEqualDigest) {
     List("a");
     Source("a", "same");
     Present("a", "same");
@@ -841,7 +841,7 @@ TEST_F(InstallCommand, ASourceThatVanishesAfterAnEqualDigestDoesNotMatter) {
                 ElementsAre(kBegin, Installed("ignore the same:file=a"), kDone));
 }
 
-TEST_F(InstallCommand, ADestinationThatVanishesWhileItIsComparedCannotBeRenamed) {
+TEST_F(InstallCommand, FailsWhenDestinationVanishesDuringComparison) {
     List("a");
     Source("a", "new");
     Present("a", "old");

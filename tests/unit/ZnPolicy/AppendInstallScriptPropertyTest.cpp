@@ -24,7 +24,7 @@ static std::vector<std::string> LiteralSplit(std::string text) {
 
 class FileListProperty : public PolicyTest {};
 
-TEST_F(FileListProperty, EveryListGivesWhatTheDescriptionGives) {
+TEST_F(FileListProperty, AgreesWithLiteralVersion) {
     Random random;
     TemporaryDirectory dir;
     const std::string manifest = dir / "FileList.ini";

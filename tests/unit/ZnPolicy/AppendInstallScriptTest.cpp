@@ -2,12 +2,11 @@
 //
 // The machine's platform is looked up once in the life of a process, so every test runs in a
 // process of its own, also when the whole program is run at once.
-#include <sys/wait.h>
-#include <unistd.h>
-
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 
+#include "ChildProcess.h"
 #include "PolicyTest.h"
 #include "TemporaryDirectory.h"
 #include "ZnVcUpdate.h"
@@ -41,15 +40,11 @@ class InstallScript : public PolicyTest {
 
     // Runs `test` in a child process and takes over its outcome.
     static void InItsOwnProcess(const std::function<void()>& test) {
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
+        const ProcessResult result = RunInChild([&] {
             test();
-            _exit(HasFailure() ? 1 : 0);
-        }
-        int status = 0;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_EQ(status, 0) << "what failed is said above";
+            std::exit(HasFailure() ? 1 : 0);
+        });
+        EXPECT_TRUE(result.Succeeded()) << result;
     }
 
     void SetMachine(const std::string& platform) {
@@ -74,7 +69,7 @@ class InstallScript : public PolicyTest {
 
 // --- The zip ---
 
-TEST_F(InstallScript, TheDirectoryNamedAfterTheZipIsInstalled) {
+TEST_F(InstallScript, InstallsDirectoryNamedAfterZip) {
     InItsOwnProcess([this] {
         SetMachine("arm64");
         SetPackage("arm64");
@@ -87,7 +82,7 @@ TEST_F(InstallScript, TheDirectoryNamedAfterTheZipIsInstalled) {
     });
 }
 
-TEST_F(InstallScript, AMissingZipFailsBeforeThePlatformIsLookedUp) {
+TEST_F(InstallScript, FailsForMissingZipBeforeReadingPlatform) {
     InItsOwnProcess([this] {
         fs::remove(zip_);
         SetMachine("x86");
@@ -103,7 +98,7 @@ TEST_F(InstallScript, AMissingZipFailsBeforeThePlatformIsLookedUp) {
     });
 }
 
-TEST_F(InstallScript, AFailedInstallationIsAFailure) {
+TEST_F(InstallScript, FailsWhenInstallationFails) {
     InItsOwnProcess([this] {
         SetMachine("arm64");
         fs::remove(package_ + "/FileList.ini");
@@ -118,7 +113,7 @@ TEST_F(InstallScript, AFailedInstallationIsAFailure) {
     });
 }
 
-TEST_F(InstallScript, TheZipsNameIsCutAtTheLastDotOfTheWholePath) {
+TEST_F(InstallScript, CutsPathAtLastDot) {
     InItsOwnProcess([this] {
         SetMachine("arm64");
         const struct {
@@ -141,7 +136,7 @@ TEST_F(InstallScript, TheZipsNameIsCutAtTheLastDotOfTheWholePath) {
     });
 }
 
-TEST_F(InstallScript, APathWithoutADotIsRefused) {
+TEST_F(InstallScript, RefusesPathWithoutDot) {
     InItsOwnProcess([this] {
         SetMachine("arm64");
         fs::current_path(dir_.Path());
@@ -152,7 +147,7 @@ TEST_F(InstallScript, APathWithoutADotIsRefused) {
     });
 }
 
-TEST_F(InstallScript, APathThatBeginsWithItsOnlyDotIsRefused) {
+TEST_F(InstallScript, RefusesPathWithOnlyLeadingDot) {
     InItsOwnProcess([this] {
         SetMachine("arm64");
         fs::current_path(dir_.Path());
@@ -163,7 +158,7 @@ TEST_F(InstallScript, APathThatBeginsWithItsOnlyDotIsRefused) {
     });
 }
 
-TEST_F(InstallScript, APackageDirectoryOfOneCharacterIsRefusedByTheInstallation) {
+TEST_F(InstallScript, FailsForOneCharacterPackageDirectory) {
     InItsOwnProcess([this] {
         SetMachine("arm64");
         fs::current_path(dir_.Path());
@@ -179,7 +174,7 @@ TEST_F(InstallScript, APackageDirectoryOfOneCharacterIsRefusedByTheInstallation)
 
 // --- The platform ---
 
-TEST_F(InstallScript, TheRequestMustBeExactlyTheMachinesPlatform) {
+TEST_F(InstallScript, RequiresExactPlatform) {
     InItsOwnProcess([this] {
         SetMachine("arm64");
         SetPackage("arm64");
@@ -194,7 +189,7 @@ TEST_F(InstallScript, TheRequestMustBeExactlyTheMachinesPlatform) {
     });
 }
 
-TEST_F(InstallScript, TheManifestsPlatformMayBeLongerThanTheMachines) {
+TEST_F(InstallScript, AcceptsManifestPlatformThatBeginsWithMachines) {
     InItsOwnProcess([this] {
         SetMachine("arm");
         SetPackage("arm64");
@@ -202,7 +197,7 @@ TEST_F(InstallScript, TheManifestsPlatformMayBeLongerThanTheMachines) {
     });
 }
 
-TEST_F(InstallScript, TheManifestsPlatformMustBeginWithTheMachines) {
+TEST_F(InstallScript, RefusesManifestPlatformThatIsShorter) {
     InItsOwnProcess([this] {
         SetMachine("arm64");
         SetPackage("arm");
@@ -217,7 +212,7 @@ TEST_F(InstallScript, TheManifestsPlatformMustBeginWithTheMachines) {
     });
 }
 
-TEST_F(InstallScript, APlatformOfLessThanTwoCharactersIsNone) {
+TEST_F(InstallScript, RefusesPlatformBelowTwoCharacters) {
     for (const char* const platform : {"", "A"}) {
         InItsOwnProcess([this, platform] {
             SetMachine(platform);
@@ -230,7 +225,7 @@ TEST_F(InstallScript, APlatformOfLessThanTwoCharactersIsNone) {
     }
 }
 
-TEST_F(InstallScript, ARequestOfLessThanTwoCharactersIsNone) {
+TEST_F(InstallScript, RefusesRequestBelowTwoCharacters) {
     InItsOwnProcess([this] {
         SetMachine("arm64");
         for (const char* const request : {"", "a"}) {
@@ -241,7 +236,7 @@ TEST_F(InstallScript, ARequestOfLessThanTwoCharactersIsNone) {
     });
 }
 
-TEST_F(InstallScript, AnUnknownPlatformFailsEveryCallOfTheProcess) {
+TEST_F(InstallScript, FailsEveryCallWithoutPlatform) {
     InItsOwnProcess([this] {
         EXPECT_EQ(Install("arm64"), kFailed);
         SetMachine("arm64");
@@ -253,7 +248,7 @@ TEST_F(InstallScript, AnUnknownPlatformFailsEveryCallOfTheProcess) {
     });
 }
 
-TEST_F(InstallScript, ThePlatformIsLookedUpOnceWithTheSideOfTheFirstCall) {
+TEST_F(InstallScript, ReadsPlatformOnceWithFirstSide) {
     InItsOwnProcess([this] {
         EXPECT_EQ(Install("arm64", CLIENT_SIDE), kFailed);
         EXPECT_EQ(Install("arm64", SERVER_SIDE), kFailed);
@@ -264,7 +259,7 @@ TEST_F(InstallScript, ThePlatformIsLookedUpOnceWithTheSideOfTheFirstCall) {
     });
 }
 
-TEST_F(InstallScript, ALaterChangeOfThePlatformIsNotSeen) {
+TEST_F(InstallScript, KeepsPlatformAfterChange) {
     InItsOwnProcess([this] {
         SetMachine("arm64");
         SetPackage("arm64");
@@ -277,7 +272,7 @@ TEST_F(InstallScript, ALaterChangeOfThePlatformIsNotSeen) {
     });
 }
 
-TEST_F(InstallScript, RecordsNameTheirSource) {
+TEST_F(InstallScript, LogsSourceFile) {
     InItsOwnProcess([this] {
         fs::remove(zip_);
         Install("arm64");

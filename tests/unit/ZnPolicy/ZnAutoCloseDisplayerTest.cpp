@@ -17,7 +17,7 @@ static Logged CloseProgress(const std::string& text) {
     return Progress("ReadVekAutoCloseDisplayer", text);
 }
 
-TEST_F(AutoCloseDisplayer, AnyNonZeroFlagPassesOnTheSecondsAsTheyStand) {
+TEST_F(AutoCloseDisplayer, ReturnsSecondsUnchangedForNonZeroFlag) {
     const struct {
         int flag;
         int seconds;
@@ -38,7 +38,7 @@ TEST_F(AutoCloseDisplayer, AnyNonZeroFlagPassesOnTheSecondsAsTheyStand) {
     }
 }
 
-TEST_F(AutoCloseDisplayer, ItemsAreReadInAFixedOrder) {
+TEST_F(AutoCloseDisplayer, ReadsItemsInOrder) {
     ScriptedPolicyStore::Publish(
         kId,
         {{"PolicyName", "p"}, {"AutoCloseDisplayerFlag", "1"}, {"AutoCloseDisplayerSecond", "1"}});
@@ -48,13 +48,13 @@ TEST_F(AutoCloseDisplayer, ItemsAreReadInAFixedOrder) {
                             "int AutoCloseDisplayerSecond"));
 }
 
-TEST_F(AutoCloseDisplayer, RecordsNameTheirSource) {
+TEST_F(AutoCloseDisplayer, LogsSourceFile) {
     ZnAutoCloseDisplayerVek::ReadVekAutoCloseDisplayer(kId);
     EXPECT_THAT(RecordingLogger::Origins(),
                 AllOf(Not(IsEmpty()), Each(Field(&LogOrigin::file, "ZnAutoCloseDisplayer.cpp"))));
 }
 
-TEST_F(AutoCloseDisplayer, AMissingPolicyIsAFailureAndGivesZero) {
+TEST_F(AutoCloseDisplayer, ReturnsZeroForMissingPolicy) {
     EXPECT_EQ(ZnAutoCloseDisplayerVek::ReadVekAutoCloseDisplayer(kId), 0);
     EXPECT_THAT(RecordingLogger::Records(),
                 ElementsAre(CloseProgress("terminalId=4711"),
@@ -62,7 +62,7 @@ TEST_F(AutoCloseDisplayer, AMissingPolicyIsAFailureAndGivesZero) {
                                     "LoadPolicyShareMemory Failed:terminalId=4711")));
 }
 
-TEST_F(AutoCloseDisplayer, AMissingItemOrAFlagOfZeroIsNoticedAndGivesZero) {
+TEST_F(AutoCloseDisplayer, ReturnsZeroForMissingItemOrZeroFlag) {
     struct Case {
         ScriptedPolicyStore::Items items;
         std::string notice;

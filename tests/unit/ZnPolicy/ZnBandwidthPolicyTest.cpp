@@ -58,14 +58,14 @@ class Bandwidth : public PolicyTest {
 
 // --- Reading ---
 
-TEST_F(Bandwidth, AFreshTableIsEmpty) {
+TEST_F(Bandwidth, StartsEmpty) {
     for (const char* module : kModules) {
         EXPECT_EQ(PerSec(module), 0) << module;
         EXPECT_EQ(bandwidth_.GetBandwidthBytesPerMs(module), 0) << module;
     }
 }
 
-TEST_F(Bandwidth, TheTotalComesFirstThenAllItemsOfEachModuleInByteOrder) {
+TEST_F(Bandwidth, ReadsTotalThenModulesInByteOrder) {
     std::vector<std::string> expected = {"load 4711", "int TotalBandwidthSpecified",
                                          "int TotalBandwidth"};
     SetTotal(1, 1000);
@@ -79,7 +79,7 @@ TEST_F(Bandwidth, TheTotalComesFirstThenAllItemsOfEachModuleInByteOrder) {
     EXPECT_THAT(ScriptedPolicyStore::Calls(), ElementsAreArray(expected));
 }
 
-TEST_F(Bandwidth, AModuleIsLeftAtItsFirstMissingItem) {
+TEST_F(Bandwidth, StopsReadingModuleAtFirstMissingItem) {
     std::vector<std::string> expected = {"load 4711", "int TotalBandwidthSpecified",
                                          "int TotalBandwidth"};
     SetTotal(0, 0);
@@ -104,7 +104,7 @@ TEST_F(Bandwidth, AModuleIsLeftAtItsFirstMissingItem) {
     EXPECT_THAT(ScriptedPolicyStore::Calls(), ElementsAreArray(expected));
 }
 
-TEST_F(Bandwidth, AReadThatSucceedsLogsTheTerminalOnly) {
+TEST_F(Bandwidth, LogsOnlyTerminalOnSuccess) {
     SetTotal(1, 1000);
     SetModule("Audio", {1, 800, 1, 50});
     items_["VideoBandwidthSpecified"] = "1";  // dropped silently: the other three are missing
@@ -114,7 +114,7 @@ TEST_F(Bandwidth, AReadThatSucceedsLogsTheTerminalOnly) {
                 ElementsAre(Progress("ReadBandwidthPolicy", "terminalId=4711")));
 }
 
-TEST_F(Bandwidth, AFailedReadIsLoggedAndLeavesTheTableEmpty) {
+TEST_F(Bandwidth, EmptiesTableWhenTotalIsMissing) {
     struct Case {
         std::vector<std::string> missing;
         std::string failure;
@@ -156,7 +156,7 @@ TEST_F(Bandwidth, AFailedReadIsLoggedAndLeavesTheTableEmpty) {
     }
 }
 
-TEST_F(Bandwidth, APolicyThatCannotBeLoadedIsLoggedAndLeavesTheTableEmpty) {
+TEST_F(Bandwidth, EmptiesTableWhenPolicyIsMissing) {
     SetTotal(1, 1000);
     SetModule("Audio", {1, 300, 0, 0});
     Read();
@@ -175,7 +175,7 @@ TEST_F(Bandwidth, APolicyThatCannotBeLoadedIsLoggedAndLeavesTheTableEmpty) {
     }
 }
 
-TEST_F(Bandwidth, RecordsNameTheirSourceAndCarryTheFixedTags) {
+TEST_F(Bandwidth, LogsSourceFileAndTags) {
     bandwidth_.ReadBandwidthPolicy(kId);
     const std::vector<LogOrigin> origins = RecordingLogger::Origins();
     ASSERT_EQ(origins.size(), 2U);
@@ -187,7 +187,7 @@ TEST_F(Bandwidth, RecordsNameTheirSourceAndCarryTheFixedTags) {
     }
 }
 
-TEST_F(Bandwidth, EachReadReplacesTheWholeTable) {
+TEST_F(Bandwidth, ReplacesWholeTableOnRead) {
     SetTotal(1, 1000);
     SetModule("Audio", {1, 300, 0, 0});
     SetModule("Video", {1, 400, 0, 0});
@@ -201,7 +201,7 @@ TEST_F(Bandwidth, EachReadReplacesTheWholeTable) {
     EXPECT_EQ(PerSec("Total"), 0);
 }
 
-TEST_F(Bandwidth, EveryModuleIsRead) {
+TEST_F(Bandwidth, ReadsEveryModule) {
     SetTotal(1, 50);
     for (const char* module : kModules) {
         if (module != std::string("Total")) {
@@ -214,14 +214,14 @@ TEST_F(Bandwidth, EveryModuleIsRead) {
     }
 }
 
-TEST_F(Bandwidth, AModuleOfAnotherNameIsNotRead) {
+TEST_F(Bandwidth, IgnoresUnknownModules) {
     SetTotal(1, 1000);
     SetModule("Scanner", {1, 8, 0, 0});
     Read();
     EXPECT_EQ(PerSec("Scanner"), 0);
 }
 
-TEST_F(Bandwidth, AModuleWithoutAllFourItemsHasNoAllowance) {
+TEST_F(Bandwidth, SkipsModuleWithMissingItem) {
     for (const char* suffix : kSuffixes) {
         SCOPED_TRACE(suffix);
         SetTotal(1, 1000);
@@ -234,7 +234,7 @@ TEST_F(Bandwidth, AModuleWithoutAllFourItemsHasNoAllowance) {
     }
 }
 
-TEST_F(Bandwidth, AnItemThatIsNoNumberCountsAsMissing) {
+TEST_F(Bandwidth, TreatsNonNumericItemAsMissing) {
     SetTotal(1, 1000);
     SetModule("Audio", {1, 300, 0, 0});
     items_["AudioBandwidthPercent"] = "half";
@@ -244,7 +244,7 @@ TEST_F(Bandwidth, AnItemThatIsNoNumberCountsAsMissing) {
 
 // --- How total, absolute bandwidth and percentage combine ---
 
-TEST_F(Bandwidth, TheTotalIsKeptInBytesPerSecondWhenSpecifiedAndPositive) {
+TEST_F(Bandwidth, KeepsPositiveSpecifiedTotalInBytesPerSecond) {
     const struct {
         int specified;
         int kilobits;
@@ -305,7 +305,7 @@ static const Rule kRules[] = {
     {"one unit does not replace one unit", 100, {1, 1, 1, 1}, 1},
 };
 
-TEST_F(Bandwidth, TheSmallerOfAbsoluteAndShareWins) {
+TEST_F(Bandwidth, UsesSmallerOfAbsoluteAndShare) {
     for (const Rule& rule : kRules) {
         SCOPED_TRACE(rule.what);
         SetTotal(rule.total == 0 ? 0 : 1, rule.total == 0 ? 1000 : rule.total);
@@ -316,7 +316,7 @@ TEST_F(Bandwidth, TheSmallerOfAbsoluteAndShareWins) {
     }
 }
 
-TEST_F(Bandwidth, ProductsWrapAt32BitsAndAreKeptAsComputed) {
+TEST_F(Bandwidth, WrapsProductsAt32Bits) {
     const struct {
         const char* what;
         int total;
@@ -353,7 +353,7 @@ TEST_F(Bandwidth, ProductsWrapAt32BitsAndAreKeptAsComputed) {
     }
 }
 
-TEST_F(Bandwidth, TheTotalWrapsAsWell) {
+TEST_F(Bandwidth, WrapsTotalAt32Bits) {
     SetTotal(1, kMax);
     Read();
     EXPECT_EQ(PerSec("Total"), 2147483523);
@@ -362,7 +362,7 @@ TEST_F(Bandwidth, TheTotalWrapsAsWell) {
     EXPECT_EQ(PerSec("Total"), -2147483546);
 }
 
-TEST_F(Bandwidth, TheItemsOfTheTotalDoNotLimitIt) {
+TEST_F(Bandwidth, IgnoresOwnItemsOfTotal) {
     for (const PolicyCfgItemValue& item :
          {PolicyCfgItemValue{1, 1000, 1, 50}, PolicyCfgItemValue{1, 1000, 1, 1},
           PolicyCfgItemValue{1, 1000, 0, 0}, PolicyCfgItemValue{1, 1000, 1, -1}}) {
@@ -372,7 +372,7 @@ TEST_F(Bandwidth, TheItemsOfTheTotalDoNotLimitIt) {
     }
 }
 
-TEST_F(Bandwidth, ATotalThatIsNotSpecifiedHasNoEntryEvenWithAllItsItems) {
+TEST_F(Bandwidth, HasNoTotalUnlessSpecified) {
     SetModule("Total", {0, 1000, 1, 50});
     Read();
     EXPECT_EQ(PerSec("Total"), 0);
@@ -380,7 +380,7 @@ TEST_F(Bandwidth, ATotalThatIsNotSpecifiedHasNoEntryEvenWithAllItsItems) {
 
 // --- One module worked out directly ---
 
-TEST_F(Bandwidth, WorkingOutOneModuleStoresItUnderItsNameAndReturnsZero) {
+TEST_F(Bandwidth, StoresCalculatedAllowanceAndReturnsZero) {
     PolicyCfgItemValue item = {1, 800, 1, 50};
     EXPECT_EQ(bandwidth_.CalculateModuleAllowedBandwidth(1000, "Audio", item), 0);
     EXPECT_EQ(bandwidth_.CalculateModuleAllowedBandwidth(0, "Video", item), 0);
@@ -390,7 +390,7 @@ TEST_F(Bandwidth, WorkingOutOneModuleStoresItUnderItsNameAndReturnsZero) {
     EXPECT_THAT(ScriptedPolicyStore::Calls(), IsEmpty());
 }
 
-TEST_F(Bandwidth, WorkingOutOneModuleLeavesItsItemsAlone) {
+TEST_F(Bandwidth, DoesNotChangeItemsWhenCalculating) {
     PolicyCfgItemValue item = {1, 800, 1, 50};
     bandwidth_.CalculateModuleAllowedBandwidth(1000, "Audio", item);
     EXPECT_EQ(item.bandwidthSpecified, 1);
@@ -399,7 +399,7 @@ TEST_F(Bandwidth, WorkingOutOneModuleLeavesItsItemsAlone) {
     EXPECT_EQ(item.bandwidthPercent, 50);
 }
 
-TEST_F(Bandwidth, ALaterResultOverwritesAnEarlierOne) {
+TEST_F(Bandwidth, OverwritesEarlierAllowance) {
     PolicyCfgItemValue item = {1, 800, 0, 0};
     bandwidth_.CalculateModuleAllowedBandwidth(0, "Audio", item);
     item.bandwidth = 900;
@@ -407,7 +407,7 @@ TEST_F(Bandwidth, ALaterResultOverwritesAnEarlierOne) {
     EXPECT_EQ(PerSec("Audio"), 112500);
 }
 
-TEST_F(Bandwidth, AResultOfZeroOrLessLeavesTheEntryThatIsThere) {
+TEST_F(Bandwidth, KeepsEntryForResultOfZeroOrLess) {
     PolicyCfgItemValue item = {1, 800, 0, 0};
     bandwidth_.CalculateModuleAllowedBandwidth(0, "Audio", item);
     for (const int none : {0, -1, kMin}) {
@@ -417,7 +417,7 @@ TEST_F(Bandwidth, AResultOfZeroOrLessLeavesTheEntryThatIsThere) {
     }
 }
 
-TEST_F(Bandwidth, ATotalOfZeroOrLessCountsAsNone) {
+TEST_F(Bandwidth, TreatsTotalOfZeroOrLessAsNone) {
     for (const int total : {0, -1, -1000, kMin}) {
         SCOPED_TRACE(total);
         PolicyCfgItemValue item = {1, 800, 1, 50};
@@ -428,7 +428,7 @@ TEST_F(Bandwidth, ATotalOfZeroOrLessCountsAsNone) {
     }
 }
 
-TEST_F(Bandwidth, OnlyTheExactNameIsTheTotal) {
+TEST_F(Bandwidth, RecognizesTotalByExactNameOnly) {
     PolicyCfgItemValue item = {1, 8, 0, 0};
     const std::string nulAtTheEnd("Total\0", 6);
     for (const std::string name :
@@ -461,7 +461,7 @@ class BandwidthQuery : public Bandwidth {
     }
 };
 
-TEST_F(BandwidthQuery, PlainNamesAreLookedUpAsTheyAre) {
+TEST_F(BandwidthQuery, FindsPlainNames) {
     int expected = 0;
     for (const char* module : kModules) {
         expected += 125;
@@ -469,7 +469,7 @@ TEST_F(BandwidthQuery, PlainNamesAreLookedUpAsTheyAre) {
     }
 }
 
-TEST_F(BandwidthQuery, SevenModulesAnswerToTheirFrameworkNamesAsWell) {
+TEST_F(BandwidthQuery, FindsSevenModulesByFrameworkName) {
     for (const std::string module :
          {"Audio", "Camera", "Clipboard", "Display", "FdRedir", "Printer", "Total"}) {
         const int expected = PerSec(module.c_str());
@@ -480,7 +480,7 @@ TEST_F(BandwidthQuery, SevenModulesAnswerToTheirFrameworkNamesAsWell) {
     }
 }
 
-TEST_F(BandwidthQuery, TheOtherNineAnswerToTheirPlainNamesOnly) {
+TEST_F(BandwidthQuery, FindsOtherModulesByPlainNameOnly) {
     for (const std::string module :
          {"COM", "DXVA", "HID", "PCSC", "Security", "TWAIN", "USB", "VCC", "Video"}) {
         EXPECT_NE(PerSec(module.c_str()), 0) << module;
@@ -488,7 +488,7 @@ TEST_F(BandwidthQuery, TheOtherNineAnswerToTheirPlainNamesOnly) {
     }
 }
 
-TEST_F(BandwidthQuery, OfSeveralFrameworkNamesTheFirstInTheListWins) {
+TEST_F(BandwidthQuery, PrefersFirstListedOfSeveralFrameworkNames) {
     EXPECT_EQ(PerSec("ZnTotalZnAudio"), PerSec("Audio"));
     EXPECT_EQ(PerSec("ZnCameraZnAudio"), PerSec("Audio"));
     EXPECT_EQ(PerSec("ZnClipboardZnCamera"), PerSec("Camera"));
@@ -498,7 +498,7 @@ TEST_F(BandwidthQuery, OfSeveralFrameworkNamesTheFirstInTheListWins) {
     EXPECT_EQ(PerSec("ZnTotalZnPrinter"), PerSec("Printer"));
 }
 
-TEST_F(BandwidthQuery, UnknownNamesAnswerZero) {
+TEST_F(BandwidthQuery, ReturnsZeroForUnknownNames) {
     for (const char* name :
          {"", "Scanner", "audio", "AUDIO", "Audio ", " Audio", "AudioPlugin", "znAudio", "ZnAudi",
           "Zn", "ZnZn", "Zn Audio", "ZNAudio", "a name that is longer than any module's"}) {
@@ -507,19 +507,19 @@ TEST_F(BandwidthQuery, UnknownNamesAnswerZero) {
     }
 }
 
-TEST_F(BandwidthQuery, ANullNameAnswersZero) {
+TEST_F(BandwidthQuery, ReturnsZeroForNullName) {
     EXPECT_EQ(bandwidth_.GetBandwidthBytesPerSec(nullptr), 0);
     EXPECT_EQ(bandwidth_.GetBandwidthBytesPerMs(nullptr), 0);
 }
 
-TEST_F(BandwidthQuery, AFrameworkNameOfAModuleWithoutAllowanceAnswersZero) {
+TEST_F(BandwidthQuery, ReturnsZeroForFrameworkNameWithoutAllowance) {
     items_.erase("AudioBandwidthPercent");
     Read();
     EXPECT_EQ(PerSec("ZnAudio"), 0);
     EXPECT_EQ(PerSec("ZnAudioZnCamera"), 0);
 }
 
-TEST_F(BandwidthQuery, BytesPerMillisecondAreTruncatedTowardZero) {
+TEST_F(BandwidthQuery, TruncatesBytesPerMillisecondTowardZero) {
     const struct {
         int kilobits;
         int perSec;
@@ -542,7 +542,7 @@ TEST_F(BandwidthQuery, BytesPerMillisecondAreTruncatedTowardZero) {
     }
 }
 
-TEST_F(BandwidthQuery, QueriesReadNoPolicyAndLogNothing) {
+TEST_F(BandwidthQuery, ReadsNoPolicyAndLogsNothing) {
     ScriptedPolicyStore::Reset();
     RecordingLogger::Clear();
     EXPECT_EQ(PerSec("Audio"), 125);

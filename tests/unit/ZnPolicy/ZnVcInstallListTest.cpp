@@ -122,7 +122,7 @@ static const Logged kNothingKept = Failure("BuildVcInstallList", "Invalid:tidyZi
 
 // --- The package directory and the zips of a side ---
 
-TEST_F(InstallList, AMissingPackageDirectoryIsAFailure) {
+TEST_F(InstallList, FailsWithoutPackageDirectory) {
     fs::remove_all(packages_);
     EXPECT_EQ(Build({}), kFailed);
     EXPECT_THAT(RecordingLogger::Records(),
@@ -130,7 +130,7 @@ TEST_F(InstallList, AMissingPackageDirectoryIsAFailure) {
     EXPECT_THAT(ScriptedFiles::Get().calls, IsEmpty());
 }
 
-TEST_F(InstallList, NoZipOfTheSideIsAFailure) {
+TEST_F(InstallList, FailsWithoutZipOfSide) {
     EXPECT_EQ(Build({}), kFailed);
     EXPECT_THAT(RecordingLogger::Records(), ElementsAre(kNothingKept));
     EXPECT_THAT(ScriptedFiles::Get().calls, ElementsAre("scan " + packages_));
@@ -141,7 +141,7 @@ TEST_F(InstallList, NoZipOfTheSideIsAFailure) {
     EXPECT_THAT(RecordingLogger::Records(), ElementsAre(kNothingKept));
 }
 
-TEST_F(InstallList, EachSideKeepsItsOwnZipsInListingOrder) {
+TEST_F(InstallList, KeepsZipsOfSideInListingOrder) {
     const std::string server2 = Zip("2_Server.zip");
     const std::string server1 = Zip("1_Server.zip");
     const std::string client = Zip("3_Client.zip");
@@ -163,7 +163,7 @@ TEST_F(InstallList, EachSideKeepsItsOwnZipsInListingOrder) {
                 ElementsAre(Kept(server2), Kept(server1), Kept(server2)));
 }
 
-TEST_F(InstallList, AnyOtherSideKeepsNothing) {
+TEST_F(InstallList, KeepsNothingForInvalidSide) {
     Zip("a_Server.zip");
     Zip("a_Client.zip");
     for (const int side : {2, -1, 7, 2147483647}) {
@@ -173,7 +173,7 @@ TEST_F(InstallList, AnyOtherSideKeepsNothing) {
     }
 }
 
-TEST_F(InstallList, TheMarksOfAZipMayStandAnywhereInItsPath) {
+TEST_F(InstallList, FindsMarksAnywhereInPath) {
     const struct {
         const char* name;
         bool server;
@@ -198,7 +198,7 @@ TEST_F(InstallList, TheMarksOfAZipMayStandAnywhereInItsPath) {
     }
 }
 
-TEST_F(InstallList, WithoutRecordsNothingIsUnpackedAndThatIsFine) {
+TEST_F(InstallList, SucceedsWithoutRecords) {
     const std::string bundle = Zip("a_Server_Release.zip");
     const std::string zip = Zip("b_Server.zip");
     EXPECT_EQ(Build({}), 0);
@@ -206,7 +206,7 @@ TEST_F(InstallList, WithoutRecordsNothingIsUnpackedAndThatIsFine) {
     EXPECT_THAT(ScriptedServices::Get().shellCommands, IsEmpty());
 }
 
-TEST_F(InstallList, RecordsNameTheirSource) {
+TEST_F(InstallList, LogsSourceFile) {
     Build({}, 7);
     fs::remove_all(packages_);
     Build({});
@@ -219,7 +219,7 @@ TEST_F(InstallList, RecordsNameTheirSource) {
 
 // --- Release bundles ---
 
-TEST_F(InstallList, ABundleIsUnpackedOnceForEachRecordWhoseAddressNamesIt) {
+TEST_F(InstallList, UnpacksBundleOnceForEachNamingRecord) {
     const std::string bundle = Zip("a_Server_Release.zip");
     EXPECT_EQ(
         Build({Package("https://host/a_Server_Release.zip", "", ""),
@@ -235,7 +235,7 @@ TEST_F(InstallList, ABundleIsUnpackedOnceForEachRecordWhoseAddressNamesIt) {
         ElementsAre(UnzipCommand("a_Server_Release.zip"), UnzipCommand("a_Server_Release.zip")));
 }
 
-TEST_F(InstallList, ABundleThatNoRecordNamesIsLeftAlone) {
+TEST_F(InstallList, DoesNotUnpackUnnamedBundle) {
     const std::string bundle = Zip("a_Server_Release.zip");
     EXPECT_EQ(Build({Package("https://host/A_Server_Release.zip", "", ""),
                      Package("https://host/a_Server_Release", "", "")}),
@@ -243,7 +243,7 @@ TEST_F(InstallList, ABundleThatNoRecordNamesIsLeftAlone) {
     EXPECT_THAT(RecordingLogger::Records(), ElementsAre(Kept(bundle)));
 }
 
-TEST_F(InstallList, BundlesComeBeforeAllOtherZips) {
+TEST_F(InstallList, UnpacksBundlesFirst) {
     Zip("1_Server.zip", Digest('1'));
     Zip("2_Server_Release.zip");
     EXPECT_EQ(Build({Package("2_Server_Release.zip", Digest('1'), "arm64")}), 0);
@@ -251,21 +251,21 @@ TEST_F(InstallList, BundlesComeBeforeAllOtherZips) {
                 ElementsAre(UnzipCommand("2_Server_Release.zip"), UnzipCommand("1_Server.zip")));
 }
 
-TEST_F(InstallList, ABundleIsNeverInstalledItself) {
+TEST_F(InstallList, DoesNotInstallBundle) {
     const std::string bundle = Zip("a_Server_Release.zip", Digest('1'));
     EXPECT_EQ(Build({Package("", Digest('1'), "arm64")}), 0);
     EXPECT_THAT(RecordingLogger::Records(), ElementsAre(Kept(bundle)));
     EXPECT_THAT(ScriptedServices::Get().digestCalls, IsEmpty());
 }
 
-TEST_F(InstallList, AZipInADirectoryNamedLikeABundleIsABundle) {
+TEST_F(InstallList, TreatsZipInBundleDirectoryAsBundle) {
     const std::string zip = Zip("x_Release.zip/a_Server.zip", Digest('1'));
     EXPECT_EQ(Build({Package("https://host/a_Server.zip", Digest('1'), "arm64")}), 0);
     EXPECT_EQ(ScriptedServices::Get().shellCommands.size(), 1U);
     EXPECT_THAT(ScriptedServices::Get().digestCalls, IsEmpty());
 }
 
-TEST_F(InstallList, ABundleThatCannotBeUnpackedDoesNotMatter) {
+TEST_F(InstallList, IgnoresBundleThatCannotBeUnpacked) {
     const std::string bundle = Zip("a_Server_Release.zip");
     Zip("b_Server.zip", Digest('1'));
     const auto scan = ScriptedFiles::Get().scan;
@@ -280,7 +280,7 @@ TEST_F(InstallList, ABundleThatCannotBeUnpackedDoesNotMatter) {
                 testing::Contains(Failure("UnZipVcPackage", "Not Find zipfile=" + bundle)));
 }
 
-TEST_F(InstallList, WhatABundleBringsInIsForTheNextCall) {
+TEST_F(InstallList, LeavesContentsOfBundleToNextCall) {
     Zip("a_Server_Release.zip");
     ScriptedServices::Get().shell = [this](const std::string& command) {
         if (command == UnzipCommand("a_Server_Release.zip")) {
@@ -297,7 +297,7 @@ TEST_F(InstallList, WhatABundleBringsInIsForTheNextCall) {
     EXPECT_EQ(ScriptedServices::Get().shellCommands.size(), 3U);
 }
 
-TEST_F(InstallList, AnAddressThatFillsItsFieldIsSearchedToItsEnd) {
+TEST_F(InstallList, SearchesAddressThatFillsItsField) {
     Zip("a_Server_Release.zip");
     const std::string name = "a_Server_Release.zip";
     EXPECT_EQ(Build({Package(std::string(320 - name.size(), '/') + name, "", "")}), 0);
@@ -309,7 +309,7 @@ TEST_F(InstallList, AnAddressThatFillsItsFieldIsSearchedToItsEnd) {
 
 // --- Package zips ---
 
-TEST_F(InstallList, AZipWithARecordsDigestIsUnpackedAndInstalled) {
+TEST_F(InstallList, UnpacksAndInstallsMatchingZip) {
     const std::string zip = Zip("a_Server.zip", Digest('1'));
     EXPECT_EQ(Build({Package("", Digest('0'), "arm64"), Package("", Digest('1'), "arm64")}), 0);
     EXPECT_THAT(
@@ -318,7 +318,7 @@ TEST_F(InstallList, AZipWithARecordsDigestIsUnpackedAndInstalled) {
     EXPECT_THAT(ScriptedServices::Get().shellCommands, ElementsAre(UnzipCommand("a_Server.zip")));
 }
 
-TEST_F(InstallList, AZipThatMatchesNoRecordIsSkippedWithoutAWord) {
+TEST_F(InstallList, SkipsZipWithoutRecordSilently) {
     const std::string a = Zip("a_Server.zip", Digest('1'));
     const std::string b = Zip("b_Server.zip", Digest('2'));
     EXPECT_EQ(Build({Package("a_Server.zip", Digest('2'), "arm64")}), 0);
@@ -328,7 +328,7 @@ TEST_F(InstallList, AZipThatMatchesNoRecordIsSkippedWithoutAWord) {
     EXPECT_THAT(ScriptedServices::Get().digestCalls, ElementsAre(a, b));
 }
 
-TEST_F(InstallList, AZipIsInstalledOnceForEachRecordThatItMatches) {
+TEST_F(InstallList, InstallsZipOnceForEachMatchingRecord) {
     const std::string zip = Zip("a_Server.zip", Digest('1'));
     EXPECT_EQ(Build({Package("", Digest('1'), "arm64"), Package("", Digest('2'), "arm64"),
                      Package("", Digest('1'), "x86"), Package("", Digest('1'), "arm64")}),
@@ -345,7 +345,7 @@ TEST_F(InstallList, AZipIsInstalledOnceForEachRecordThatItMatches) {
     EXPECT_EQ(ScriptedServices::Get().digestCalls.size(), 1U);
 }
 
-TEST_F(InstallList, ZipsWithTheSameDigestAreAllInstalled) {
+TEST_F(InstallList, InstallsAllZipsWithSameDigest) {
     Zip("a_Server.zip", Digest('1'));
     Zip("b_Server.zip", Digest('1'));
     EXPECT_EQ(Build({Package("", Digest('1'), "arm64")}), 0);
@@ -353,7 +353,7 @@ TEST_F(InstallList, ZipsWithTheSameDigestAreAllInstalled) {
                 ElementsAre(UnzipCommand("a_Server.zip"), UnzipCommand("b_Server.zip")));
 }
 
-TEST_F(InstallList, DigestsAreComparedInTheirFirst64Characters) {
+TEST_F(InstallList, ComparesFirst64CharactersOfDigest) {
     const struct {
         std::string zip;
         std::string record;
@@ -380,7 +380,7 @@ TEST_F(InstallList, DigestsAreComparedInTheirFirst64Characters) {
     }
 }
 
-TEST_F(InstallList, AFailedInstallationDoesNotStopTheOthers) {
+TEST_F(InstallList, ContinuesAfterFailedInstallation) {
     const std::string a = Zip("a_Server.zip", Digest('1'));
     Zip("b_Server.zip", Digest('1'));
     fs::remove(packages_ + "a_Server/FileList.ini");
@@ -390,7 +390,7 @@ TEST_F(InstallList, AFailedInstallationDoesNotStopTheOthers) {
     EXPECT_EQ(ScriptedServices::Get().shellCommands.size(), 2U);
 }
 
-TEST_F(InstallList, ARecordsPlatformThatFillsItsFieldIsHandedOnAsItIs) {
+TEST_F(InstallList, PassesPlatformThatFillsItsField) {
     Zip("a_Server.zip", Digest('1'));
     const std::string platform(64, 'p');
     ZnPackageInfo package = Package("", Digest('1'), platform);
@@ -400,7 +400,7 @@ TEST_F(InstallList, ARecordsPlatformThatFillsItsFieldIsHandedOnAsItIs) {
               Failure("AppendInstallScript", "Invalid:platform=arm64,vekTellPlatform=" + platform));
 }
 
-TEST_F(InstallList, AFailedUnpackingOfAPackageZipStopsEverything) {
+TEST_F(InstallList, StopsWhenPackageZipCannotBeUnpacked) {
     const std::string a = Zip("a_Server.zip", Digest('1'));
     const std::string b = Zip("b_Server.zip", Digest('1'));
     const std::string c = Zip("c_Server.zip", Digest('1'));

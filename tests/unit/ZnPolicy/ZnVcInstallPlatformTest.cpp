@@ -22,7 +22,7 @@ static Logged PlatformFound(const std::string& platform) {
     return Progress("GetModelPlatform", "platform=" + platform);
 }
 
-TEST_F(PlatformModel, ItStandsInAFileBesideTheProgram) {
+TEST_F(PlatformModel, IsReadFromProcessDirectory) {
     SetPlatform("Model-A");
     EXPECT_EQ(ZnVcUpdate::GetModelPlatform(SERVER_SIDE), "Model-A");
     EXPECT_THAT(ScriptedServices::Get().iniCalls,
@@ -30,7 +30,7 @@ TEST_F(PlatformModel, ItStandsInAFileBesideTheProgram) {
     EXPECT_THAT(RecordingLogger::Records(), ElementsAre(PlatformFound("Model-A")));
 }
 
-TEST_F(PlatformModel, SurroundingBlanksTabsAndLineEndsAreRemoved) {
+TEST_F(PlatformModel, IsTrimmed) {
     const struct {
         const char* value;
         const char* platform;
@@ -54,7 +54,7 @@ TEST_F(PlatformModel, SurroundingBlanksTabsAndLineEndsAreRemoved) {
     }
 }
 
-TEST_F(PlatformModel, AValueOfNothingButBlanksIsReturnedUnchanged) {
+TEST_F(PlatformModel, KeepsValueOfOnlyBlanks) {
     for (const char* const value : {" ", "   ", "\t", "\r\n", " \t\r\n ", ""}) {
         SCOPED_TRACE(testing::PrintToString(value));
         RecordingLogger::Clear();
@@ -64,17 +64,17 @@ TEST_F(PlatformModel, AValueOfNothingButBlanksIsReturnedUnchanged) {
     }
 }
 
-TEST_F(PlatformModel, AValueIsTakenUpToItsFirstNul) {
+TEST_F(PlatformModel, EndsAtFirstNul) {
     SetPlatform(std::string("Model-A \0B", 10));
     EXPECT_EQ(ZnVcUpdate::GetModelPlatform(SERVER_SIDE), "Model-A");
 }
 
-TEST_F(PlatformModel, AValueIsCutAt258Characters) {
+TEST_F(PlatformModel, IsTruncatedAt258Characters) {
     SetPlatform(std::string(300, 'm'));
     EXPECT_EQ(ZnVcUpdate::GetModelPlatform(SERVER_SIDE), std::string(258, 'm'));
 }
 
-TEST_F(PlatformModel, TheSideDoesNotMatter) {
+TEST_F(PlatformModel, DoesNotDependOnSide) {
     SetPlatform("Model-A");
     for (const int side : {0, 1, 2, -1, 7}) {
         EXPECT_EQ(ZnVcUpdate::GetModelPlatform(static_cast<ZnSide>(side)), "Model-A");
@@ -83,7 +83,7 @@ TEST_F(PlatformModel, TheSideDoesNotMatter) {
     EXPECT_EQ(RecordingLogger::Records(), expected);
 }
 
-TEST_F(PlatformModel, WhatCannotBeReadGivesNoneAndAFailureThatNamesTheSide) {
+TEST_F(PlatformModel, IsEmptyWhenUnreadableAndLogsSide) {
     const ScriptedServices::IniFile unreadable[] = {
         {},
         {{"os", {}}},
@@ -102,13 +102,13 @@ TEST_F(PlatformModel, WhatCannotBeReadGivesNoneAndAFailureThatNamesTheSide) {
     }
 }
 
-TEST_F(PlatformModel, AMissingFileGivesNone) {
+TEST_F(PlatformModel, IsEmptyForMissingFile) {
     EXPECT_EQ(ZnVcUpdate::GetModelPlatform(static_cast<ZnSide>(7)), "");
     EXPECT_THAT(RecordingLogger::Records(),
                 ElementsAre(Failure("GetModelPlatform", "Invalid:platform side=7")));
 }
 
-TEST_F(PlatformModel, RecordsNameTheirSourceAndCarryTheFixedTags) {
+TEST_F(PlatformModel, LogsSourceFileAndTags) {
     ZnVcUpdate::GetModelPlatform(SERVER_SIDE);
     SetPlatform("Model-A");
     ZnVcUpdate::GetModelPlatform(SERVER_SIDE);

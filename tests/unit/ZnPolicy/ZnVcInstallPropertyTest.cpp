@@ -281,7 +281,7 @@ static std::string Printed(const std::vector<Logged>& records) {
     return testing::PrintToString(records);
 }
 
-TEST_F(InstallListProperty, TheThreeStagesGiveWhatTheNestedLoopsGive) {
+TEST_F(InstallListProperty, AgreesWithLiteralVersion) {
     constexpr int kRounds = 30000;
     int bundles = 0;
     int installs = 0;
@@ -329,7 +329,7 @@ TEST_F(InstallListProperty, TheThreeStagesGiveWhatTheNestedLoopsGive) {
 
 // --- Paths ---
 
-TEST(RepairPathProperty, EveryPathGivesWhatErasingOneByOneGives) {
+TEST(RepairPathProperty, AgreesWithLiteralVersion) {
     Random random;
     for (int round = 0; round < 100000; ++round) {
         const std::string path = random.Text(std::string("///a.\0", 6), 16);

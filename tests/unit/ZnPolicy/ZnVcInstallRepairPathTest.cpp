@@ -6,7 +6,7 @@ using testing::IsEmpty;
 
 class RepairPath : public PolicyTest {};
 
-TEST_F(RepairPath, EachRunOfSeparatorsBecomesOne) {
+TEST_F(RepairPath, CollapsesRunsOfSeparators) {
     const struct {
         const char* path;
         const char* repaired;
@@ -23,7 +23,7 @@ TEST_F(RepairPath, EachRunOfSeparatorsBecomesOne) {
     }
 }
 
-TEST_F(RepairPath, APathOfLessThanTwoCharactersStays) {
+TEST_F(RepairPath, KeepsPathsBelowTwoCharacters) {
     for (const char* const path : {"", "/", "a"}) {
         std::string repaired = path;
         ZnVcUpdate::RepairPath(repaired);
@@ -31,13 +31,13 @@ TEST_F(RepairPath, APathOfLessThanTwoCharactersStays) {
     }
 }
 
-TEST_F(RepairPath, ANulIsACharacterLikeAnyOther) {
+TEST_F(RepairPath, KeepsNuls) {
     std::string path("//\0//a", 6);
     ZnVcUpdate::RepairPath(path);
     EXPECT_EQ(path, std::string("/\0/a", 4));
 }
 
-TEST_F(RepairPath, NothingIsLogged) {
+TEST_F(RepairPath, LogsNothing) {
     std::string path = "//a";
     ZnVcUpdate::RepairPath(path);
     EXPECT_THAT(RecordingLogger::Records(), IsEmpty());

@@ -29,7 +29,7 @@ class VcPolicy : public PolicyTest {
     std::string vcInfo_ = "from before";
 };
 
-TEST_F(VcPolicy, TheListIsPassedOnAsItStands) {
+TEST_F(VcPolicy, ReturnsListUnchanged) {
     const std::string lists[] = {"A@B@1@2@C@D@E",       "", ",", "x", "100% {} \n of it",
                                  std::string(5000, 'y')};
     for (const std::string& list : lists) {
@@ -47,7 +47,7 @@ TEST_F(VcPolicy, TheListIsPassedOnAsItStands) {
     }
 }
 
-TEST_F(VcPolicy, AnyNonZeroFlagEnablesAndThePolicyNameDoesNotMatter) {
+TEST_F(VcPolicy, AcceptsAnyNonZeroFlagAndPolicyName) {
     for (const std::string flag : {"1", "2", "-1", "2147483647", "-2147483648"}) {
         ScriptedPolicyStore::Publish(kId, {{"PolicyName", ""},
                                            {"VirtualChannelEnable", flag},
@@ -60,7 +60,7 @@ TEST_F(VcPolicy, AnyNonZeroFlagEnablesAndThePolicyNameDoesNotMatter) {
     }
 }
 
-TEST_F(VcPolicy, ItemsAreReadInAFixedOrder) {
+TEST_F(VcPolicy, ReadsItemsInOrder) {
     ScriptedPolicyStore::Publish(
         kId,
         {{"PolicyName", "p"}, {"VirtualChannelEnable", "1"}, {"VirtualChannelOptionNames", "x"}});
@@ -70,7 +70,7 @@ TEST_F(VcPolicy, ItemsAreReadInAFixedOrder) {
                             "text VirtualChannelOptionNames"));
 }
 
-TEST_F(VcPolicy, TheListIsNotReadWhenDisabled) {
+TEST_F(VcPolicy, DoesNotReadListWhenDisabled) {
     ScriptedPolicyStore::Publish(
         kId,
         {{"PolicyName", "p"}, {"VirtualChannelEnable", "0"}, {"VirtualChannelOptionNames", "x"}});
@@ -79,7 +79,7 @@ TEST_F(VcPolicy, TheListIsNotReadWhenDisabled) {
                 ElementsAre("load 4711", "text PolicyName", "int VirtualChannelEnable"));
 }
 
-TEST_F(VcPolicy, RecordsNameTheirSourceAndCarryTheFixedTags) {
+TEST_F(VcPolicy, LogsSourceFileAndTags) {
     ZnVcVek::ZnReadVekVcPolicy(kId, vcInfo_);
     const std::vector<LogOrigin> origins = RecordingLogger::Origins();
     EXPECT_THAT(origins, SizeIs(3));
@@ -88,7 +88,7 @@ TEST_F(VcPolicy, RecordsNameTheirSourceAndCarryTheFixedTags) {
     EXPECT_THAT(origins, Each(Field(&LogOrigin::tag2, "")));
 }
 
-TEST_F(VcPolicy, AMissingPolicyIsAFailureAndGivesNoList) {
+TEST_F(VcPolicy, ReturnsEmptyListForMissingPolicy) {
     ZnVcVek::ZnReadVekVcPolicy(kId, vcInfo_);
     EXPECT_EQ(vcInfo_, "");
     EXPECT_THAT(
@@ -97,7 +97,7 @@ TEST_F(VcPolicy, AMissingPolicyIsAFailureAndGivesNoList) {
                     Failure("ZnReadVekVcPolicy", "LoadPolicyShareMemory Failed:terminalId=4711")));
 }
 
-TEST_F(VcPolicy, AMissingItemOrAFlagOfZeroIsNoticedAndGivesNoList) {
+TEST_F(VcPolicy, ReturnsEmptyListForMissingItemOrZeroFlag) {
     struct Case {
         ScriptedPolicyStore::Items items;
         std::string notice;
@@ -177,16 +177,16 @@ static std::string Join(const Fields& fields, const std::string& separator = "@"
     return text;
 }
 
-TEST_F(VcItems, SevenFieldsMakeAnItem) {
+TEST_F(VcItems, ParsesSevenFields) {
     ExpectItems("A@B@1@2@C@D@E", {kFirst});
 }
 
-TEST_F(VcItems, ItemsKeepTheOrderOfTheText) {
+TEST_F(VcItems, KeepsOrderOfItems) {
     ExpectItems("A@B@1@2@C@D@E,F@G@3@4@H@I@J", {kFirst, kSecond});
     ExpectItems("F@G@3@4@H@I@J,A@B@1@2@C@D@E,A@B@1@2@C@D@E", {kSecond, kFirst, kFirst});
 }
 
-TEST_F(VcItems, RunsOfSeparatorsAndTrailingOnesCountAsOne) {
+TEST_F(VcItems, IgnoresRepeatedAndTrailingSeparators) {
     for (const std::string text : {
              "A@B@1@2@C@D@E,,F@G@3@4@H@I@J",
              "A@B@1@2@C@D@E,,,,,F@G@3@4@H@I@J,",
@@ -198,7 +198,7 @@ TEST_F(VcItems, RunsOfSeparatorsAndTrailingOnesCountAsOne) {
     }
 }
 
-TEST_F(VcItems, RunsOfSeparatorsMayBeOfAnyLength) {
+TEST_F(VcItems, IgnoresRunsOfSeparatorsOfAnyLength) {
     for (const size_t length : {2U, 31U, 32U, 33U, 34U, 64U, 100U, 100000U}) {
         SCOPED_TRACE(length);
         ExpectItems("A@B@1@2@C@D@E" + std::string(length, ',') + "F@G@3@4@H@I@J",
@@ -209,7 +209,7 @@ TEST_F(VcItems, RunsOfSeparatorsMayBeOfAnyLength) {
     }
 }
 
-TEST_F(VcItems, BracesSeparateFieldsAndNeedNotMatch) {
+TEST_F(VcItems, SeparatesFieldsByBraces) {
     for (const std::string text : {
              "A@{B}@1@2@C@D@E",
              "A{B}1@2@C@D@E",
@@ -223,19 +223,19 @@ TEST_F(VcItems, BracesSeparateFieldsAndNeedNotMatch) {
     }
 }
 
-TEST_F(VcItems, AListThatBeginsWithACommaIsEmpty) {
+TEST_F(VcItems, TreatsListWithLeadingCommaAsEmpty) {
     for (const std::string text : {",A@B@1@2@C@D@E", ",,", ",,,,,", ",x", ",@"}) {
         ExpectItems(text, {});
     }
 }
 
-TEST_F(VcItems, ATextOfFewerThanTwoCharactersIsAFailure) {
+TEST_F(VcItems, RefusesListsBelowTwoCharacters) {
     for (const std::string text : {"", "A", ",", "@"}) {
         ExpectFailure(text, Failure("ZnParseVekVcItems", "invalid:key/vekVcStr"));
     }
 }
 
-TEST_F(VcItems, FewerThanSevenFieldsAreInvalid) {
+TEST_F(VcItems, RefusesFewerThanSevenFields) {
     const struct {
         std::string text;
         size_t count;
@@ -255,7 +255,7 @@ TEST_F(VcItems, FewerThanSevenFieldsAreInvalid) {
     }
 }
 
-TEST_F(VcItems, AnItemThatBeginsWithASeparatorHasNoFields) {
+TEST_F(VcItems, RefusesItemWithLeadingSeparator) {
     for (const std::string item :
          {"{A}@B@1@2@C@D@E", "}A@B@1@2@C@D@E", "@A@B@1@2@C@D@E", "@@", "{}", "@{}"}) {
         ExpectFailure(item, TooFewFields(0));
@@ -263,7 +263,7 @@ TEST_F(VcItems, AnItemThatBeginsWithASeparatorHasNoFields) {
     }
 }
 
-TEST_F(VcItems, EachFieldHoldsUpTo31Characters) {
+TEST_F(VcItems, AcceptsFieldsOfUpTo31Characters) {
     for (size_t index = 0; index < 9; ++index) {
         SCOPED_TRACE(index);
         Fields fields = {"A", "B", "1", "2", "C", "D", "E", "eighth", "ninth"};
@@ -278,47 +278,47 @@ TEST_F(VcItems, EachFieldHoldsUpTo31Characters) {
     }
 }
 
-TEST_F(VcItems, TheFirstFieldThatIsTooLongIsReported) {
+TEST_F(VcItems, LogsFirstTooLongField) {
     ExpectFailure(Join({"A", std::string(40, 'x'), "1", std::string(50, 'x'), "C", "D", "E"}),
                   FieldTooLong(1, 40));
 }
 
-TEST_F(VcItems, TheNumberOfFieldsIsCheckedBeforeTheirLengths) {
+TEST_F(VcItems, ChecksNumberOfFieldsBeforeLengths) {
     ExpectFailure(Join({std::string(40, 'x'), "B", "1", "2", "C", "D"}), TooFewFields(6));
 }
 
-TEST_F(VcItems, AnEighthFieldIsCheckedButNotStored) {
+TEST_F(VcItems, ChecksEighthFieldWithoutStoringIt) {
     ExpectItems("A@B@1@2@C@D@E@more", {kFirst});
     ExpectItems("A@B@1@2@C@D@E@8@9@10@11@12", {kFirst});
     ExpectFailure("A@B@1@2@C@D@E@" + std::string(40, 'x'), FieldTooLong(7, 40));
 }
 
-TEST_F(VcItems, OneInvalidItemDiscardsAll) {
+TEST_F(VcItems, DiscardsAllItemsForOneInvalid) {
     ExpectFailure("A@B@1@2@C@D@E,F@G@3@4@H@I", TooFewFields(6));
     ExpectFailure("A@B@1@2@C@D@E,F@G@3@4@H@I@J,x,F@G@3@4@H@I@J", TooFewFields(1));
     ExpectFailure("A@B@1@2@C@D@E,F@G@3@4@H@I@" + std::string(32, 'J'), FieldTooLong(6, 32));
 }
 
-TEST_F(VcItems, TextsAreCopiedAsTheyAreAndTheirRestIsZero) {
+TEST_F(VcItems, CopiesTextsAndZeroesTheRest) {
     const std::string long1(31, 'a');
     const std::string long2 = "\x01\xff tab\t;:/\\\"'";
     ExpectItems(Join({long1, long2, "1", "2", "z", long1, long1}),
                 {Item(long1, long2, 1, 2, "z", long1, long1)});
 }
 
-TEST_F(VcItems, BlanksBelongToTheirFields) {
+TEST_F(VcItems, KeepsBlanks) {
     ExpectItems(
         " A @B @ 1 @2 @ @\tD@E\n, F@G@3@4@H@I@J ",
         {Item(" A ", "B ", 1, 2, " ", "\tD", "E\n"), Item(" F", "G", 3, 4, "H", "I", "J ")});
 }
 
-TEST_F(VcItems, ATextEndsAtAnEmbeddedZeroByteButItsWholeLengthCounts) {
+TEST_F(VcItems, CountsWholeLengthOfFieldWithNul) {
     const std::string nul(1, '\0');
     ExpectItems("A" + nul + "x@B@1" + nul + "2@2@C@D@E", {kFirst});
     ExpectFailure("A" + nul + std::string(31, 'x') + "@B@1@2@C@D@E", FieldTooLong(0, 33));
 }
 
-TEST_F(VcItems, ThirdAndFourthFieldAreHexadecimal) {
+TEST_F(VcItems, ReadsThirdAndFourthFieldAsHexadecimal) {
     const struct {
         std::string field;
         int32_t value;
@@ -365,13 +365,13 @@ TEST_F(VcItems, ThirdAndFourthFieldAreHexadecimal) {
     }
 }
 
-TEST_F(VcItems, AHexadecimalFieldEndsAtItsSeparator) {
+TEST_F(VcItems, EndsHexadecimalFieldAtSeparator) {
     ExpectItems("A@B@ @2@c@D@E", {Item("A", "B", 0, 2, "c", "D", "E")});
     ExpectItems("A@B@0x{f}2@c@D", {Item("A", "B", 0, 15, "2", "c", "D")});
     ExpectItems("A@B@-@f@c@D@E", {Item("A", "B", 0, 15, "c", "D", "E")});
 }
 
-TEST_F(VcItems, RecordsNameTheirSource) {
+TEST_F(VcItems, LogsSourceFile) {
     Parse("x");
     EXPECT_THAT(RecordingLogger::Origins(),
                 ElementsAre(Field(&LogOrigin::file, "ZnVcParseInfo.cpp")));
@@ -380,7 +380,7 @@ TEST_F(VcItems, RecordsNameTheirSource) {
                 ElementsAre(Field(&LogOrigin::file, "ZnVcParseInfo.cpp")));
 }
 
-TEST_F(VcItems, ManyItemsAreParsed) {
+TEST_F(VcItems, ParsesManyItems) {
     std::string text;
     for (int i = 0; i < 10000; ++i) {
         text += "A@B@1@2@C@D@E,";
@@ -392,7 +392,7 @@ TEST_F(VcItems, ManyItemsAreParsed) {
 
 // --- Module ids and paths ---
 
-TEST(VcModuleId, OnlyTheLowFourBitsCount) {
+TEST(VcModuleId, DependsOnLowFourBitsOnly) {
     for (const int id :
          {10, 11, 26, 27, -6, -5, 0x7ffffffa, 0x7ffffffb, std::numeric_limits<int>::min() + 10}) {
         EXPECT_TRUE(ZnVcVek::CheckModuleId(id)) << id;
@@ -403,7 +403,7 @@ TEST(VcModuleId, OnlyTheLowFourBitsCount) {
     }
 }
 
-TEST(VcModuleId, TwoOfEverySixteenAreTaken) {
+TEST(VcModuleId, AcceptsTwoOfEverySixteen) {
     for (int id = -1600; id < 1600; ++id) {
         const int kind = ((id % 16) + 16) % 16;
         EXPECT_EQ(ZnVcVek::CheckModuleId(id), kind == 10 || kind == 11) << id;

@@ -169,7 +169,7 @@ class RandomText {
 
 class VcSplitProperty : public PolicyTest {};
 
-TEST_F(VcSplitProperty, EveryTextGivesWhatTheDescriptionGives) {
+TEST_F(VcSplitProperty, AgreesWithLiteralVersion) {
     constexpr int kTexts = 200000;
     RandomText texts;
     int parsed = 0;
@@ -202,7 +202,7 @@ TEST_F(VcSplitProperty, EveryTextGivesWhatTheDescriptionGives) {
     EXPECT_GT(tooLong, kTexts / 100);
 }
 
-TEST_F(VcSplitProperty, TheDescriptionCollapsesRunsOfAnyLength) {
+TEST_F(VcSplitProperty, LiteralVersionCollapsesRuns) {
     for (size_t length = 1; length < 200; ++length) {
         std::vector<std::string> pieces;
         LiteralSplit("a" + std::string(length, ',') + "b", ',', pieces);

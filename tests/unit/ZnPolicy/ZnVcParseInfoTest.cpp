@@ -23,7 +23,7 @@ class LoginHint : public PolicyTest {};
 
 // --- Intelligent data transport flag ---
 
-TEST_F(IntelligentDataTransport, TheFlagIsPassedOnWhateverItsValue) {
+TEST_F(IntelligentDataTransport, ReturnsFlagUnchanged) {
     for (const int flag : {0, 1, 7, -1, 2147483647}) {
         ScriptedPolicyStore::Publish(kId, {{"IntelligentDataTransportFlag", std::to_string(flag)}});
         EXPECT_EQ(ZnIdtVek::ReadIdtPolicy(kId), flag);
@@ -31,21 +31,21 @@ TEST_F(IntelligentDataTransport, TheFlagIsPassedOnWhateverItsValue) {
     EXPECT_THAT(RecordingLogger::Records(), IsEmpty());
 }
 
-TEST_F(IntelligentDataTransport, TheFlagIsTheOnlyItemRead) {
+TEST_F(IntelligentDataTransport, ReadsOnlyFlag) {
     ScriptedPolicyStore::Publish(kId, {{"IntelligentDataTransportFlag", "1"}});
     ZnIdtVek::ReadIdtPolicy(kId);
     EXPECT_THAT(ScriptedPolicyStore::Calls(),
                 ElementsAre("load 4711", "int IntelligentDataTransportFlag"));
 }
 
-TEST_F(IntelligentDataTransport, AMissingPolicyGivesZeroAndAFailure) {
+TEST_F(IntelligentDataTransport, ReturnsZeroForMissingPolicy) {
     EXPECT_EQ(ZnIdtVek::ReadIdtPolicy(kId), 0);
     EXPECT_THAT(RecordingLogger::Records(),
                 ElementsAre(Failure("ReadIdtPolicy", "load policy failed, sessionId:4711")));
     EXPECT_THAT(ScriptedPolicyStore::Calls(), ElementsAre("load 4711"));
 }
 
-TEST_F(IntelligentDataTransport, AMissingFlagGivesZeroAndAFailure) {
+TEST_F(IntelligentDataTransport, ReturnsZeroForMissingFlag) {
     ScriptedPolicyStore::Publish(kId, {{"PolicyName", "p"}});
     EXPECT_EQ(ZnIdtVek::ReadIdtPolicy(kId), 0);
     EXPECT_THAT(
@@ -53,7 +53,7 @@ TEST_F(IntelligentDataTransport, AMissingFlagGivesZeroAndAFailure) {
         ElementsAre(Failure("ReadIdtPolicy", "load policy failed, sessionId:4711, value=0")));
 }
 
-TEST_F(IntelligentDataTransport, TheRecordShowsWhatAFailedReadLeftButTheResultIsZero) {
+TEST_F(IntelligentDataTransport, LogsValueLeftByFailedRead) {
     ScriptedPolicyStore::Publish(kId, {{"IntelligentDataTransportFlag", "yes"}});
     ScriptedPolicyStore::ScribbleOnFailure("", 99);
     EXPECT_EQ(ZnIdtVek::ReadIdtPolicy(kId), 0);
@@ -62,7 +62,7 @@ TEST_F(IntelligentDataTransport, TheRecordShowsWhatAFailedReadLeftButTheResultIs
         ElementsAre(Failure("ReadIdtPolicy", "load policy failed, sessionId:4711, value=99")));
 }
 
-TEST_F(IntelligentDataTransport, RecordsCarryTheWholePathOfTheirSource) {
+TEST_F(IntelligentDataTransport, LogsFullSourcePath) {
     ZnIdtVek::ReadIdtPolicy(kId);
     EXPECT_THAT(
         RecordingLogger::Origins(),
@@ -70,7 +70,7 @@ TEST_F(IntelligentDataTransport, RecordsCarryTheWholePathOfTheirSource) {
                           EndsWith("/BaseAPI/ZnConfigFormat/ZnPolicy/src/ZnVcParseInfo.cpp"))));
 }
 
-TEST_F(IntelligentDataTransport, RecordsNameTheirSourceAndCarryTheFixedTags) {
+TEST_F(IntelligentDataTransport, LogsSourceFileAndTags) {
     ZnIdtVek::ReadIdtPolicy(kId);
     const std::vector<LogOrigin> origins = RecordingLogger::Origins();
     ASSERT_EQ(origins.size(), 1U);
@@ -86,7 +86,7 @@ static Logged ReconnectProgress(const std::string& text) {
     return Progress("ZnReadVekReconnectPolicy", text);
 }
 
-TEST_F(Reconnect, BothValuesAreTakenAsTheyStand) {
+TEST_F(Reconnect, ReturnsValuesUnchanged) {
     ScriptedPolicyStore::Publish(kId, {{"PolicyName", "p"},
                                        {"AutoConnectInterval", "-5"},
                                        {"SessionKeepliveTime", "2147483647"}});
@@ -99,7 +99,7 @@ TEST_F(Reconnect, BothValuesAreTakenAsTheyStand) {
                     ReconnectProgress("reconnectInterval=-5,reconnectKeepliveTime=2147483647")));
 }
 
-TEST_F(Reconnect, ItemsAreReadInAFixedOrder) {
+TEST_F(Reconnect, ReadsItemsInOrder) {
     ScriptedPolicyStore::Publish(
         kId, {{"PolicyName", ""}, {"AutoConnectInterval", "1"}, {"SessionKeepliveTime", "2"}});
     ZnVcVek::ZnReadVekReconnectPolicy(kId, reconnect_);
@@ -108,13 +108,13 @@ TEST_F(Reconnect, ItemsAreReadInAFixedOrder) {
                             "int SessionKeepliveTime"));
 }
 
-TEST_F(Reconnect, RecordsNameTheirSource) {
+TEST_F(Reconnect, LogsSourceFile) {
     ZnVcVek::ZnReadVekReconnectPolicy(kId, reconnect_);
     EXPECT_THAT(RecordingLogger::Origins(),
                 AllOf(Not(IsEmpty()), Each(Field(&LogOrigin::file, "ZnVcParseInfo.cpp"))));
 }
 
-TEST_F(Reconnect, AMissingPolicyIsAFailureAndGivesZeros) {
+TEST_F(Reconnect, ReturnsZerosForMissingPolicy) {
     ZnVcVek::ZnReadVekReconnectPolicy(kId, reconnect_);
     EXPECT_EQ(reconnect_.reconnectInterval, 0);
     EXPECT_EQ(reconnect_.reconnectKeepliveTime, 0);
@@ -125,7 +125,7 @@ TEST_F(Reconnect, AMissingPolicyIsAFailureAndGivesZeros) {
             Failure("ZnReadVekReconnectPolicy", "LoadPolicyShareMemory Failed:terminalId=4711")));
 }
 
-TEST_F(Reconnect, AnyMissingItemIsNoticedAndGivesZerosForBothValues) {
+TEST_F(Reconnect, ReturnsZerosForMissingItem) {
     struct Case {
         ScriptedPolicyStore::Items items;
         std::string notice;
@@ -161,7 +161,7 @@ static ScriptedPolicyStore::Items Customisation(const std::string& rule) {
 static const Logged kLoginHintBegins =
     Progress("ZnDisableLoginHintPolicy", "Normal:read disable login hint policy");
 
-TEST_F(LoginHint, OnlyTheIntegerOneSuppressesIt) {
+TEST_F(LoginHint, IsSuppressedByIntegerOneOnly) {
     const struct {
         const char* rule;
         bool disabled;
@@ -192,7 +192,7 @@ TEST_F(LoginHint, OnlyTheIntegerOneSuppressesIt) {
     }
 }
 
-TEST_F(LoginHint, ItemsAreReadInAFixedOrder) {
+TEST_F(LoginHint, ReadsItemsInOrder) {
     ScriptedPolicyStore::Publish(kId, Customisation("{}"));
     ZnVcVek::ZnDisableLoginHintPolicy(kId);
     EXPECT_THAT(
@@ -200,13 +200,13 @@ TEST_F(LoginHint, ItemsAreReadInAFixedOrder) {
         ElementsAre("load 4711", "text PolicyName", "int configArg1Enable", "text configArg1Rule"));
 }
 
-TEST_F(LoginHint, RecordsNameTheirSource) {
+TEST_F(LoginHint, LogsSourceFile) {
     ZnVcVek::ZnDisableLoginHintPolicy(kId);
     EXPECT_THAT(RecordingLogger::Origins(),
                 AllOf(Not(IsEmpty()), Each(Field(&LogOrigin::file, "ZnVcParseInfo.cpp"))));
 }
 
-TEST_F(LoginHint, AMissingPolicyIsAFailureAndTheHintStays) {
+TEST_F(LoginHint, KeepsHintWhenPolicyIsMissing) {
     EXPECT_FALSE(ZnVcVek::ZnDisableLoginHintPolicy(kId));
     EXPECT_THAT(
         RecordingLogger::Records(),
@@ -214,7 +214,7 @@ TEST_F(LoginHint, AMissingPolicyIsAFailureAndTheHintStays) {
                                               "LoadPolicyShareMemory Failed:terminalId=4711")));
 }
 
-TEST_F(LoginHint, AMissingItemIsNoticedAndTheHintStays) {
+TEST_F(LoginHint, KeepsHintWhenItemIsMissing) {
     const std::string disabled = "read configArg1Enable Failed  orconfigArg1Enable is disable";
     struct Case {
         ScriptedPolicyStore::Items items;
@@ -241,7 +241,7 @@ TEST_F(LoginHint, AMissingItemIsNoticedAndTheHintStays) {
     }
 }
 
-TEST_F(LoginHint, TheRuleIsNotReadWhenCustomisationIsOff) {
+TEST_F(LoginHint, DoesNotReadRuleWhenDisabled) {
     ScriptedPolicyStore::Publish(kId, {{"PolicyName", "p"}, {"configArg1Enable", "2"}});
     ZnVcVek::ZnDisableLoginHintPolicy(kId);
     EXPECT_THAT(ScriptedPolicyStore::Calls(),

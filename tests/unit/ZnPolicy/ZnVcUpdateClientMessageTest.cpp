@@ -50,7 +50,7 @@ class ClientMessage : public UpdateTest {
     std::vector<ZnPackageInfo> records_{3};
 };
 
-TEST_F(ClientMessage, RecordsAreCopiedByteForByteAtEveryAlignment) {
+TEST_F(ClientMessage, CopiesRecordsAtEveryAlignment) {
     constexpr size_t kTwo = 2 * 876;
     for (size_t offset = 0; offset < 16; ++offset) {
         SCOPED_TRACE(offset);
@@ -63,7 +63,7 @@ TEST_F(ClientMessage, RecordsAreCopiedByteForByteAtEveryAlignment) {
     }
 }
 
-TEST_F(ClientMessage, FieldsStandAtTheirPlacesInTheRecord) {
+TEST_F(ClientMessage, ReadsFieldsAtTheirOffsets) {
     ReceivedMessage message(876, 876);
     std::memset(message.Payload(), 0, 876);
     std::memcpy(message.Payload(), "application", 11);
@@ -78,7 +78,7 @@ TEST_F(ClientMessage, FieldsStandAtTheirPlacesInTheRecord) {
     EXPECT_EQ(records_[0].size, -5);
 }
 
-TEST_F(ClientMessage, AListOfManyPackagesIsReadWhole) {
+TEST_F(ClientMessage, ReadsManyRecords) {
     constexpr int kCount = 1000;
     ReceivedMessage message(kCount * 876, kCount * 876, 1);
     EXPECT_EQ(Read(message.Get()), kSuccess);
@@ -86,7 +86,7 @@ TEST_F(ClientMessage, AListOfManyPackagesIsReadWhole) {
     EXPECT_EQ(std::memcmp(records_.data(), message.Payload(), kCount * 876), 0);
 }
 
-TEST_F(ClientMessage, ALengthThatIsNoWholeNumberOfRecordsIsRefused) {
+TEST_F(ClientMessage, RefusesPartialRecords) {
     for (const int length : {-1, -875, -877, 1, 875, 877, 1751, 1753, INT_MIN, INT_MAX}) {
         SCOPED_TRACE(length);
         RecordingLogger::Clear();
@@ -99,7 +99,7 @@ TEST_F(ClientMessage, ALengthThatIsNoWholeNumberOfRecordsIsRefused) {
     }
 }
 
-TEST_F(ClientMessage, AnEmptyPayloadAndNegativeMultiplesOfTheRecordAreEmptyLists) {
+TEST_F(ClientMessage, TreatsEmptyAndNegativePayloadAsEmptyList) {
     const struct {
         int length;
         const char* record;
@@ -120,7 +120,7 @@ TEST_F(ClientMessage, AnEmptyPayloadAndNegativeMultiplesOfTheRecordAreEmptyLists
     }
 }
 
-TEST_F(ClientMessage, WithoutAMessageTheListIsEmptyAllTheSame) {
+TEST_F(ClientMessage, EmptiesListForNullMessage) {
     EXPECT_EQ(Read(nullptr), kFailure);
     EXPECT_THAT(records_, IsEmpty());
     EXPECT_THAT(RecordingLogger::Records(), ElementsAre(Complains("msg invalid")));

@@ -78,7 +78,7 @@ class ConvertEffort : public UpdateTest {
     }
 };
 
-TEST_F(ConvertEffort, EveryPackageCostsTheSameNumberOfCalls) {
+TEST_F(ConvertEffort, MakesSameNumberOfCallsForEachPackage) {
     const std::map<std::string, int> one = CallsFor(1);
     const std::map<std::string, int> two = CallsFor(2);
     const std::map<std::string, int> many = CallsFor(1001);
@@ -88,20 +88,20 @@ TEST_F(ConvertEffort, EveryPackageCostsTheSameNumberOfCalls) {
     }
 }
 
-TEST_F(ConvertEffort, TheTextIsParsedOnceAndEveryMemberReadOnce) {
+TEST_F(ConvertEffort, ParsesTextOnceAndReadsEachMemberOnce) {
     const std::map<std::string, int> calls = CallsFor(1000);
     EXPECT_EQ(calls.at("parse"), 1);
     EXPECT_EQ(calls.at("text"), 11 * 1000);
 }
 
-TEST_F(ConvertEffort, MembersAreReadInTheOrderOfTheRecord) {
+TEST_F(ConvertEffort, ReadsMembersInOrderOfRecord) {
     CallsFor(1);
     EXPECT_THAT(g_members, ElementsAre("application", "description", "downloadUrl",
                                        "downloadZipSha256Hash", "releaseDate", "microserviceName",
                                        "version", "platform", "packageName", "sha256Hash", "size"));
 }
 
-TEST_F(ConvertEffort, ANegativeNumberOfPackagesIsNone) {
+TEST_F(ConvertEffort, TreatsNegativeArraySizeAsEmpty) {
     g_packages = -1;
     std::vector<ZnPackageInfo> records;
     EXPECT_EQ(ZnVcUpdate::ZnConvertToVekPackInfo("{}", records), kFailure);

@@ -57,7 +57,7 @@ class Convert : public UpdateTest {
 
 // --- Fields ---
 
-TEST_F(Convert, EveryMemberFillsItsField) {
+TEST_F(Convert, FillsEveryField) {
     std::string element = R"({"size": "1024")";
     for (const TextField& field : kTextFields) {
         element += std::string(", \"") + field.member + "\": \"its " + field.member + "\"";
@@ -71,7 +71,7 @@ TEST_F(Convert, EveryMemberFillsItsField) {
     EXPECT_THAT(RecordingLogger::Records(), IsEmpty());
 }
 
-TEST_F(Convert, AMemberTouchesNothingButItsField) {
+TEST_F(Convert, FillsOnlyFieldOfMember) {
     for (const TextField& field : kTextFields) {
         SCOPED_TRACE(field.member);
         const std::string longest(field.capacity - 1, 'x');
@@ -86,7 +86,7 @@ TEST_F(Convert, AMemberTouchesNothingButItsField) {
     }
 }
 
-TEST_F(Convert, ATextThatDoesNotFitLeavesItsFieldEmptyWithoutAWord) {
+TEST_F(Convert, LeavesFieldEmptyForTooLongText) {
     for (const TextField& field : kTextFields) {
         for (const size_t excess : {size_t{0}, size_t{1}, size_t{1000}}) {
             SCOPED_TRACE(field.member);
@@ -103,7 +103,7 @@ TEST_F(Convert, ATextThatDoesNotFitLeavesItsFieldEmptyWithoutAWord) {
     EXPECT_THAT(RecordingLogger::Records(), IsEmpty());
 }
 
-TEST_F(Convert, TheLengthOfATextIsCountedInBytes) {
+TEST_F(Convert, CountsLengthInBytes) {
     const std::string sixteenLetters = R"(\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4)"
                                        R"(\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4)";
     EXPECT_EQ(FromElements({R"({"version": ")" + sixteenLetters + R"("})",
@@ -114,13 +114,13 @@ TEST_F(Convert, TheLengthOfATextIsCountedInBytes) {
     EXPECT_EQ(std::strlen(records_[1].version), 30U);
 }
 
-TEST_F(Convert, ATextEndsAtItsFirstNul) {
+TEST_F(Convert, EndsTextAtFirstNul) {
     EXPECT_EQ(FromElements({R"({"version": "1.0\u0000beta"})"}), kSuccess);
     ASSERT_EQ(records_.size(), 1U);
     EXPECT_STREQ(records_[0].version, "1.0");
 }
 
-TEST_F(Convert, TheSizeIsTheNumberThatItsTextBeginsWith) {
+TEST_F(Convert, ReadsLeadingNumberOfSize) {
     const struct {
         const char* text;
         int size;
@@ -146,7 +146,7 @@ TEST_F(Convert, TheSizeIsTheNumberThatItsTextBeginsWith) {
     }
 }
 
-TEST_F(Convert, ASizeBeyond32BitsIsStillARecord) {
+TEST_F(Convert, KeepsRecordWithSizeBeyond32Bits) {
     for (const char* text : {"2147483648", "-2147483649", "99999999999999999999"}) {
         SCOPED_TRACE(text);
         records_.clear();
@@ -155,7 +155,7 @@ TEST_F(Convert, ASizeBeyond32BitsIsStillARecord) {
     }
 }
 
-TEST_F(Convert, MembersThatAreNotStringsCountAsMissing) {
+TEST_F(Convert, TreatsNonStringMembersAsMissing) {
     EXPECT_EQ(FromElements({R"({"size": 12, "version": 1, "platform": null, "packageName": {},
                                 "sha256Hash": ["a"], "application": true})"}),
               kSuccess);
@@ -164,7 +164,7 @@ TEST_F(Convert, MembersThatAreNotStringsCountAsMissing) {
     EXPECT_EQ(std::memcmp(records_.data(), &empty, sizeof empty), 0);
 }
 
-TEST_F(Convert, NothingOfOnePackageShowsInTheNext) {
+TEST_F(Convert, DoesNotCarryValuesToNextRecord) {
     EXPECT_EQ(FromElements({R"({"packageName": "first.zip", "version": "1.0", "size": "99"})",
                             R"({"packageName": "second.zip"})", "{}"}),
               kSuccess);
@@ -175,7 +175,7 @@ TEST_F(Convert, NothingOfOnePackageShowsInTheNext) {
     EXPECT_STREQ(records_[2].packageName, "");
 }
 
-TEST_F(Convert, AnElementThatIsNoObjectIsAnEmptyRecord) {
+TEST_F(Convert, MakesEmptyRecordOfNonObject) {
     EXPECT_EQ(FromElements({"1", "\"text\"", "null", "[]", R"([{"version": "1"}])"}), kSuccess);
     const ZnPackageInfo empty = {};
     ASSERT_EQ(records_.size(), 5U);
@@ -186,7 +186,7 @@ TEST_F(Convert, AnElementThatIsNoObjectIsAnEmptyRecord) {
 
 // --- The list ---
 
-TEST_F(Convert, RecordsAreAppendedInTheOrderOfTheText) {
+TEST_F(Convert, AppendsRecordsInOrder) {
     records_.resize(1);
     std::vector<std::string> elements;
     for (int i = 0; i < 1000; ++i) {
@@ -200,13 +200,13 @@ TEST_F(Convert, RecordsAreAppendedInTheOrderOfTheText) {
     }
 }
 
-TEST_F(Convert, OtherMembersOfTheDescriptionDoNotMatter) {
+TEST_F(Convert, IgnoresOtherMembers) {
     EXPECT_EQ(FromText(R"({"a": [1], "packageInfo": [{"version": "1", "more": {}}], "z": 2})"),
               kSuccess);
     EXPECT_EQ(records_.size(), 1U);
 }
 
-TEST_F(Convert, AnEmptyTextIsAFailureWhateverTheListHolds) {
+TEST_F(Convert, FailsForEmptyText) {
     records_.resize(1);
     EXPECT_EQ(FromText(""), kFailure);
     EXPECT_EQ(records_.size(), 1U);
@@ -214,7 +214,7 @@ TEST_F(Convert, AnEmptyTextIsAFailureWhateverTheListHolds) {
                 ElementsAre(Complains("Failed:vekJsonUpdateInfo.size=0")));
 }
 
-TEST_F(Convert, ATextWithoutPackagesIsAFailureOnlyWhenTheListStaysEmpty) {
+TEST_F(Convert, FailsWithoutPackagesOnlyWhenListStaysEmpty) {
     for (const char* text :
          {R"({})", R"({"packageInfo": []})", R"({"packageInfo": {}})", R"({"packageInfo": "[]"})",
           R"({"packageInfo": null})", R"({"PackageInfo": [{}]})", R"([{"packageInfo": [{}]}])",
@@ -235,7 +235,7 @@ TEST_F(Convert, ATextWithoutPackagesIsAFailureOnlyWhenTheListStaysEmpty) {
     }
 }
 
-TEST_F(Convert, RecordsNameTheirSourceAndCarryTheFixedTags) {
+TEST_F(Convert, LogsSourceFileAndTags) {
     FromText("");
     FromText("{}");
     EXPECT_EQ(RecordingLogger::Origins().size(), 2U);

@@ -86,7 +86,7 @@ class UpdateDescription : public UpdateTest {
 
 // --- The formal item ---
 
-TEST_F(UpdateDescription, PlainTextIsHandedBackAndStoredUnchanged) {
+TEST_F(UpdateDescription, ReturnsAndStoresPlainTextUnchanged) {
     ScriptedPolicyStore::Publish(kId, PolicyWith(kDescription));
     EXPECT_EQ(Read(), kSuccess);
     EXPECT_EQ(text_, kDescription);
@@ -96,7 +96,7 @@ TEST_F(UpdateDescription, PlainTextIsHandedBackAndStoredUnchanged) {
     EXPECT_THAT(ScriptedFiles::Get().calls, ElementsAre("write " + kStored));
 }
 
-TEST_F(UpdateDescription, ItemsAreReadInAFixedOrderAndDebuggingIsNotAskedFor) {
+TEST_F(UpdateDescription, ReadsItemsInOrderWithoutDebugFile) {
     ScriptedPolicyStore::Publish(kId, PolicyWith(kDescription));
     Read();
     EXPECT_THAT(ScriptedPolicyStore::Calls(),
@@ -105,14 +105,14 @@ TEST_F(UpdateDescription, ItemsAreReadInAFixedOrderAndDebuggingIsNotAskedFor) {
     EXPECT_THAT(ScriptedServices::Get().iniCalls, IsEmpty());
 }
 
-TEST_F(UpdateDescription, RecordsNameTheirSource) {
+TEST_F(UpdateDescription, LogsSourceFile) {
     ScriptedPolicyStore::Publish(kId, PolicyWith(kDescription));
     Read();
     EXPECT_THAT(RecordingLogger::Origins(),
                 AllOf(Not(IsEmpty()), Each(Field(&LogOrigin::file, "ZnVcUpdate.cpp"))));
 }
 
-TEST_F(UpdateDescription, MissingPluginNamesAreLoggedAsNothing) {
+TEST_F(UpdateDescription, LogsEmptyTextForMissingPluginNames) {
     ScriptedPolicyStore::Items items = PolicyWith(kDescription);
     items.erase("VirtualChannelOptionNames");
     ScriptedPolicyStore::Publish(kId, items);
@@ -120,7 +120,7 @@ TEST_F(UpdateDescription, MissingPluginNamesAreLoggedAsNothing) {
     EXPECT_EQ(RecordingLogger::Records()[1], Says("vcRegInfo="));
 }
 
-TEST_F(UpdateDescription, AnyNonZeroSwitchEnables) {
+TEST_F(UpdateDescription, AcceptsAnyNonZeroSwitch) {
     for (const char* enable : {"1", "2", "-1"}) {
         ScriptedPolicyStore::Items items = PolicyWith(kDescription);
         items["VirtualChannelEnable"] = enable;
@@ -129,7 +129,7 @@ TEST_F(UpdateDescription, AnyNonZeroSwitchEnables) {
     }
 }
 
-TEST_F(UpdateDescription, TheStoreStaysOpenUntilTheTextIsStored) {
+TEST_F(UpdateDescription, KeepsStoreOpenUntilTextIsStored) {
     ScriptedPolicyStore::Publish(kId, PolicyWith(kDescription));
     int accessors = -1;
     ScriptedFiles::Get().writeBinFile = [&](const std::string&, const std::string& data) {
@@ -142,7 +142,7 @@ TEST_F(UpdateDescription, TheStoreStaysOpenUntilTheTextIsStored) {
 
 // --- What ends the reading early ---
 
-TEST_F(UpdateDescription, WithoutThePackageDirectoryThePolicyIsNotLoaded) {
+TEST_F(UpdateDescription, FailsWithoutPackageDirectory) {
     std::filesystem::remove_all(Microservices());
     ScriptedPolicyStore::Publish(kId, PolicyWith(kDescription));
     EXPECT_EQ(Read(), kFailure);
@@ -152,7 +152,7 @@ TEST_F(UpdateDescription, WithoutThePackageDirectoryThePolicyIsNotLoaded) {
     EXPECT_THAT(ScriptedPolicyStore::Calls(), IsEmpty());
 }
 
-TEST_F(UpdateDescription, AMissingPolicyIsAFailure) {
+TEST_F(UpdateDescription, FailsForMissingPolicy) {
     EXPECT_EQ(Read(), kFailure);
     EXPECT_EQ(text_, "");
     EXPECT_THAT(RecordingLogger::Records(),
@@ -161,7 +161,7 @@ TEST_F(UpdateDescription, AMissingPolicyIsAFailure) {
     EXPECT_THAT(ScriptedPolicyStore::Calls(), ElementsAre("load 4711"));
 }
 
-TEST_F(UpdateDescription, AMissingPolicyNameIsNoticed) {
+TEST_F(UpdateDescription, FailsForMissingPolicyName) {
     ScriptedPolicyStore::Items items = PolicyWith(kDescription);
     items.erase("PolicyName");
     ScriptedPolicyStore::Publish(kId, items);
@@ -172,7 +172,7 @@ TEST_F(UpdateDescription, AMissingPolicyNameIsNoticed) {
     EXPECT_THAT(ScriptedPolicyStore::Calls(), ElementsAre("load 4711", "text PolicyName"));
 }
 
-TEST_F(UpdateDescription, SwitchedOffOrWithoutTheSwitchItFailsWithoutAWord) {
+TEST_F(UpdateDescription, FailsSilentlyWhenDisabled) {
     ScriptedPolicyStore::ScribbleOnFailure("scribble", 1);
     for (const char* enable : {"0", "on", ""}) {
         SCOPED_TRACE(enable);
@@ -190,7 +190,7 @@ TEST_F(UpdateDescription, SwitchedOffOrWithoutTheSwitchItFailsWithoutAWord) {
 
 // --- The debug item ---
 
-TEST_F(UpdateDescription, TheDebugItemServesWhenTheFormalOneIsMissing) {
+TEST_F(UpdateDescription, UsesDebugItemWhenFormalItemIsMissing) {
     ScriptedPolicyStore::Items items = WithDebugItem(PolicyWith(""), kDescription);
     items.erase("VirtualChannelPluginDetails");
     ScriptedPolicyStore::Publish(kId, items);
@@ -210,7 +210,7 @@ TEST_F(UpdateDescription, TheDebugItemServesWhenTheFormalOneIsMissing) {
                 ElementsAre("int PolicyName/debugVc " + kDebugFile));
 }
 
-TEST_F(UpdateDescription, AFormalItemOfOneCharacterCountsAsMissing) {
+TEST_F(UpdateDescription, TreatsOneCharacterItemAsMissing) {
     ScriptedPolicyStore::Publish(kId, WithDebugItem(PolicyWith("x"), kDescription));
     SwitchDebugging("1");
     EXPECT_EQ(Read(), kSuccess);
@@ -218,7 +218,7 @@ TEST_F(UpdateDescription, AFormalItemOfOneCharacterCountsAsMissing) {
     EXPECT_EQ(RecordingLogger::Records()[3], Complains("Failed:originalInfo.size=1"));
 }
 
-TEST_F(UpdateDescription, WhatAFailedReadOfTheFormalItemLeftIsNotTaken) {
+TEST_F(UpdateDescription, IgnoresValueLeftByFailedRead) {
     ScriptedPolicyStore::ScribbleOnFailure(kDescription, 0);
     ScriptedPolicyStore::Items items = PolicyWith("");
     items.erase("VirtualChannelPluginDetails");
@@ -230,7 +230,7 @@ TEST_F(UpdateDescription, WhatAFailedReadOfTheFormalItemLeftIsNotTaken) {
                   {Complains("Failed:originalInfo.size=" + std::to_string(kDescription.size()))}));
 }
 
-TEST_F(UpdateDescription, AFormalItemOfTwoCharactersWinsOverTheDebugItem) {
+TEST_F(UpdateDescription, PrefersTwoCharacterItemToDebugItem) {
     ScriptedPolicyStore::Publish(kId, WithDebugItem(PolicyWith("xx"), kDescription));
     SwitchDebugging("1");
     EXPECT_EQ(Read(), kFailure);
@@ -238,7 +238,7 @@ TEST_F(UpdateDescription, AFormalItemOfTwoCharactersWinsOverTheDebugItem) {
               AfterFormal({Converts("Base64"), Refuses("ZnBase64::Decode Faield:len=0")}));
 }
 
-TEST_F(UpdateDescription, OnlyTheSwitchOneTurnsDebuggingOn) {
+TEST_F(UpdateDescription, EnablesDebuggingByOneOnly) {
     ScriptedPolicyStore::Publish(kId, WithDebugItem(PolicyWith("x"), kDescription));
     for (const char* debugVc : {"0", "2", "-1", "11"}) {
         SCOPED_TRACE(debugVc);
@@ -251,7 +251,7 @@ TEST_F(UpdateDescription, OnlyTheSwitchOneTurnsDebuggingOn) {
     }
 }
 
-TEST_F(UpdateDescription, WithoutTheSwitchOrTheFileThereIsNoDebugging) {
+TEST_F(UpdateDescription, RequiresSwitchAndFileForDebugging) {
     ScriptedPolicyStore::Publish(kId, WithDebugItem(PolicyWith("x"), kDescription));
 
     ScriptedFiles::Get().fixedFiles[kDebugFile] = "";  // the file, without the switch
@@ -265,7 +265,7 @@ TEST_F(UpdateDescription, WithoutTheSwitchOrTheFileThereIsNoDebugging) {
     EXPECT_EQ(RecordingLogger::Records(), AfterFormal({Complains("Failed:originalInfo.size=1")}));
 }
 
-TEST_F(UpdateDescription, ADebugItemThatIsMissingOrTooShortIsRefused) {
+TEST_F(UpdateDescription, RefusesMissingOrShortDebugItem) {
     SwitchDebugging("1");
     for (const ScriptedPolicyStore::Items& items :
          {PolicyWith("x"), WithDebugItem(PolicyWith("x"), ""),
@@ -297,7 +297,7 @@ static void DecodeTo(const std::string& bytes) {
 // Base64 as far as the library looks at it: long enough for the description, and none of its words.
 static const std::string kBase64(kDescription.size(), 'Q');
 
-TEST_F(UpdateDescription, Base64IsDecodedAndStoredAsPlainText) {
+TEST_F(UpdateDescription, DecodesAndStoresBase64) {
     ScriptedPolicyStore::Publish(kId, PolicyWith(kBase64));
     DecodeTo(kDescription);
     EXPECT_EQ(Read(), kSuccess);
@@ -307,7 +307,7 @@ TEST_F(UpdateDescription, Base64IsDecodedAndStoredAsPlainText) {
               AfterFormal({Converts("Base64"), Passes(kDescription.size())}));
 }
 
-TEST_F(UpdateDescription, TheDecoderGetsTheTextAndAClearedBufferOfThreeTimesItsLength) {
+TEST_F(UpdateDescription, PassesClearedBufferOfThreeTimesTheLength) {
     ScriptedPolicyStore::Publish(kId, PolicyWith(kBase64));
     int calls = 0;
     ScriptedServices::Get().decodeBase64 = [&](const std::string& text, unsigned char* out,
@@ -322,7 +322,7 @@ TEST_F(UpdateDescription, TheDecoderGetsTheTextAndAClearedBufferOfThreeTimesItsL
     EXPECT_EQ(calls, 1);
 }
 
-TEST_F(UpdateDescription, TextWithoutOneOfTheThreeWordsIsTakenForBase64) {
+TEST_F(UpdateDescription, TreatsImplausibleTextAsBase64) {
     for (const char* text :
          {R"({"platform": "", "sha256Hash": ""})", R"({"platform": "", "packageName": ""})",
           R"({"sha256Hash": "", "packageName": ""})", "{}"}) {
@@ -337,7 +337,7 @@ TEST_F(UpdateDescription, TextWithoutOneOfTheThreeWordsIsTakenForBase64) {
     EXPECT_FALSE(AnythingStored());
 }
 
-TEST_F(UpdateDescription, TheThreeWordsMayStandAnywhereInPlainText) {
+TEST_F(UpdateDescription, FindsThreeWordsAnywhereInText) {
     for (const char* text : {"packageName sha256Hash platform", "platformsha256HashpackageName"}) {
         ScriptedPolicyStore::Publish(kId, PolicyWith(text));
         EXPECT_EQ(Read(), kSuccess);
@@ -346,7 +346,7 @@ TEST_F(UpdateDescription, TheThreeWordsMayStandAnywhereInPlainText) {
     }
 }
 
-TEST_F(UpdateDescription, ADecodedLengthOfOneOrLessIsAFailure) {
+TEST_F(UpdateDescription, FailsForDecodedLengthOfOneOrLess) {
     ScriptedPolicyStore::Publish(kId, PolicyWith(kBase64));
     for (const int length : {1, 0, -1, -10000}) {
         SCOPED_TRACE(length);
@@ -361,7 +361,7 @@ TEST_F(UpdateDescription, ADecodedLengthOfOneOrLessIsAFailure) {
     EXPECT_FALSE(AnythingStored());
 }
 
-TEST_F(UpdateDescription, DecodedTextEndsAtItsFirstNulNotAtTheReportedLength) {
+TEST_F(UpdateDescription, EndsDecodedTextAtFirstNul) {
     ScriptedPolicyStore::Publish(kId, PolicyWith(kBase64));
     DecodeTo(kDescription + '\0' + "and more");
     EXPECT_EQ(Read(), kSuccess);
@@ -372,7 +372,7 @@ TEST_F(UpdateDescription, DecodedTextEndsAtItsFirstNulNotAtTheReportedLength) {
     EXPECT_EQ(text_, kDescription);
 }
 
-TEST_F(UpdateDescription, DecodedTextThatFillsTheBufferEndsWithIt) {
+TEST_F(UpdateDescription, EndsDecodedTextAtEndOfBuffer) {
     ScriptedPolicyStore::Publish(kId, PolicyWith(kBase64));
     std::string full = kDescription;
     full.resize(3 * kBase64.size(), ' ');
@@ -381,7 +381,7 @@ TEST_F(UpdateDescription, DecodedTextThatFillsTheBufferEndsWithIt) {
     EXPECT_EQ(text_, full);
 }
 
-TEST_F(UpdateDescription, DecodedTextWithoutOneOfTheThreeWordsIsRefusedButHandedBack) {
+TEST_F(UpdateDescription, RefusesImplausibleDecodedTextAndReturnsIt) {
     ScriptedPolicyStore::Publish(kId, PolicyWith(kBase64));
     for (const std::string text :
          {R"({"platform": "", "sha256Hash": ""})", R"({"platform": "", "packageName": ""})",
@@ -399,7 +399,7 @@ TEST_F(UpdateDescription, DecodedTextWithoutOneOfTheThreeWordsIsRefusedButHanded
 
 // --- Storing ---
 
-TEST_F(UpdateDescription, AShortWriteIsAFailureButTheTextIsHandedBack) {
+TEST_F(UpdateDescription, FailsForShortWriteAndReturnsText) {
     ScriptedPolicyStore::Publish(kId, PolicyWith(kDescription));
     const auto length = static_cast<long long>(kDescription.size());
     for (const long long written : {length - 1, length + 1, 0LL, -1LL}) {
@@ -418,7 +418,7 @@ TEST_F(UpdateDescription, AShortWriteIsAFailureButTheTextIsHandedBack) {
     }
 }
 
-TEST_F(UpdateDescription, TheCountOfWrittenBytesIsComparedIn32Bits) {
+TEST_F(UpdateDescription, ComparesWrittenBytesIn32Bits) {
     ScriptedPolicyStore::Publish(kId, PolicyWith(kDescription));
     ScriptedFiles::Get().writeBinFile = [](const std::string&, const std::string& data) {
         return static_cast<long long>(data.size()) + (1LL << 32);
@@ -428,7 +428,7 @@ TEST_F(UpdateDescription, TheCountOfWrittenBytesIsComparedIn32Bits) {
               AfterFormal({Converts("plaintext"), Passes(kDescription.size())}));
 }
 
-TEST_F(UpdateDescription, TheLibraryMakesNoDirectoryForTheStoredText) {
+TEST_F(UpdateDescription, CreatesNoDirectory) {
     ScriptedPolicyStore::Publish(kId, PolicyWith(kDescription));
     Read();
     EXPECT_THAT(ScriptedFiles::Get().calls, ElementsAre("write " + kStored));

@@ -39,7 +39,7 @@ class SplitFilePath : public UpdateTest {};
 
 // --- Running commands ---
 
-TEST_F(ShellCall, TheCommandIsTheProgramOneBlankAndTheArguments) {
+TEST_F(ShellCall, JoinsProgramAndArgumentsWithOneBlank) {
     const struct {
         const char* exeName;
         const char* args;
@@ -58,7 +58,7 @@ TEST_F(ShellCall, TheCommandIsTheProgramOneBlankAndTheArguments) {
     }
 }
 
-TEST_F(ShellCall, TheTimeLimitIsOnlyLogged) {
+TEST_F(ShellCall, OnlyLogsTimeLimit) {
     for (const int timeoutMs : {5, 0, -1, 2147483647}) {
         RecordingLogger::Clear();
         EXPECT_EQ(ZnVcUpdate::ShellCall("unzip", "-v", timeoutMs), kSuccess);
@@ -69,7 +69,7 @@ TEST_F(ShellCall, TheTimeLimitIsOnlyLogged) {
     }
 }
 
-TEST_F(ShellCall, TheResultIsZeroWhateverTheCommandDid) {
+TEST_F(ShellCall, ReturnsZeroForAnyOutcome) {
     for (const int status : {0, 256, 127 * 256, 9, -1}) {
         ScriptedServices::Get().shell = [=](const std::string&) { return status; };
         EXPECT_EQ(ZnVcUpdate::ShellCall("false", "", 0), kSuccess);
@@ -117,7 +117,7 @@ TEST_F(ShellCall, OpensClosedStandardDescriptorsOnDevNull) {
 
 // --- The package tree ---
 
-TEST_F(MicroserviceDirectories, TheFourAreMadeParentsFirstForEverybody) {
+TEST_F(MicroserviceDirectories, CreatesParentsFirst) {
     EXPECT_EQ(ZnVcUpdate::ZnCreateMicroserviceDirectories(), kSuccess);
     EXPECT_THAT(
         ScriptedFiles::Get().calls,
@@ -128,13 +128,13 @@ TEST_F(MicroserviceDirectories, TheFourAreMadeParentsFirstForEverybody) {
     EXPECT_THAT(RecordingLogger::Records(), ElementsAre(TreeRecord()));
 }
 
-TEST_F(MicroserviceDirectories, WhatExistsIsNotMadeAgain) {
+TEST_F(MicroserviceDirectories, SkipsExistingDirectories) {
     fs::create_directories(temporary_ / "microservices/Package/Client");
     EXPECT_EQ(ZnVcUpdate::ZnCreateMicroserviceDirectories(), kSuccess);
     EXPECT_THAT(ScriptedFiles::Get().calls, ElementsAre("mkdir " + Package() + "Server/ 777"));
 }
 
-TEST_F(MicroserviceDirectories, TheProcessDirectoryIsUsedAsItStands) {
+TEST_F(MicroserviceDirectories, UsesProcessDirectoryUnchanged) {
     ScriptedServices::Get().processDirectory = temporary_ / "";
     EXPECT_EQ(ZnVcUpdate::ZnCreateMicroserviceDirectories(), kSuccess);
     EXPECT_THAT(RecordingLogger::Records(),
@@ -142,7 +142,7 @@ TEST_F(MicroserviceDirectories, TheProcessDirectoryIsUsedAsItStands) {
                                      temporary_.Path() + "//microservices/")));
 }
 
-TEST_F(MicroserviceDirectories, OneThatCannotBeMadeIsNamedAndTheRestIsStillAttempted) {
+TEST_F(MicroserviceDirectories, AttemptsRestWhenOneFails) {
     RefuseDirectory(Package() + "Client/");
     EXPECT_EQ(ZnVcUpdate::ZnCreateMicroserviceDirectories(), kFailure);
     EXPECT_TRUE(fs::is_directory(temporary_ / "microservices/Package/Server"));
@@ -152,7 +152,7 @@ TEST_F(MicroserviceDirectories, OneThatCannotBeMadeIsNamedAndTheRestIsStillAttem
                     Failure("ZnCreateMicroserviceDirectories", "Create Directories failed")));
 }
 
-TEST_F(MicroserviceDirectories, AMissingParentIsNamedWithAllThatLiesInIt) {
+TEST_F(MicroserviceDirectories, LogsMissingParentAndItsChildren) {
     RefuseDirectory(Microservices());
     EXPECT_EQ(ZnVcUpdate::ZnCreateMicroserviceDirectories(), kFailure);
     EXPECT_THAT(
@@ -164,7 +164,7 @@ TEST_F(MicroserviceDirectories, AMissingParentIsNamedWithAllThatLiesInIt) {
                     Failure("ZnCreateMicroserviceDirectories", "Create Directories failed")));
 }
 
-TEST_F(MicroserviceDirectories, ExistenceCountsNotWhatTheMakingReported) {
+TEST_F(MicroserviceDirectories, ChecksExistenceInsteadOfResult) {
     ScriptedFiles::Get().mkDir = [](const std::string& path, unsigned short) {
         fs::create_directory(path);
         return -1;
@@ -176,7 +176,7 @@ TEST_F(MicroserviceDirectories, ExistenceCountsNotWhatTheMakingReported) {
     EXPECT_EQ(ZnVcUpdate::ZnCreateMicroserviceDirectories(), kFailure);
 }
 
-TEST_F(MicroserviceDirectories, RecordsNameTheirSourceAndCarryTheFixedTags) {
+TEST_F(MicroserviceDirectories, LogsSourceFileAndTags) {
     RefuseDirectory(Package());
     ZnVcUpdate::ZnCreateMicroserviceDirectories();
     ZnVcUpdate::ShellCall("true", "", 0);
@@ -188,7 +188,7 @@ TEST_F(MicroserviceDirectories, RecordsNameTheirSourceAndCarryTheFixedTags) {
 
 // --- The directories of one package ---
 
-TEST_F(PackagePath, AClientPackageGetsADirectoryOfItsOwn) {
+TEST_F(PackagePath, CreatesDirectoryForClientPackage) {
     EXPECT_EQ(Create("download", "abcClient_1.0.zip"), kSuccess);
     EXPECT_EQ(result_, Microservices());
     EXPECT_TRUE(fs::is_directory(temporary_ / "microservices/download"));
@@ -199,7 +199,7 @@ TEST_F(PackagePath, AClientPackageGetsADirectoryOfItsOwn) {
                             Says("packagePath=" + Package() + "Client/abcClient_1.0_Release/")));
 }
 
-TEST_F(PackagePath, DirectoriesAreMadeForEverybodyInAFixedOrder) {
+TEST_F(PackagePath, CreatesDirectoriesInOrder) {
     Create("download", "abcClient.zip");
     const std::vector<std::string> calls = ScriptedFiles::Get().calls;
     ASSERT_EQ(calls.size(), 6U);
@@ -207,14 +207,14 @@ TEST_F(PackagePath, DirectoriesAreMadeForEverybodyInAFixedOrder) {
     EXPECT_EQ(calls[5], "mkdir " + Package() + "Client/abcClient_Release/ 777");
 }
 
-TEST_F(PackagePath, WhatExistsIsNotMadeAgain) {
+TEST_F(PackagePath, SkipsExistingDirectories) {
     Create("download", "abcClient.zip");
     ScriptedFiles::Get().calls.clear();
     EXPECT_EQ(Create("download", "abcClient.zip"), kSuccess);
     EXPECT_THAT(ScriptedFiles::Get().calls, IsEmpty());
 }
 
-TEST_F(PackagePath, TheDirectoryIsNamedAfterTheNameUpToItsFirstZip) {
+TEST_F(PackagePath, NamesDirectoryUpToFirstZip) {
     const struct {
         const char* packageName;
         const char* thinName;
@@ -239,7 +239,7 @@ TEST_F(PackagePath, TheDirectoryIsNamedAfterTheNameUpToItsFirstZip) {
     }
 }
 
-TEST_F(PackagePath, AServerPackageGetsNoDirectoryOfItsOwn) {
+TEST_F(PackagePath, CreatesNoDirectoryForServerPackage) {
     EXPECT_EQ(Create("download", "abcServer_1.0.zip"), kSuccess);
     EXPECT_EQ(result_, Microservices());
     EXPECT_TRUE(fs::is_directory(temporary_ / "microservices/download"));
@@ -249,7 +249,7 @@ TEST_F(PackagePath, AServerPackageGetsNoDirectoryOfItsOwn) {
                 ElementsAre(TreeRecord(), Says("thinFilePath=abcServer_1.0")));
 }
 
-TEST_F(PackagePath, ANameOfNeitherSideFailsOnceTheDirectoriesAreThere) {
+TEST_F(PackagePath, FailsForNameOfNeitherSide) {
     for (const std::string name : {"abc_1.0.zip", "client_server.zip", ""}) {
         SCOPED_TRACE(name);
         RecordingLogger::Clear();
@@ -263,7 +263,7 @@ TEST_F(PackagePath, ANameOfNeitherSideFailsOnceTheDirectoriesAreThere) {
     }
 }
 
-TEST_F(PackagePath, WithoutTheTreeNothingElseIsAttempted) {
+TEST_F(PackagePath, StopsWithoutTree) {
     RefuseDirectory(Package() + "Server/");
     EXPECT_EQ(Create("download", "abcClient.zip"), kFailure);
     EXPECT_EQ(result_, Microservices());
@@ -275,7 +275,7 @@ TEST_F(PackagePath, WithoutTheTreeNothingElseIsAttempted) {
                     Complains("Failed:ZnCreateMicroserviceDirectories")));
 }
 
-TEST_F(PackagePath, ASubDirectoryThatCannotBeMadeIsNamed) {
+TEST_F(PackagePath, LogsSubDirectoryThatCannotBeCreated) {
     RefuseDirectory(Microservices() + "/download/");
     EXPECT_EQ(Create("download", "abcClient.zip"), kFailure);
     EXPECT_EQ(result_, Microservices());
@@ -284,7 +284,7 @@ TEST_F(PackagePath, ASubDirectoryThatCannotBeMadeIsNamed) {
                 ElementsAre(TreeRecord(), Complains("Failed:" + Microservices() + "/download/")));
 }
 
-TEST_F(PackagePath, APackageDirectoryThatCannotBeMadeIsNamed) {
+TEST_F(PackagePath, LogsPackageDirectoryThatCannotBeCreated) {
     const std::string directory = Package() + "Client/abcClient_Release/";
     RefuseDirectory(directory);
     EXPECT_EQ(Create("download", "abcClient.zip"), kFailure);
@@ -296,7 +296,7 @@ TEST_F(PackagePath, APackageDirectoryThatCannotBeMadeIsNamed) {
 
 // --- Splitting paths ---
 
-TEST_F(SplitFilePath, TheLastSeparatorDividesAndStaysWithTheDirectory) {
+TEST_F(SplitFilePath, SplitsAfterLastSeparator) {
     const struct {
         const char* path;
         char separator;
@@ -325,7 +325,7 @@ TEST_F(SplitFilePath, TheLastSeparatorDividesAndStaysWithTheDirectory) {
     EXPECT_THAT(RecordingLogger::Records(), IsEmpty());
 }
 
-TEST_F(SplitFilePath, ThePathEndsAtItsFirstNul) {
+TEST_F(SplitFilePath, EndsPathAtFirstNul) {
     std::string directory;
     std::string file;
     ZnVcUpdate::SplitFilePath(std::string("/a/b\0/c", 7), directory, file, '/');
@@ -333,7 +333,7 @@ TEST_F(SplitFilePath, ThePathEndsAtItsFirstNul) {
     EXPECT_EQ(file, "b");
 }
 
-TEST_F(SplitFilePath, TheOutputsMayBeTheInput) {
+TEST_F(SplitFilePath, AcceptsInputAsOutput) {
     std::string path = "/a/b";
     std::string file;
     ZnVcUpdate::SplitFilePath(path, path, file, '/');

@@ -72,7 +72,7 @@ class UnZip : public UpdateTest {
 
 // --- Scan ---
 
-TEST_F(LocalScan, OnlyUsableZipsAreListedWithNameDigestAndSize) {
+TEST_F(LocalScan, ListsUsableZips) {
     WriteFile(zips_ + "/a.zip", "contents of a zip");
     WriteFile(zips_ + "/b_Release.zip", "an unpacked bundle");
     WriteFile(zips_ + "/c.txt", "not a zip");
@@ -87,7 +87,7 @@ TEST_F(LocalScan, OnlyUsableZipsAreListedWithNameDigestAndSize) {
                             Says("localPackInfo.size=1")));
 }
 
-TEST_F(LocalScan, AllOtherFieldsAreZero) {
+TEST_F(LocalScan, LeavesOtherFieldsZero) {
     EXPECT_EQ(ScanScripted({"/d/a.zip"}, 5, "0123"), kSuccess);
     ASSERT_EQ(records_.size(), 1U);
     ZnPackageInfo expected = {};
@@ -97,7 +97,7 @@ TEST_F(LocalScan, AllOtherFieldsAreZero) {
     EXPECT_EQ(std::memcmp(records_.data(), &expected, sizeof expected), 0);
 }
 
-TEST_F(LocalScan, FilesAreAskedForSizeThenDigestAndSkippedOnesForNoDigest) {
+TEST_F(LocalScan, DoesNotHashSkippedFiles) {
     WriteFile(zips_ + "/a.zip", "contents");
     WriteFile(zips_ + "/b_Release.zip", "contents");
     WriteFile(zips_ + "/c.txt", "contents");
@@ -111,7 +111,7 @@ TEST_F(LocalScan, FilesAreAskedForSizeThenDigestAndSkippedOnesForNoDigest) {
     EXPECT_THAT(ScriptedServices::Get().digestCalls, ElementsAre(zips_ + "/a.zip"));
 }
 
-TEST_F(LocalScan, TheListKeepsTheOrderOfTheScanAndRecordsItsPositions) {
+TEST_F(LocalScan, KeepsOrderOfScan) {
     EXPECT_EQ(ScanScripted({"/d/z.zip", "/d/readme", "/d/a.zip", "/d/m.zip"}), kSuccess);
     EXPECT_THAT(Names(), ElementsAre("z.zip", "a.zip", "m.zip"));
     EXPECT_THAT(
@@ -120,20 +120,20 @@ TEST_F(LocalScan, TheListKeepsTheOrderOfTheScanAndRecordsItsPositions) {
                     Says("scanFiles[3]=/d/m.zip"), Says("localPackInfo.size=3")));
 }
 
-TEST_F(LocalScan, ZipAnywhereInThePathMakesAZip) {
+TEST_F(LocalScan, FindsZipAnywhereInPath) {
     EXPECT_EQ(ScanScripted({"/d/a.zip.bak", "/d.zip/readme", "/d/.zip", "/d/azip", "/d/a.ZIP"}),
               kSuccess);
     EXPECT_THAT(Names(), ElementsAre("a.zip.bak", "readme", ".zip"));
 }
 
-TEST_F(LocalScan, OnlyTheNameTellsAReleaseBundle) {
+TEST_F(LocalScan, RecognizesBundleByFileName) {
     EXPECT_EQ(ScanScripted({"/d/a_Release.zip", "/d/a_Release.zip.bak", "/d_Release.zip/a.zip",
                             "/d/a_release.zip", "/d/a_Release_1.zip"}),
               kSuccess);
     EXPECT_THAT(Names(), ElementsAre("a.zip", "a_release.zip", "a_Release_1.zip"));
 }
 
-TEST_F(LocalScan, APathWithoutDirectoryOrNameIsReportedAndPassedOver) {
+TEST_F(LocalScan, SkipsPathWithoutDirectoryOrName) {
     EXPECT_EQ(ScanScripted({"a.zip", "/d.zip/", "/d/b.zip"}), kSuccess);
     EXPECT_THAT(Names(), ElementsAre("b.zip"));
     EXPECT_THAT(RecordingLogger::Records(),
@@ -141,7 +141,7 @@ TEST_F(LocalScan, APathWithoutDirectoryOrNameIsReportedAndPassedOver) {
                             Says("scanFiles[2]=/d/b.zip"), Says("localPackInfo.size=1")));
 }
 
-TEST_F(LocalScan, TheSizeIsTakenIn32BitsAndMustBeTwoAtLeast) {
+TEST_F(LocalScan, RequiresTwoBytesIn32BitSize) {
     constexpr long long kFourGiB = 1LL << 32;
     const struct {
         long long size;
@@ -168,7 +168,7 @@ TEST_F(LocalScan, TheSizeIsTakenIn32BitsAndMustBeTwoAtLeast) {
     }
 }
 
-TEST_F(LocalScan, ANameOf64CharactersOrMoreIsListedWithoutItsName) {
+TEST_F(LocalScan, LeavesTooLongNameEmpty) {
     for (const size_t length : {size_t{63}, size_t{64}, size_t{65}, size_t{255}}) {
         SCOPED_TRACE(length);
         RecordingLogger::Clear();
@@ -184,14 +184,14 @@ TEST_F(LocalScan, ANameOf64CharactersOrMoreIsListedWithoutItsName) {
     }
 }
 
-TEST_F(LocalScan, AFileWithoutADigestIsListedWithAnEmptyOne) {
+TEST_F(LocalScan, ListsFileWithoutDigest) {
     EXPECT_EQ(ScanScripted({"/d/a.zip"}, 42, ""), kSuccess);
     ASSERT_EQ(records_.size(), 1U);
     EXPECT_STREQ(records_[0].packageName, "a.zip");
     EXPECT_STREQ(records_[0].sha256Hash, "");
 }
 
-TEST_F(LocalScan, ADigestThatDoesNotFitIsLeftOut) {
+TEST_F(LocalScan, LeavesTooLongDigestEmpty) {
     EXPECT_EQ(ScanScripted({"/d/a.zip"}, 42, std::string(67, 'f')), kSuccess);
     EXPECT_EQ(records_.at(0).sha256Hash, std::string(67, 'f'));
     EXPECT_EQ(ScanScripted({"/d/a.zip"}, 42, std::string(68, 'f')), kSuccess);
@@ -199,32 +199,32 @@ TEST_F(LocalScan, ADigestThatDoesNotFitIsLeftOut) {
     EXPECT_STREQ(records_.at(0).packageName, "a.zip");
 }
 
-TEST_F(LocalScan, AnEmptyDirectoryGivesAnEmptyList) {
+TEST_F(LocalScan, ReturnsEmptyListForEmptyDirectory) {
     EXPECT_EQ(Scan(zips_), kSuccess);
     EXPECT_THAT(records_, IsEmpty());
     EXPECT_THAT(RecordingLogger::Records(),
                 ElementsAre(TreeRecord(), Says("localPackInfo.size=0")));
 }
 
-TEST_F(LocalScan, AMissingDirectoryIsAFailureWithAnEmptyList) {
+TEST_F(LocalScan, FailsForMissingDirectory) {
     EXPECT_EQ(Scan("/nowhere"), kFailure);
     EXPECT_THAT(records_, IsEmpty());
     EXPECT_THAT(RecordingLogger::Records(),
                 ElementsAre(TreeRecord(), Complains("Not Exsit:/nowhere")));
 }
 
-TEST_F(LocalScan, ThePackageTreeIsMadeFirstSoItCanBeScanned) {
+TEST_F(LocalScan, CreatesPackageTreeFirst) {
     EXPECT_EQ(Scan(Package()), kSuccess);
     EXPECT_TRUE(fs::is_directory(temporary_ / "microservices/Package/Server"));
 }
 
-TEST_F(LocalScan, ATreeThatCannotBeMadeDoesNotStopTheScan) {
+TEST_F(LocalScan, ScansWithoutPackageTree) {
     ScriptedFiles::Get().mkDir = [](const std::string&, unsigned short) { return -1; };
     EXPECT_EQ(ScanScripted({"/d/a.zip"}), kSuccess);
     EXPECT_THAT(Names(), ElementsAre("a.zip"));
 }
 
-TEST_F(LocalScan, WhatTheFileSystemReportedOfTheScanIsNotLookedAt) {
+TEST_F(LocalScan, IgnoresResultOfScan) {
     ScriptedFiles::Get().scan = [](const std::string&, std::vector<std::string>& files) {
         files = {"/d/a.zip"};
         return -1;
@@ -234,7 +234,7 @@ TEST_F(LocalScan, WhatTheFileSystemReportedOfTheScanIsNotLookedAt) {
     EXPECT_THAT(Names(), ElementsAre("a.zip"));
 }
 
-TEST_F(LocalScan, RecordsNameTheirSource) {
+TEST_F(LocalScan, LogsSourceFile) {
     ScanScripted({"/d/a.zip", "a.zip"});
     EXPECT_THAT(RecordingLogger::Origins(),
                 AllOf(Not(IsEmpty()), Each(Field(&LogOrigin::file, "ZnVcUpdate.cpp"))));
@@ -242,7 +242,7 @@ TEST_F(LocalScan, RecordsNameTheirSource) {
 
 // --- Unzip ---
 
-TEST_F(UnZip, AZipIsUnpackedBesideItselfWithoutAsking) {
+TEST_F(UnZip, UnpacksZipNextToItself) {
     const std::string zip = temporary_ / "abc_1.0.zip";
     const std::string directory = temporary_ / "";
     WriteFile(zip, "zip");
@@ -258,7 +258,7 @@ TEST_F(UnZip, AZipIsUnpackedBesideItselfWithoutAsking) {
                     Progress("ShellCall", "cmd=unzip " + args)));
 }
 
-TEST_F(UnZip, TheTargetIsNamedAfterTheFileNameUpToItsFirstZip) {
+TEST_F(UnZip, UnpacksIntoNameUpToFirstZip) {
     const struct {
         const char* path;
         const char* trace;
@@ -282,7 +282,7 @@ TEST_F(UnZip, TheTargetIsNamedAfterTheFileNameUpToItsFirstZip) {
     }
 }
 
-TEST_F(UnZip, AZipDirectoryMakesItsFilesUnpackable) {
+TEST_F(UnZip, AcceptsFileInZipDirectory) {
     const std::string file = temporary_ / "d.zip/readme";
     WriteFile(file, "text");
     EXPECT_EQ(ZnVcUpdate::UnZipVcPackage(file), kSuccess);
@@ -291,7 +291,7 @@ TEST_F(UnZip, AZipDirectoryMakesItsFilesUnpackable) {
                 ElementsAre("unzip  -o " + file + " -d " + temporary_.Path() + "/d.zip//readme"));
 }
 
-TEST_F(UnZip, APathWithoutADirectoryUnpacksIntoTheRoot) {
+TEST_F(UnZip, UnpacksPathWithoutDirectoryIntoRoot) {
     const fs::path before = fs::current_path();
     fs::current_path(temporary_.Path());
     WriteFile(temporary_ / "x.zip", "zip");
@@ -301,7 +301,7 @@ TEST_F(UnZip, APathWithoutADirectoryUnpacksIntoTheRoot) {
     EXPECT_EQ(RecordingLogger::Records().at(3), Says("pos=-1,thinFilePath="));
 }
 
-TEST_F(UnZip, PathsGoToTheShellUnquoted) {
+TEST_F(UnZip, DoesNotQuotePaths) {
     const std::string zip = temporary_ / "a b;c.zip";
     WriteFile(zip, "zip");
     EXPECT_EQ(ZnVcUpdate::UnZipVcPackage(zip), kSuccess);
@@ -309,13 +309,13 @@ TEST_F(UnZip, PathsGoToTheShellUnquoted) {
                 ElementsAre("unzip  -o " + zip + " -d " + temporary_.Path() + "//a b;c"));
 }
 
-TEST_F(UnZip, TheResultIsZeroWhateverTheCommandDid) {
+TEST_F(UnZip, ReturnsZeroForAnyOutcome) {
     WriteFile(temporary_ / "x.zip", "not a zip at all");
     ScriptedServices::Get().shell = [](const std::string&) { return 127 * 256; };
     EXPECT_EQ(ZnVcUpdate::UnZipVcPackage(temporary_ / "x.zip"), kSuccess);
 }
 
-TEST_F(UnZip, AMissingFileOrOneWithoutZipInItsPathIsAFailure) {
+TEST_F(UnZip, FailsForMissingFileOrPathWithoutZip) {
     WriteFile(temporary_ / "x.tar", "tar");
     WriteFile(temporary_ / "x.ZIP", "zip");
     for (const char* name : {"x.zip", "x.tar", "x.ZIP"}) {

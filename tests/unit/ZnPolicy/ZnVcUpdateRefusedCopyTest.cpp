@@ -27,7 +27,7 @@ class RefusedCopy : public UpdateTest {
     std::vector<ZnPackageInfo> records_;
 };
 
-TEST_F(RefusedCopy, EndsTheConversionAndTheRecordsBeforeItStay) {
+TEST_F(RefusedCopy, StopsConversionAndKeepsEarlierRecords) {
     EXPECT_EQ(ZnVcUpdate::ZnConvertToVekPackInfo(
                   R"({"packageInfo": [{"version": "1"}, {"version": "refused"}, {}]})", records_),
               kFailure);
@@ -38,7 +38,7 @@ TEST_F(RefusedCopy, EndsTheConversionAndTheRecordsBeforeItStay) {
                             Failure("ZnConvertToVekPackInfo", "HereDupCp:Faield rc=-10000")));
 }
 
-TEST_F(RefusedCopy, IsReportedOnceForEachFieldAndInSum) {
+TEST_F(RefusedCopy, IsLoggedForEachFieldAndInSum) {
     ZnVcUpdate::ZnConvertToVekPackInfo(
         R"({"packageInfo": [{"application": "refused", "version": "refused",
                              "sha256Hash": "refused", "size": "refused"}]})",
@@ -50,7 +50,7 @@ TEST_F(RefusedCopy, IsReportedOnceForEachFieldAndInSum) {
                             Failure("ZnConvertToVekPackInfo", "HereDupCp:Faield rc=-30000")));
 }
 
-TEST_F(RefusedCopy, LeavesAFileOutOfTheScan) {
+TEST_F(RefusedCopy, SkipsFileInScan) {
     ScriptedFiles::Get().scan = [](const std::string&, std::vector<std::string>& files) {
         files = {"/d.zip/refused", "/d/a.zip"};
         return 0;

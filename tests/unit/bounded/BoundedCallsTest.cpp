@@ -75,7 +75,7 @@ struct Buffers {
 
 constexpr size_t kLongest = 256;
 
-TEST(LibraryCallsTest, TheCountersAreInTheWay) {
+TEST(LibraryCallsTest, CountsWrappedCalls) {
     // Through volatile pointers, which no compiler sees through.
     void* (*volatile fill)(void*, int, size_t) = memset;
     void* (*volatile copy)(void*, const void*, size_t) = memcpy;
@@ -88,7 +88,7 @@ TEST(LibraryCallsTest, TheCountersAreInTheWay) {
     EXPECT_EQ(seen.copies, 1);
 }
 
-TEST(LibraryCallsTest, AFillCallsMemsetAboveThirtyTwoBytesOnly) {
+TEST(LibraryCallsTest, FillsUpTo32BytesWithoutMemset) {
     Buffers buffers;
     for (const auto fill : {memset_s, memset_sOptAsm, memset_sOptTc}) {
         for (size_t alignment = 0; alignment < 16; ++alignment) {
@@ -106,7 +106,7 @@ TEST(LibraryCallsTest, AFillCallsMemsetAboveThirtyTwoBytesOnly) {
     }
 }
 
-TEST(LibraryCallsTest, ACopyCallsMemcpyAboveThirtyTwoBytesOnly) {
+TEST(LibraryCallsTest, CopiesUpTo32BytesWithoutMemcpy) {
     Buffers buffers;
     for (size_t from = 0; from < 8; ++from) {
         for (size_t to = 0; to < 8; ++to) {

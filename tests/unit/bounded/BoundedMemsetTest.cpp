@@ -87,7 +87,7 @@ TEST_P(MemsetTest, FillsExactlyCountBytesAtEveryAlignment) {
     }
 }
 
-TEST_P(MemsetTest, FillsAllOfTheDestinationWithTheValueWhenTheCountDoesNotFit) {
+TEST_P(MemsetTest, FillsWholeDestinationWhenCountIsTooLarge) {
     for (size_t alignment = 0; alignment < kAlignments; ++alignment) {
         for (size_t destMax = 1; destMax <= 64; ++destMax) {
             for (const int c : kValues) {
@@ -112,7 +112,7 @@ TEST_P(MemsetTest, FillsLargeDestinations) {
     EXPECT_TRUE(buffer == filled);
 }
 
-TEST_P(MemsetTest, TakesTenBytesIntoTenAndNotEleven) {
+TEST_P(MemsetTest, FillsTenBytesOfTenButNotEleven) {
     GuardedBuffer buffer(0, 10);
     EXPECT_EQ(Call(buffer.Begin(), 10, 'x', 10), BOUNDED_OK);
     EXPECT_TRUE(buffer.IsFilled('x', 10));
@@ -120,7 +120,7 @@ TEST_P(MemsetTest, TakesTenBytesIntoTenAndNotEleven) {
     EXPECT_TRUE(buffer.IsFilled('y', 10));
 }
 
-TEST_P(MemsetTest, ADestinationOfSizeZeroTakesNothingButNothing) {
+TEST_P(MemsetTest, AcceptsSizeZeroWithCountZeroOnly) {
     GuardedBuffer buffer(0, 0);
     EXPECT_EQ(Call(buffer.Begin(), 0, 'x', 0), BOUNDED_OK);
     EXPECT_EQ(Call(buffer.Begin(), 0, 'x', 1), BOUNDED_ERANGE);
@@ -128,7 +128,7 @@ TEST_P(MemsetTest, ADestinationOfSizeZeroTakesNothingButNothing) {
     EXPECT_TRUE(buffer.IsFilled('x', 0));
 }
 
-TEST_P(MemsetTest, LooksAtTheSizeBeforeThePointer) {
+TEST_P(MemsetTest, ChecksSizeBeforePointer) {
     EXPECT_EQ(Call(nullptr, 10, 0, 5), BOUNDED_EINVAL);
     EXPECT_EQ(Call(nullptr, 10, 0, 0), BOUNDED_EINVAL);
     EXPECT_EQ(Call(nullptr, 10, 0, 11), BOUNDED_EINVAL);
@@ -147,14 +147,14 @@ TEST_P(MemsetTest, AcceptsTheLargestSize) {
     EXPECT_TRUE(buffer.IsFilled('y', 40));
 }
 
-TEST_P(MemsetTest, RefusesACountAboveASizeThatIsTooLarge) {
+TEST_P(MemsetTest, RefusesTooLargeSizeBeforeTooLargeCount) {
     GuardedBuffer buffer(0, 40);
     EXPECT_EQ(Call(buffer.Begin(), BOUNDED_MAX + 1, 'x', BOUNDED_MAX + 2), BOUNDED_ERANGE);
     EXPECT_EQ(Call(buffer.Begin(), SIZE_MAX - 1, 'x', SIZE_MAX), BOUNDED_ERANGE);
     EXPECT_TRUE(buffer.IsFilled('x', 0));
 }
 
-TEST_P(MemsetTest, WritesNothingBehindTheDestination) {
+TEST_P(MemsetTest, WritesNothingBeyondDestination) {
     const GuardedPage page;
     for (size_t size = 1; size <= 64; ++size) {
         for (const int c : {0, 255, 120}) {
@@ -172,7 +172,7 @@ INSTANTIATE_TEST_SUITE_P(Variants, MemsetAboveLimitTest,
                          testing::Values(kVariants[0], kVariants[1]),
                          [](const auto& parameter) { return std::string(parameter.param.name); });
 
-TEST_P(MemsetAboveLimitTest, IsRefusedAndNothingIsWritten) {
+TEST_P(MemsetAboveLimitTest, RefusesAndWritesNothing) {
     GuardedBuffer buffer(0, 64);
     for (const size_t destMax : {BOUNDED_MAX + 1, size_t{0x80000000}, SIZE_MAX}) {
         for (const size_t count : {0U, 16U, 64U}) {
@@ -182,7 +182,7 @@ TEST_P(MemsetAboveLimitTest, IsRefusedAndNothingIsWritten) {
     EXPECT_TRUE(buffer.IsFilled('x', 0));
 }
 
-TEST(MemsetSOptTcTest, FillsWhateverTheSizeIsSaidToBe) {
+TEST(MemsetSOptTcTest, AcceptsSizeAboveLimit) {
     for (const size_t destMax : {BOUNDED_MAX + 1, size_t{0x80000000}, SIZE_MAX}) {
         for (const size_t count : {0U, 16U, 64U}) {
             GuardedBuffer buffer(0, 64);
@@ -192,14 +192,14 @@ TEST(MemsetSOptTcTest, FillsWhateverTheSizeIsSaidToBe) {
     }
 }
 
-TEST(AllOnesTest, IsThirtyTwoBytesOfAllOnes) {
+TEST(AllOnesTest, Has32BytesOf0xFF) {
     static_assert(sizeof g_allFF == 32);
     for (const unsigned char byte : g_allFF) {
         EXPECT_EQ(byte, 0xFF);
     }
 }
 
-TEST(ResultCodesTest, AreThoseOfTheSystemAndOneHundredAndTwentyEightMoreAfterAReset) {
+TEST(ResultCodesTest, AreSystemCodesPlus128AfterReset) {
     EXPECT_EQ(BOUNDED_OK, 0);
     EXPECT_EQ(BOUNDED_EINVAL, EINVAL);
     EXPECT_EQ(BOUNDED_ERANGE, ERANGE);

@@ -45,7 +45,7 @@ std::string Terminated(const std::string& text) {
 
 // Copying
 
-TEST(StrcpySTest, CopiesTextAndTerminatorAtEveryPairOfAlignments) {
+TEST(StrcpySTest, CopiesAtEveryPairOfAlignments) {
     for (size_t length = 0; length <= 64; ++length) {
         const std::string text = Text(length);
         for (size_t from = 0; from < 8; ++from) {
@@ -65,7 +65,7 @@ TEST(StrcpySTest, CopiesTextAndTerminatorAtEveryPairOfAlignments) {
     }
 }
 
-TEST(StrcpySTest, CopiesUpToThirtyTwoBytesAndMoreAlike) {
+TEST(StrcpySTest, CopiesAroundInlineLimit) {
     std::array<char, 32> exact = {};
     EXPECT_EQ(strcpy_s(exact.data(), exact.size(), Text(31).c_str()), BOUNDED_OK);
     EXPECT_EQ(exact.data(), Text(31));
@@ -95,7 +95,7 @@ TEST(StrcpySTest, AcceptsTheLargestSize) {
 
 // Refusing
 
-TEST(StrcpySTest, EmptiesADestinationThatTheTextDoesNotFit) {
+TEST(StrcpySTest, EmptiesDestinationWhenTextDoesNotFit) {
     for (size_t destMax = 1; destMax <= 64; ++destMax) {
         for (const size_t excess : {0U, 1U, 40U}) {
             Buffer dest;
@@ -106,7 +106,7 @@ TEST(StrcpySTest, EmptiesADestinationThatTheTextDoesNotFit) {
     }
 }
 
-TEST(StrcpySTest, TakesThreeCharactersIntoFourBytesAndNotIntoThree) {
+TEST(StrcpySTest, CopiesThreeCharactersIntoFourBytesButNotThree) {
     Buffer dest;
     EXPECT_EQ(strcpy_s(dest.bytes.data(), 4, "abc"), BOUNDED_OK);
     EXPECT_EQ(dest.All(), Buffer::Expected(0, Terminated("abc")));
@@ -114,7 +114,7 @@ TEST(StrcpySTest, TakesThreeCharactersIntoFourBytesAndNotIntoThree) {
     EXPECT_EQ(dest.bytes[0], '\0');
 }
 
-TEST(StrcpySTest, WritesNothingWhenTheSizeIsInvalid) {
+TEST(StrcpySTest, WritesNothingForInvalidSize) {
     for (const size_t destMax : {size_t{0}, size_t{0x80000000}, SIZE_MAX}) {
         Buffer dest;
         EXPECT_EQ(strcpy_s(dest.bytes.data(), destMax, "a"), BOUNDED_ERANGE);
@@ -126,12 +126,12 @@ TEST(StrcpySTest, WritesNothingWhenTheSizeIsInvalid) {
     }
 }
 
-TEST(StrcpySTest, RefusesANullDestinationBeforeANullSource) {
+TEST(StrcpySTest, ChecksDestinationBeforeSource) {
     EXPECT_EQ(strcpy_s(nullptr, 4, "a"), BOUNDED_EINVAL);
     EXPECT_EQ(strcpy_s(nullptr, 4, nullptr), BOUNDED_EINVAL);
 }
 
-TEST(StrcpySTest, EmptiesTheDestinationWhenTheSourceIsNull) {
+TEST(StrcpySTest, EmptiesDestinationForNullSource) {
     Buffer dest;
     EXPECT_EQ(strcpy_s(&dest.bytes[16], 4, nullptr), BOUNDED_EINVAL_RESET);
     EXPECT_EQ(dest.All(), Buffer::Expected(16, Terminated("")));
@@ -139,7 +139,7 @@ TEST(StrcpySTest, EmptiesTheDestinationWhenTheSourceIsNull) {
 
 // Source and destination in one buffer
 
-TEST(StrcpySTest, LeavesATextCopiedOntoItselfAsItIs) {
+TEST(StrcpySTest, KeepsTextCopiedOntoItself) {
     Buffer buffer;
     memcpy(buffer.bytes.data(), "abc", 4);
     EXPECT_EQ(strcpy_s(buffer.bytes.data(), 8, buffer.bytes.data()), BOUNDED_OK);
@@ -147,21 +147,21 @@ TEST(StrcpySTest, LeavesATextCopiedOntoItselfAsItIs) {
     EXPECT_EQ(buffer.All(), Buffer::Expected(0, Terminated("abc")));
 }
 
-TEST(StrcpySTest, WritesNothingWhenATextIsCopiedOntoItself) {
+TEST(StrcpySTest, WritesNothingForTextCopiedOntoItself) {
     static const char kReadOnly[] = "a text of more than thirty-two characters, never written";
     char* const text = const_cast<char*>(kReadOnly);
     EXPECT_EQ(strcpy_s(text, sizeof kReadOnly, text), BOUNDED_OK);
     EXPECT_EQ(strcpy_error(text, sizeof kReadOnly, text), BOUNDED_OK);
 }
 
-TEST(StrcpySTest, EmptiesATextCopiedOntoItselfThatDoesNotEndWithinTheSize) {
+TEST(StrcpySTest, EmptiesUnterminatedTextCopiedOntoItself) {
     Buffer buffer;
     memcpy(&buffer.bytes[16], "12345678", 8);
     EXPECT_EQ(strcpy_s(&buffer.bytes[16], 8, &buffer.bytes[16]), BOUNDED_ERANGE_RESET);
     EXPECT_EQ(buffer.All(), Buffer::Expected(16, Terminated("") + "2345678"));
 }
 
-TEST(StrcpySTest, RefusesRangesThatOverlapInEitherDirectionAndCopiesAdjacentOnes) {
+TEST(StrcpySTest, RefusesOverlapInEitherDirection) {
     constexpr size_t kMiddle = 100;
     for (size_t length = 0; length <= 64; ++length) {
         const std::string text = Terminated(Text(length));
@@ -183,14 +183,14 @@ TEST(StrcpySTest, RefusesRangesThatOverlapInEitherDirectionAndCopiesAdjacentOnes
     }
 }
 
-TEST(StrcpySTest, RefusesToMoveATextByOneCharacter) {
+TEST(StrcpySTest, RefusesMoveByOneCharacter) {
     Buffer buffer;
     memcpy(buffer.bytes.data(), "abc", 4);
     EXPECT_EQ(strcpy_s(&buffer.bytes[1], 8, buffer.bytes.data()), BOUNDED_EOVERLAP_RESET);
     EXPECT_EQ(buffer.All(), Buffer::Expected(0, std::string("a\0c\0", 4)));
 }
 
-TEST(StrcpySTest, ATextThatDoesNotFitIsTooLongBeforeItOverlaps) {
+TEST(StrcpySTest, ChecksLengthBeforeOverlap) {
     Buffer buffer;
     memcpy(buffer.bytes.data(), "abcdef", 7);
     EXPECT_EQ(strcpy_s(&buffer.bytes[1], 6, buffer.bytes.data()), BOUNDED_ERANGE_RESET);
@@ -199,7 +199,7 @@ TEST(StrcpySTest, ATextThatDoesNotFitIsTooLongBeforeItOverlaps) {
 
 // The end of the memory that may be touched
 
-TEST(StrcpySTest, ReadsNothingBehindTheTerminatorOfTheSource) {
+TEST(StrcpySTest, ReadsNothingBeyondTerminator) {
     const GuardedPage page;
     for (size_t length = 0; length <= 64; ++length) {
         const std::string text = Text(length);
@@ -213,7 +213,7 @@ TEST(StrcpySTest, ReadsNothingBehindTheTerminatorOfTheSource) {
     }
 }
 
-TEST(StrcpySTest, ReadsNoMoreOfAnUnterminatedSourceThanTheDestinationHolds) {
+TEST(StrcpySTest, ReadsAtMostDestinationSizeOfSource) {
     const GuardedPage page;
     for (size_t length = 1; length <= 64; ++length) {
         char* const source = page.End() - length;
@@ -228,7 +228,7 @@ TEST(StrcpySTest, ReadsNoMoreOfAnUnterminatedSourceThanTheDestinationHolds) {
     }
 }
 
-TEST(StrcpySTest, WritesNothingBehindTheDestination) {
+TEST(StrcpySTest, WritesNothingBeyondDestination) {
     const GuardedPage page;
     for (size_t size = 1; size <= 64; ++size) {
         char* const dest = page.End() - size;
@@ -240,7 +240,7 @@ TEST(StrcpySTest, WritesNothingBehindTheDestination) {
 
 // The classification by itself
 
-TEST(StrcpyErrorTest, FindsNothingWrongWithATextThatFitsAndWritesNothing) {
+TEST(StrcpyErrorTest, AcceptsFittingTextAndWritesNothing) {
     Buffer dest;
     EXPECT_EQ(strcpy_error(dest.bytes.data(), 4, "abc"), BOUNDED_OK);
     EXPECT_EQ(strcpy_error(dest.bytes.data(), 1, ""), BOUNDED_OK);
@@ -248,7 +248,7 @@ TEST(StrcpyErrorTest, FindsNothingWrongWithATextThatFitsAndWritesNothing) {
     EXPECT_EQ(dest.All(), Buffer::Expected(0, ""));
 }
 
-TEST(StrcpyErrorTest, DoesNotLookForOverlap) {
+TEST(StrcpyErrorTest, DoesNotCheckOverlap) {
     Buffer buffer;
     memcpy(buffer.bytes.data(), "abc", 4);
     EXPECT_EQ(strcpy_error(&buffer.bytes[1], 8, buffer.bytes.data()), BOUNDED_OK);
@@ -256,13 +256,13 @@ TEST(StrcpyErrorTest, DoesNotLookForOverlap) {
     EXPECT_EQ(buffer.All(), Buffer::Expected(0, Terminated("abc")));
 }
 
-TEST(StrcpyErrorTest, EmptiesADestinationThatTheTextDoesNotFit) {
+TEST(StrcpyErrorTest, EmptiesDestinationWhenTextDoesNotFit) {
     Buffer dest;
     EXPECT_EQ(strcpy_error(&dest.bytes[16], 3, "abc"), BOUNDED_ERANGE_RESET);
     EXPECT_EQ(dest.All(), Buffer::Expected(16, Terminated("")));
 }
 
-TEST(StrcpyErrorTest, LooksAtTheSizeThenTheDestinationThenTheSource) {
+TEST(StrcpyErrorTest, ChecksSizeThenDestinationThenSource) {
     for (const size_t destMax : {size_t{0}, size_t{0x80000000}, SIZE_MAX}) {
         Buffer dest;
         EXPECT_EQ(strcpy_error(dest.bytes.data(), destMax, "a"), BOUNDED_ERANGE);
