@@ -1,5 +1,4 @@
 // Any bytes as a policy file: whatever it holds, reading it ends, and what is found is in the file.
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -10,31 +9,50 @@
 #include "PolicyFile.h"
 #include "TemporaryDirectory.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const TemporaryDirectory directory;
-    const std::string path = directory / "1.cdb";
-    const std::string contents(reinterpret_cast<const char*>(data), size);
-    WriteFile(path, contents);
-
-    const std::optional<PolicyFile> policy = PolicyFile::Open(path.c_str());
-    if (!policy) {
-        return 0;
+static void CheckItems(const PolicyFile& policy, const std::string& contents) {
+    const std::optional<std::vector<PolicyStore::Item>> items = policy.Items();
+    if (!items) {
+        return;
     }
-    std::string value = "unchanged";
-    for (const std::string key : {"", "PolicyName", "AudioBandwidth", "no such item"}) {
-        if (policy->Find(key, value)) {
+    for (const auto& [key, value] : *items) {
+        CHECK(contents.find(key) != std::string::npos);
+        CHECK(contents.find(value) != std::string::npos);
+    }
+}
+
+static void CheckFind(const PolicyFile& policy, const std::string& contents) {
+    for (const char* const key : {"", "PolicyName", "AutoConnectInterval", "no such item"}) {
+        std::string value = "unchanged";
+        if (policy.Find(key, value)) {
             CHECK(contents.find(value) != std::string::npos);
         } else {
             CHECK(value == "unchanged");
         }
-        value = "unchanged";
     }
-    const std::optional<std::vector<PolicyStore::Item>> items = policy->Items();
-    if (items) {
-        for (const PolicyStore::Item& item : *items) {
-            CHECK(contents.find(item.key) != std::string::npos);
-            CHECK(contents.find(item.value) != std::string::npos);
+}
+
+static void CheckFile(const std::string& contents) {
+    static const TemporaryDirectory directory;
+    const std::string path = directory / "1.cdb";
+    WriteFile(path, contents);
+    const std::optional<PolicyFile> policy = PolicyFile::Open(path.c_str());
+    if (policy) {
+        CheckItems(*policy, contents);
+        CheckFind(*policy, contents);
+    }
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    std::string contents(reinterpret_cast<const char*>(data), size);
+    CheckFile(contents);
+
+    // Once more with the true size in the format record, without which no file is opened.
+    constexpr size_t kSizeOffset = 2069;
+    if (size >= kSizeOffset + 4) {
+        for (size_t i = 0; i < 4; ++i) {
+            contents[kSizeOffset + i] = static_cast<char>(size >> (8 * i));
         }
+        CheckFile(contents);
     }
     return 0;
 }
