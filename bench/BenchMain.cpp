@@ -6,8 +6,8 @@
 #include <malloc.h>
 #endif
 
-// Memory that was given back stays with the process: otherwise the first rounds of a benchmark with
-// large results would measure how the system hands out pages, and the others would not.
+// Keeps freed memory in the process. Otherwise only the first rounds of a benchmark with large
+// results would include page faults.
 static void KeepFreedMemory() {
 #ifdef __GLIBC__
     mallopt(M_MMAP_THRESHOLD, 32 << 20);
@@ -16,7 +16,7 @@ static void KeepFreedMemory() {
 }
 
 int main(int argc, char** argv) {
-    // What is measured is the work itself, not how fast records go to a terminal.
+    // Log records are not part of the measured work.
     setenv("ZN_LOG_LEVEL", "off", 1);
     KeepFreedMemory();
     benchmark::Initialize(&argc, argv);

@@ -1,4 +1,4 @@
-// The bounded functions beside memset of the C library and strlcpy of libbsd.
+// The bounded functions, memset of the C library and strlcpy of libbsd.
 #include <bsd/string.h>
 
 #include <cstring>

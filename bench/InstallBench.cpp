@@ -26,7 +26,7 @@ void Register(const std::string& name, const std::function<void(State&)>& run) {
     benchmark::RegisterBenchmark(name.c_str(), run)->UseRealTime()->Unit(benchmark::kMillisecond);
 }
 
-// Lets the installer write its mark file, in a mount namespace of this program's own.
+// Lets the installer write its mark file, in a private mount namespace.
 void AllowMark() {
     static const bool allowed = [] {
         EnterPrivateMounts();
@@ -61,7 +61,7 @@ std::string FileName(size_t i) {
     return "f" + std::to_string(10000 + i);
 }
 
-// Contents that no two files and no two versions share.
+// Contents that differ between files and versions.
 std::string Contents(size_t size, size_t file, char version) {
     std::string contents(size, version);
     for (size_t i = 0; i < size; i += 64) {
@@ -71,7 +71,7 @@ std::string Contents(size_t size, size_t file, char version) {
     return contents;
 }
 
-// An unpacked package and its destination, made when first needed and gone at the end.
+// An unpacked package and its destination, created on first use and removed at the end.
 class Package {
    public:
     explicit Package(const Shape& shape) : shape_(shape) {
@@ -88,7 +88,7 @@ class Package {
         WriteFile(directory_ / "package/FileList.ini", manifest);
     }
 
-    // Puts the destination into the state from which the installation starts.
+    // Sets up the destination before the installation.
     void Prepare(Before before) const {
         fs::remove_all(Destination());
         fs::create_directory(Destination());
@@ -96,7 +96,7 @@ class Package {
             const char version = before == Before::kTheSame ? 'n' : 'o';
             WriteFile(Destination() + FileName(i), Contents(shape_.fileSize, i, version));
         }
-        // What was just written is nobody's to wait for but ours.
+        // Keeps pending writes out of the measurement.
         ::sync();
     }
 
@@ -110,7 +110,7 @@ class Package {
                                .c_str()) == 0;
     }
 
-    // Whether everything is as it has to be afterwards.
+    // Whether the package is installed and the backups are as expected.
     bool IsInstalled(Before before) const {
         for (size_t i = 0; i < shape_.files; ++i) {
             const std::string path = Destination() + FileName(i);
@@ -163,7 +163,7 @@ void Install(State& state, size_t shape, Before before, bool (Package::*install)
 
 // --- Manifests ---
 
-// Many file keys with one name in common: all is the manifest's, hardly anything is installed.
+// Many file keys with the same file name: measures the manifest, hardly the installation.
 void Manifest(State& state, size_t keys) {
     AllowMark();
     const TemporaryDirectory directory;

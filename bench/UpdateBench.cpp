@@ -25,7 +25,7 @@ void Register(const std::string& name, const std::function<void(State&)>& run) {
     benchmark::RegisterBenchmark(name.c_str(), run);
 }
 
-// Where other processes do the work.
+// For work done by other processes.
 void RegisterInRealTime(const std::string& name, const std::function<void(State&)>& run) {
     benchmark::RegisterBenchmark(name.c_str(), run)->UseRealTime();
 }
@@ -46,9 +46,9 @@ double StatusInBytes(const std::string& field) {
     return 0;
 }
 
-// How many bytes of memory the process takes for `work` beyond what it has before.
+// The peak memory of `work`, in bytes beyond what the process had before.
 double PeakOf(const std::function<void()>& work) {
-    malloc_trim(0);  // what is left over from earlier work would hide what this one takes
+    malloc_trim(0);  // freed memory would hide the peak
     std::ofstream("/proc/self/clear_refs") << "5" << std::flush;
     const double before = StatusInBytes("VmRSS:");
     work();
@@ -57,7 +57,7 @@ double PeakOf(const std::function<void()>& work) {
 
 // --- The update description ---
 
-// As it comes out of a file: with no room behind it, which a parser could use to spare a copy.
+// Without spare capacity, which would save the parser a copy.
 std::string Description(size_t packages) {
     std::string text = R"({"packageInfo": [)";
     for (size_t i = 0; i < packages; ++i) {
@@ -137,7 +137,7 @@ void Convert(State& state, Records (*convert)(const std::string&), size_t packag
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
 }
 
-// A parser for each text, as whoever reads one text has.
+// A new parser for each text.
 void Parse(State& state, size_t packages) {
     const std::string text = Description(packages);
     for (auto _ : state) {
@@ -166,7 +166,8 @@ void ParseWithKeptParser(State& state, size_t packages) {
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
 }
 
-// Fails when the conversion takes more than `bound` times the text beside text and records.
+// Fails when the conversion takes more memory than the text, the records and `bound` times the
+// text.
 void ConvertMemory(State& state, size_t packages, double bound) {
     const std::string text = Description(packages);
     const auto textSize = static_cast<double>(text.size());
@@ -183,7 +184,7 @@ void ConvertMemory(State& state, size_t packages, double bound) {
 
 // --- The client's package list ---
 
-// A message whose payload starts `shift` bytes beyond an address that suits records.
+// A message whose payload starts `shift` bytes after an address aligned for records.
 class ReceivedMessage {
    public:
     ReceivedMessage(size_t records, size_t shift)
@@ -256,8 +257,8 @@ void MemcpyIntoKept(State& state, size_t count, size_t shift) {
 constexpr size_t kZips = 64;
 constexpr size_t kZipSize = size_t{8} << 20;
 
-// The zips, made when they are first needed and gone at the end. Also the process directory, in
-// which every scan makes sure of the package tree.
+// The zips, created on first use and removed at the end. Also the process directory, in which every
+// scan creates the package tree.
 const TemporaryDirectory& Zips() {
     static const TemporaryDirectory directory;
     static const bool made = [] {
@@ -267,7 +268,7 @@ const TemporaryDirectory& Zips() {
             contents[i] = 'a';
             WriteFile(directory / ("zips/" + std::to_string(100 + i) + ".zip"), contents);
         }
-        // One large zip, without the blocks on disk.
+        // One large sparse zip.
         WriteFile(directory / "large/large.zip", "");
         std::filesystem::resize_file(directory / "large/large.zip", size_t{1} << 30);
         return true;
@@ -315,7 +316,7 @@ void ScanMemory(State& state, const std::string& directory, double bound) {
 }
 
 int RegisterAll() {
-    // The largest texts and lists, too, stay with the process (see BenchMain.cpp).
+    // Keeps the largest texts and lists in the process as well (see BenchMain.cpp).
     mallopt(M_MMAP_MAX, 0);
 
     for (const size_t packages : {10, 1000, 100000}) {

@@ -1,5 +1,5 @@
-// Parsing lists of virtual-channel plugins: beside the same parse with absl::StrSplit, its growth
-// with the list, and texts that are almost only separators.
+// Parsing of virtual-channel plugin lists: compared with absl::StrSplit, its growth with the list,
+// and texts of almost only separators.
 #include <absl/strings/str_split.h>
 #include <benchmark/benchmark.h>
 
@@ -64,7 +64,7 @@ int AbslParse(const std::string& text, std::vector<VekVcItems>& items) {
     return 0;
 }
 
-// Items as a policy may have them, each a little different, all of the same length.
+// Typical items, each different, all of the same length.
 std::string List(size_t items) {
     std::string text;
     for (size_t i = 0; i < items; ++i) {
@@ -78,7 +78,7 @@ std::string List(size_t items) {
 const std::string kRestOfItem = "channel@0x1F@ff@libPlugin.so@1.2.3@on demand";
 const std::string kItem = "plugin@" + kRestOfItem;
 
-// `marks` over and over, to `length`.
+// `marks` repeated up to `length`.
 std::string Repeated(const std::string& marks, size_t length) {
     std::string run;
     while (run.size() < length) {
@@ -87,7 +87,7 @@ std::string Repeated(const std::string& marks, size_t length) {
     return run;
 }
 
-// Whether `parse` gives what absl gives, to be sure that the same work is measured.
+// Whether `parse` gives the same result as absl.
 bool AgreesWithAbsl(Parse parse, const std::string& text) {
     std::vector<VekVcItems> expected;
     std::vector<VekVcItems> items;
@@ -96,7 +96,7 @@ bool AgreesWithAbsl(Parse parse, const std::string& text) {
            std::memcmp(items.data(), expected.data(), items.size() * sizeof items[0]) == 0;
 }
 
-// What the work is counted in.
+// The unit of the measured work.
 enum class Unit { Bytes, Items };
 
 // Parses into a new vector each time.

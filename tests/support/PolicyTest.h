@@ -1,4 +1,4 @@
-// What the unit tests of the library share: fresh doubles for each test, short names for records.
+// Fixture for the unit tests of the library's sources: resets the doubles for each test.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -20,18 +20,18 @@ class PolicyTest : public testing::Test {
         ScriptedServices::Reset();
     }
 
-    // No accessor of the policy store outlives the call that made it, whatever happened in it.
+    // No accessor of the policy store outlives the call that created it.
     void TearDown() override {
         EXPECT_EQ(ScriptedPolicyStore::LiveAccessors(), 0);
     }
 };
 
-// A record at level 1, in the words of `function`.
+// A record of `function` at level 1.
 inline Logged Failure(const std::string& function, const std::string& text) {
     return {LogLevelError, function, text};
 }
 
-// A record at level 3.
+// A record of `function` at level 3.
 inline Logged Progress(const std::string& function, const std::string& text) {
     return {LogLevelInfo, function, text};
 }

@@ -23,14 +23,14 @@ static bool g_entered = false;
     std::exit(1);
 }
 
-// Maps a user or group to itself in the new user namespace: files stay as accessible as they were.
+// Maps a user or group to itself in the new user namespace, so that file permissions stay the same.
 static bool MapToItself(const char* map, unsigned int id) {
     std::ofstream out(map);
     out << id << " " << id << " 1" << std::flush;
     return out.good();
 }
 
-// What root can do directly, others can do in a user namespace.
+// Other users than root need a user namespace.
 static bool UnshareMounts() {
     const unsigned int user = geteuid();
     const unsigned int group = getegid();
@@ -40,7 +40,7 @@ static bool UnshareMounts() {
     if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
         return false;
     }
-    // The group can only be mapped by a process that may not change its groups any more.
+    // Mapping the group requires giving up setgroups.
     std::ofstream("/proc/self/setgroups") << "deny";
     return MapToItself("/proc/self/uid_map", user) && MapToItself("/proc/self/gid_map", group);
 }

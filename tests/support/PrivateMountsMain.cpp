@@ -5,7 +5,7 @@
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    // The build asks for the tests' names; that needs no privileges.
+    // The build lists the tests, which must work without privileges.
     if (!GTEST_FLAG_GET(list_tests)) {
         EnterPrivateMounts();
     }

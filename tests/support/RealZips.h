@@ -1,4 +1,4 @@
-// Real zips and digests, made by the system's own programs.
+// Zips and digests made by the programs of the system.
 #pragma once
 
 #include <filesystem>
@@ -8,7 +8,7 @@
 #include "ChildProcess.h"
 #include "TemporaryDirectory.h"
 
-// Makes the zip `path`, replacing one that is there, of files given by name and contents.
+// Creates or replaces the zip `path` with files given by name and contents.
 inline void MakeZip(const std::string& path, const std::map<std::string, std::string>& files) {
     const TemporaryDirectory contents;
     for (const auto& [name, text] : files) {

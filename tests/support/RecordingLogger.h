@@ -1,4 +1,4 @@
-// A logger that keeps its records, in place of libZnLogger.
+// Replaces libZnLogger with a logger that keeps its records.
 #pragma once
 
 #include <ostream>
@@ -7,7 +7,7 @@
 
 #include "ZnLogger.h"
 
-// What a test looks at first in a record.
+// The parts of a record that most tests compare.
 struct Logged {
     int level;
     std::string function;
@@ -17,7 +17,7 @@ struct Logged {
 bool operator==(const Logged& a, const Logged& b);
 std::ostream& operator<<(std::ostream& out, const Logged& logged);
 
-// The rest of a record, the same for all records of a source file.
+// The other parts of a record.
 struct LogOrigin {
     std::string file;  // without its directories
     int line;

@@ -133,8 +133,8 @@ int ZnFile::ZnCopyFile(const char* source, const char* destination) {
     return ScriptedFiles::Get().copyFile(source, destination);
 }
 
-// The library's test of existence; it asks for nothing else. In the C library's own words, so that
-// it replaces that function in the test program.
+// Replaces access() of the C library, which the library under test uses only to test for existence.
+// glibc declares the function with __THROW, which a replacement must repeat.
 #ifndef __THROW
 #define __THROW
 #endif

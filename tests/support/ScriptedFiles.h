@@ -1,4 +1,4 @@
-// File operations that can be told to fail, in place of libZnFileSys, and access() with them.
+// Replaces libZnFileSys and access() with operations that tests can make fail.
 #pragma once
 
 #include <functional>
@@ -6,9 +6,8 @@
 #include <string>
 #include <vector>
 
-// By default every operation works on the real file system, except below /usr/local: there, files
-// are kept in memory, so that no test touches the machine or depends on what it holds. A test
-// replaces an operation to make it fail.
+// By default the operations work on the real file system, except for files below /usr/local, which
+// are kept in memory. A test replaces an operation to make it fail.
 struct ScriptedFiles {
     std::function<int(const std::string& path, unsigned short mode)> mkDir;
     std::function<int(const std::string& path)> removeFile;
@@ -21,12 +20,12 @@ struct ScriptedFiles {
     // The files below /usr/local, by path.
     std::map<std::string, std::string> fixedFiles;
 
-    // What was asked, in order: "copy A B", "mkdir /x 777", ...
+    // The calls in order: "copy A B", "mkdir /x 777", ...
     std::vector<std::string> calls;
 
-    // The operations in force.
+    // The current operations.
     static ScriptedFiles& Get();
 
-    // Back to the defaults, nothing kept.
+    // Restores the defaults and forgets all files and calls.
     static void Reset();
 };

@@ -1,4 +1,4 @@
-// A policy store whose contents a test writes, in place of libZnXml.
+// Replaces libZnXml with a policy store whose contents are set by tests.
 #pragma once
 
 #include <map>
@@ -7,23 +7,23 @@
 
 class ScriptedPolicyStore {
    public:
-    // The items of a policy as text; an item that is a decimal number can be read as one.
+    // The items of a policy. Decimal numbers can be read as integers.
     using Items = std::map<std::string, std::string>;
 
     // Makes `items` the policy of `id`.
     static void Publish(int id, const Items& items);
 
-    // Makes every failing read change its target, as a store is free to: text to `text`, integers
-    // to `number`.
+    // Makes failing reads change their targets, as a store may: text to `text`, integers to
+    // `number`.
     static void ScribbleOnFailure(const std::string& text, int number);
 
-    // What was asked of the store since the last Reset, in order: "load 7", "text PolicyName",
+    // The calls since the last Reset, in order: "load 7", "text PolicyName",
     // "int AutoConnectInterval".
     static std::vector<std::string> Calls();
 
-    // Accessors that exist now.
+    // The number of existing accessors.
     static int LiveAccessors();
 
-    // No policies, no calls, no scribbling.
+    // Forgets policies, calls and scribbling.
     static void Reset();
 };

@@ -1,5 +1,4 @@
-// INI files, crypto, system information and the shell as a test scripts them, in place of libZnIni,
-// libZnCrypto, libZnSysInfo and system().
+// Replaces libZnIni, libZnCrypto, libZnSysInfo and system() with services scripted by tests.
 #pragma once
 
 #include <functional>
@@ -11,39 +10,37 @@ struct ScriptedServices {
     using IniSection = std::map<std::string, std::string>;
     using IniFile = std::map<std::string, IniSection>;
 
-    // INI files by path. A file that is not here cannot be read; whether it exists on disk is the
-    // test's affair.
+    // INI files by path; others cannot be read. Whether a file exists on disk is independent.
     std::map<std::string, IniFile> iniFiles;
 
-    // What was asked of the INI reader, in order: "string os/platform PATH", "int ...", "items
-    // ...".
+    // The calls of the INI reader, in order: "string os/platform PATH", "int ...", "items ...".
     std::vector<std::string> iniCalls;
 
-    // Runs before each of these calls is answered, with the call as above: a test changes iniFiles
-    // here, as another process changes a file between two reads.
+    // Runs before each of these calls. A test changes iniFiles here, as another process might
+    // between two reads.
     std::function<void(const std::string& call)> beforeIniCall;
 
     // The digest of a file. By default 64 characters that depend on the contents; "" for a file
     // that cannot be read.
     std::function<std::string(const std::string& path)> fileSha256;
 
-    // Base64: the decoded bytes are written to `out`, their number returned. By default 0.
+    // Decodes Base64 into `out` and returns the number of bytes. By default 0.
     std::function<int(const std::string& text, unsigned char* out, int outSize)> decodeBase64;
 
-    // Paths whose digest was asked for, in order.
+    // The paths of requested digests, in order.
     std::vector<std::string> digestCalls;
 
     // The directory of the running executable.
     std::string processDirectory;
 
-    // Runs in place of a shell command; by default nothing happens and the status is 0.
+    // Replaces system(). By default does nothing and returns 0.
     std::function<int(const std::string& command)> shell;
 
-    // The commands run, in order.
+    // The commands in order.
     std::vector<std::string> shellCommands;
 
     static ScriptedServices& Get();
 
-    // Back to the defaults, nothing kept.
+    // Restores the defaults and forgets all calls.
     static void Reset();
 };

@@ -1,4 +1,4 @@
-// A directory of a test's own, gone with it.
+// RAII: a temporary directory, removed with its contents.
 #pragma once
 
 #include <cstdlib>
@@ -38,7 +38,7 @@ class TemporaryDirectory {
     std::string path_;
 };
 
-// Writes a file, making its directories.
+// Writes a file, creating its directories.
 inline void WriteFile(const std::string& path, const std::string& contents) {
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
     std::ofstream out(path, std::ios::binary);

@@ -1,5 +1,5 @@
-// A program that has functions of its own with the names of the library's bounded functions, as
-// other packages define them.
+// A program that defines functions with the names of the library's bounded functions, as other
+// packages do.
 #include <gtest/gtest.h>
 
 #include <cstddef>

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# exported-set.sh EXPORTED-SYMBOLS LIST LIBRARY: the library exports every symbol of the list and no
-# other. A difference is shown: "<" is missing from the library, ">" is missing from the list.
+# exported-set.sh EXPORTED-SYMBOLS LIST LIBRARY: checks that the library exports exactly the symbols
+# of the list. Shows those missing from the library as "<" and those missing from the list as ">".
 set -euo pipefail
 
 diff <(grep -v '^#' "$2") <("$1" "$3")

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# installed.sh BUILD-FOLDER README LIBRARY-FOLDER COMPILER [FLAG...]: after an installation into a
-# folder of its own, the program that the README shows compiles against the installed headers with
-# the README's options, and reads a policy that the installed znpolicy published.
+# installed.sh BUILD-DIR README LIBRARY-DIR COMPILER [FLAG...]: installs into a temporary directory,
+# compiles the program of the README against the installation with the options of the README, and
+# lets it read a policy that the installed znpolicy has published.
 set -euo pipefail
 
 build=$1 readme=$2 libdir=$3

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# needed.sh MAJOR LIBRARY: of the framework's libraries, the library asks the loader for the seven
-# services by name, so that others can be put in their place, and for nothing else.
+# needed.sh MAJOR LIBRARY: checks that the library links exactly the seven service libraries of the
+# framework by name, so that they can be replaced.
 set -euo pipefail
 
 diff <(printf "libZn%s.so.$1\n" Crypto FileSys Ini Json Logger SysInfo Xml) \

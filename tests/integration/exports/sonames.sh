@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# sonames.sh MAJOR LIBRARY...: each library's name for the loader is lib<Name>.so.<MAJOR>.
+# sonames.sh MAJOR LIBRARY...: checks that the SONAME of each library is lib<Name>.so.<MAJOR>.
 set -euo pipefail
 
 major=$1

@@ -168,7 +168,8 @@ TEST_F(InstallFlow, InstallsZipOnceForEachRecord) {
     WriteFile(kPlugins + "a.so", "old");
     const std::string digest = Zip("Server/a_Server.zip", PackageOf({{"a.so", "A"}}));
     EXPECT_EQ(Build({Record(digest), Record(digest, "Model-B"), Record(digest)}), kSuccess);
-    EXPECT_THAT(NamesIn(kPlugins), ElementsAre("a.so"));  // the second time took the backup away
+    EXPECT_THAT(NamesIn(kPlugins),
+                ElementsAre("a.so"));  // the second installation removed the backup
     EXPECT_EQ(ReadFile(kPlugins + "a.so"), "A");
     EXPECT_FALSE(fs::exists(kMark));
 }
@@ -197,7 +198,7 @@ TEST_F(InstallFlow, InstallsFromPublishedPolicy) {
     fs::create_directories("/usr/local/vornserver/bin/microservices/Package");
     Zip("Server/sound_Server_1.0.zip", PackageOf({{"a.so", "A"}}));
 
-    // The management side knows the zip by its digest.
+    // The update description names the zip by its digest.
     std::vector<ZnPackageInfo> local;
     ASSERT_EQ(ZnVcUpdate::ZnScanLocalZipFiles(packages_, local), kSuccess);
     ASSERT_EQ(local.size(), 1U);
@@ -310,7 +311,7 @@ TEST_F(InstallFlow, SkipsZipWithoutManifest) {
     EXPECT_FALSE(fs::exists(kPlugins));
 }
 
-// The outcome of unpacking is not looked at: what it leaves is the package.
+// The outcome of unpacking is ignored: whatever it leaves is the package.
 TEST_F(InstallFlow, InstallsWhatUnzipWroteToFullDisk) {
     const TemporaryDirectory made;
     const std::string whole(3'000'000, 'x');
@@ -325,7 +326,7 @@ TEST_F(InstallFlow, InstallsWhatUnzipWroteToFullDisk) {
     EXPECT_EQ(umount2(packages_.c_str(), MNT_DETACH), 0);
     EXPECT_LT(fs::file_size(kPlugins + "a.so"), whole.size());
 
-    // With room, the next call puts it right.
+    // The next call, with enough space, installs the whole file.
     fs::copy(made / "a_Server.zip", packages_);
     EXPECT_EQ(Build({Record(digest)}), kSuccess);
     EXPECT_EQ(fs::file_size(kPlugins + "a.so"), whole.size());

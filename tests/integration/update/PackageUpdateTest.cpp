@@ -1,5 +1,5 @@
-// Package update with the real services, real zips and the real `unzip`; the fixed paths are
-// written in a mount namespace of this program's own.
+// Package update with the default services, real zips and the real unzip, in a private mount
+// namespace.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -39,7 +39,7 @@ const std::string kDescription =
     R"({"packageInfo": [{"packageName": "sound_Server_1.0.zip", "platform": "Model-A",)"
     R"( "sha256Hash": "00ff", "size": "706"}, {"packageName": "M\u00fcller.zip"}]})";
 
-// Sets an environment variable and puts it back at the end of its scope.
+// RAII: sets an environment variable and restores it.
 class EnvironmentVariable {
    public:
     EnvironmentVariable(const char* name, const std::string& value) : name_(name) {
@@ -96,7 +96,7 @@ class PublishedDescription : public PackageUpdate {
         EXPECT_EQ(ZnVcUpdate::ZnCreateMicroserviceDirectories(), kSuccess);
     }
 
-    // Publishes a policy that is switched on and holds `items`, XML as it stands.
+    // Publishes an enabled policy with `items`, given as XML.
     static void Publish(const std::string& items) {
         PolicyStore().Publish(kId,
                               "<Policy><PolicyName>p</PolicyName>"

@@ -1,4 +1,4 @@
-// Installation of the files of one unpacked package by its manifest.
+// ExecuteInstallCommand: installs the files of an unpacked package by its manifest.
 #include <algorithm>
 #include <climits>
 #include <filesystem>
@@ -29,7 +29,7 @@ static Records Joined(Records first, const Records& second) {
     return first;
 }
 
-// What each step logs, given what it is about.
+// Log records of the steps.
 
 static Logged Command(const std::string& text) {
     return Progress("ExecuteInstallCommand", text);
@@ -66,7 +66,7 @@ static Logged Renamed(const std::string& destination) {
 static const Logged kBegin = Installed("Begin");
 static const Logged kDone = Installed("Done");
 
-// What a failure in a step leads to in the steps above it.
+// The records of the outer steps after a failure in an inner one.
 static const Logged kCommandFailed = Failure("ExecuteInstallCommand", "Invalid PackageIntallType");
 static const Logged kFileFailed = Failure("OneByOnePath", "Invalid OneByOneFile");
 static const Logged kInstallFailed = Failure("OneByOneFile", "InstallFile Failed");
@@ -83,8 +83,8 @@ static std::string Mark() {
     return ScriptedFiles::Get().fixedFiles[kMark];
 }
 
-// An unpacked package for arm64. Its payload and manifest are the tests' to fill; its destination
-// does not exist at first.
+// An unpacked package for arm64, without payload and with an empty manifest. Its destination does
+// not exist at first.
 class InstallCommand : public PolicyTest {
    protected:
     InstallCommand() {
@@ -118,7 +118,7 @@ class InstallCommand : public PolicyTest {
         return ZnVcUpdate::ExecuteInstallCommand(package_, platform);
     }
 
-    // The installation fails in InstallFile with these records, and every step above says so.
+    // Expects a failure in InstallFile with these records, and the records of the outer steps.
     void ExpectInstallFails(const Records& expected) {
         EXPECT_EQ(Install(), kFailed);
         EXPECT_THAT(RecordsOf("InstallFile"), ElementsAreArray(expected));
@@ -712,7 +712,7 @@ TEST_F(InstallCommand, FailsForAnyNonZeroDeletionResult) {
 }
 
 TEST_F(InstallCommand, FailsWhenFileCannotBeRenamed) {
-    // With ".bak" the name is longer than a file system takes.
+    // With ".bak" the name exceeds the limit of the file system.
     const std::string name(NAME_MAX - 3, 'n');
     List(name);
     Source(name, "new");
@@ -756,7 +756,7 @@ TEST_F(InstallCommand, AcceptsEmptyDestination) {
     List("a");
     Manifest()["arm64"]["bin"] = "";
     Source("a", "new");
-    // The name alone is the destination then: kept out of the working directory here.
+    // The name alone is the destination, so it is one outside the working directory.
     ScriptedFiles::Get().copyFile = [](const std::string&, const std::string&) { return 0; };
     EXPECT_EQ(Install(), 0);
     EXPECT_THAT(ScriptedFiles::Get().calls,

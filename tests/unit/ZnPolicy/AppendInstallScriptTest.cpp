@@ -1,7 +1,5 @@
-// The entry that installs one package zip which has been unpacked beside itself.
-//
-// The machine's platform is looked up once in the life of a process, so every test runs in a
-// process of its own, also when the whole program is run at once.
+// AppendInstallScript: installs a package zip that has been unpacked next to itself. The platform
+// is read once per process, so every test runs in a child process.
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -90,7 +88,7 @@ TEST_F(InstallScript, FailsForMissingZipBeforeReadingPlatform) {
         EXPECT_THAT(RecordingLogger::Records(), ElementsAre(Refused("Not Find zipfile=" + zip_)));
         EXPECT_THAT(ScriptedServices::Get().iniCalls, IsEmpty());
 
-        // It is still open what the platform is.
+        // The platform has not been read yet.
         WriteFile(zip_, "zip");
         SetMachine("arm64");
         SetPackage("arm64");

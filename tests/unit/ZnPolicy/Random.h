@@ -1,4 +1,4 @@
-// Random choices for property tests, repeatable by their seed.
+// Random choices for property tests.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-// The seed is printed; ZN_TEST_SEED=<number> in the environment repeats a run.
+// Prints its seed; ZN_TEST_SEED=<seed> in the environment repeats a run.
 class Random {
    public:
     Random() : engine_(Seed()) {}
@@ -32,7 +32,7 @@ class Random {
         return characters[Below(characters.size())];
     }
 
-    // Up to `longest` characters out of these.
+    // Up to `longest` of these characters.
     std::string Text(const std::string& characters, size_t longest) {
         std::string text(Below(longest + 1), '\0');
         for (char& c : text) {

@@ -1,4 +1,4 @@
-// What the tests of package update share: a process directory of the test's own.
+// Fixture for tests of package update: a temporary process directory.
 #pragma once
 
 #include <string>
@@ -16,7 +16,7 @@ class UpdateTest : public PolicyTest {
         ScriptedServices::Get().processDirectory = temporary_.Path();
     }
 
-    // As the library builds it; the separator before "Package" is doubled.
+    // As the library builds them: the separator before "Package" is doubled.
     std::string Microservices() const {
         return temporary_.Path() + "/microservices/";
     }
@@ -24,12 +24,12 @@ class UpdateTest : public PolicyTest {
         return temporary_.Path() + "/microservices//Package/";
     }
 
-    // What every operation that makes sure of the tree begins its records with.
+    // The first record of every operation that creates the tree.
     Logged TreeRecord() const {
         return Progress("ZnCreateMicroserviceDirectories", Microservices());
     }
 
-    // From now on the directory `path` cannot be made; the others can.
+    // Makes the creation of the directory `path` fail.
     static void RefuseDirectory(const std::string& path) {
         const auto makeDirectory = ScriptedFiles::Get().mkDir;
         ScriptedFiles::Get().mkDir = [=](const std::string& wanted, unsigned short mode) {

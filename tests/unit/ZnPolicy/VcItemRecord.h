@@ -1,4 +1,4 @@
-// Plugin records in tests: made in one expression, compared bytewise, printed field by field.
+// Plugin records in tests: construction, bytewise comparison, printing.
 #pragma once
 
 #include <cstring>
@@ -12,7 +12,7 @@ void SetText(char (&text)[N], const std::string& value) {
     value.copy(text, N - 1);
 }
 
-// Every byte that no argument sets is zero. Texts are at most 31 characters long.
+// All other bytes are zero. Texts have at most 31 characters.
 inline VekVcItems Item(const std::string& text1, const std::string& text2, int32_t hexValue1,
                        int32_t hexValue2, const std::string& text3, const std::string& text4,
                        const std::string& text5) {

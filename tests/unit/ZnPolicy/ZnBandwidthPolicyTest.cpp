@@ -1,4 +1,4 @@
-// The allowance table of a terminal's redirection modules: what fills it, and its two queries.
+// ZnBandwidthPolicy: reading, calculation and queries.
 #include <limits>
 #include <type_traits>
 
@@ -9,7 +9,7 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-// One object owns one table.
+// Each object owns its table.
 static_assert(!std::is_copy_constructible<ZnBandwidthPolicy>::value, "not copyable");
 static_assert(!std::is_copy_assignable<ZnBandwidthPolicy>::value, "not copyable");
 static_assert(!std::is_polymorphic<ZnBandwidthPolicy>::value, "no virtual operations");
@@ -42,7 +42,7 @@ class Bandwidth : public PolicyTest {
         items_[module + "BandwidthPercent"] = std::to_string(item.bandwidthPercent);
     }
 
-    // Publishes the policy as it stands and reads it.
+    // Publishes and reads the policy.
     void Read() {
         ScriptedPolicyStore::Publish(kId, items_);
         bandwidth_.ReadBandwidthPolicy(kId);
@@ -83,7 +83,7 @@ TEST_F(Bandwidth, StopsReadingModuleAtFirstMissingItem) {
     std::vector<std::string> expected = {"load 4711", "int TotalBandwidthSpecified",
                                          "int TotalBandwidth"};
     SetTotal(0, 0);
-    // Module by module one more item is there, from none to all but the last, and over again.
+    // Each module has one more item than the one before, from none to three, then none again.
     size_t present = 0;
     for (const std::string module : kModules) {
         SetModule(module, {1, 10, 1, 10});
@@ -143,7 +143,7 @@ TEST_F(Bandwidth, EmptiesTableWhenTotalIsMissing) {
             items_.erase(name);
         }
         ScriptedPolicyStore::Reset();
-        // What a failed read leaves in its target does not count.
+        // The value left by a failed read is ignored.
         ScriptedPolicyStore::ScribbleOnFailure("", 77);
         RecordingLogger::Clear();
         Read();
@@ -447,7 +447,7 @@ TEST_F(Bandwidth, RecognizesTotalByExactNameOnly) {
 
 class BandwidthQuery : public Bandwidth {
    protected:
-    // Every module has an allowance of its own: 125, 250, 375 ... in the order of kModules.
+    // Gives each module a different allowance: 125, 250, 375 ... in the order of kModules.
     BandwidthQuery() {
         SetTotal(1, 13);
         int kilobits = 0;

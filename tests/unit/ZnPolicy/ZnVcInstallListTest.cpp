@@ -1,4 +1,4 @@
-// Which local zips are unpacked and installed for one side.
+// BuildVcInstallList: selects, unpacks and installs the zips of one side.
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
@@ -30,7 +30,7 @@ static std::string Digest(char digit) {
     return digest;
 }
 
-// A package record; only the fields that the list looks at.
+// A package record with the fields that the list uses.
 static ZnPackageInfo Package(const std::string& url, const std::string& sha256,
                              const std::string& platform) {
     ZnPackageInfo package = {};
@@ -42,8 +42,8 @@ static ZnPackageInfo Package(const std::string& url, const std::string& sha256,
 
 class InstallList : public PolicyTest {
    protected:
-    // The machine's platform is looked up once in the life of the process: done here, so that it
-    // is the same for all tests and the look-up shows in none.
+    // The platform is read once per process. Reading it here gives all tests the same one and keeps
+    // the record out of them.
     static void SetUpTestSuite() {
         ScriptedServices::Reset();
         ScriptedServices::Get().iniFiles["/platforminfo.ini"] = {{"os", {{"platform", "arm64"}}}};
@@ -57,8 +57,7 @@ class InstallList : public PolicyTest {
         };
     }
 
-    // Puts a zip into the package directory. It has been unpacked already, as a package for arm64
-    // without files.
+    // Puts a zip into the package directory, already unpacked: a package for arm64 without files.
     std::string Zip(const std::string& name, const std::string& digest = "") {
         std::string path = packages_ + name;
         WriteFile(path, "zip");
@@ -84,7 +83,7 @@ class InstallList : public PolicyTest {
                name.substr(0, name.find(".zip"));
     }
 
-    // What unpacking logs.
+    // The records of unpacking.
     Records Unzipped(const std::string& name) {
         const std::string zip = packages_ + name;
         const std::string thin = name.substr(0, name.find(".zip"));
@@ -99,7 +98,7 @@ class InstallList : public PolicyTest {
                 Progress("ShellCall", "cmd=unzip " + args)};
     }
 
-    // What choosing, unpacking and installing a package zip logs.
+    // The records of selecting, unpacking and installing a package zip.
     Records UnzippedAndInstalled(const std::string& name, const std::string& digest) {
         const std::string zip = packages_ + name;
         const std::string manifest = zip.substr(0, zip.rfind('.')) + "/FileList.ini";
@@ -152,7 +151,7 @@ TEST_F(InstallList, KeepsZipsOfSideInListingOrder) {
     EXPECT_EQ(Build({}, CLIENT_SIDE), 0);
     EXPECT_THAT(RecordingLogger::Records(), ElementsAre(Kept(client)));
 
-    // Whatever order the listing has, it stays.
+    // The order of the listing is kept.
     RecordingLogger::Clear();
     ScriptedFiles::Get().scan = [&](const std::string&, std::vector<std::string>& files) {
         files = {server2, client, server1, server2};
@@ -302,7 +301,7 @@ TEST_F(InstallList, SearchesAddressThatFillsItsField) {
     const std::string name = "a_Server_Release.zip";
     EXPECT_EQ(Build({Package(std::string(320 - name.size(), '/') + name, "", "")}), 0);
     EXPECT_EQ(ScriptedServices::Get().shellCommands.size(), 1U);
-    // What follows the field in the record is no part of it.
+    // The next field of the record is not part of this one.
     EXPECT_EQ(Build({Package(std::string(321 - name.size(), '/') + name, "p", "")}), 0);
     EXPECT_EQ(ScriptedServices::Get().shellCommands.size(), 1U);
 }
@@ -404,7 +403,7 @@ TEST_F(InstallList, StopsWhenPackageZipCannotBeUnpacked) {
     const std::string a = Zip("a_Server.zip", Digest('1'));
     const std::string b = Zip("b_Server.zip", Digest('1'));
     const std::string c = Zip("c_Server.zip", Digest('1'));
-    // The zip goes after its digest was taken: nothing else makes unpacking fail.
+    // The zip is removed after it was hashed, which makes unpacking fail.
     ScriptedServices::Get().fileSha256 = [&](const std::string& path) {
         if (path == b) {
             fs::remove(b);

@@ -1,4 +1,4 @@
-// The platform model of the machine, read from platforminfo.ini beside the running program.
+// GetModelPlatform: reads the platform model from platforminfo.ini.
 #include "PolicyTest.h"
 #include "ZnVcUpdate.h"
 

@@ -1,9 +1,5 @@
-// The install list, the repair of paths and the splitting of file lists beside literal versions of
-// their descriptions, over random inputs.
-//
-// The descriptions compare every zip with every record and erase characters one at a time; the
-// library does less work. Whatever the input, both must log the same records, run the same commands
-// and give the same result.
+// The install list and RepairPath, compared with literal versions of their rules over random
+// inputs: same results, log records and commands.
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
@@ -28,7 +24,7 @@ void Log(LogLevel level, const char* function, const std::string& text) {
                                  text.c_str());
 }
 
-// A field as a string: a record's sender may have left its NUL out.
+// The text of a field, which may lack its NUL.
 template <size_t N>
 std::string Text(const char (&field)[N]) {
     return {field, strnlen(field, N)};
@@ -133,7 +129,7 @@ class InstallListProperty : public PolicyTest {
         std::vector<ZnPackageInfo> packages;
     };
 
-    // All that can be seen of a call.
+    // The observable effects of a call.
     struct Outcome {
         int result;
         std::vector<Logged> records;
@@ -141,8 +137,8 @@ class InstallListProperty : public PolicyTest {
         std::vector<std::string> digestCalls;
     };
 
-    // The machine's platform is looked up once in the life of the process: done here, so that no
-    // compared call logs the look-up.
+    // The platform is read once per process. Reading it here keeps the record out of the compared
+    // calls.
     static void SetUpTestSuite() {
         ScriptedServices::Reset();
         ScriptedServices::Get().iniFiles["/platforminfo.ini"] = {{"os", {{"platform", "arm64"}}}};
@@ -158,7 +154,7 @@ class InstallListProperty : public PolicyTest {
                 WriteFile(packages_ + name, "zip");
             }
         }
-        // Paths without a file name: a bundle's empty name is in every address.
+        // Paths without a file name: every address contains an empty name.
         WriteFile(packages_ + "_Server_Release.zipless", "zip");
         paths_.emplace_back("_Server_Release.zipless");
         fs::create_directory(packages_ + "_Client_Server_Release.zip");
@@ -200,7 +196,7 @@ class InstallListProperty : public PolicyTest {
         return package;
     }
 
-    // As much of the text as the field holds; a long one leaves no room for a NUL.
+    // Copies as much of the text as the field holds, possibly without a NUL.
     template <size_t N>
     static void Fill(char (&field)[N], const std::string& text) {
         text.copy(field, N);
@@ -222,8 +218,8 @@ class InstallListProperty : public PolicyTest {
         return {result, RecordingLogger::Records(), services.shellCommands, services.digestCalls};
     }
 
-    // Bundles and zips of both sides, marks in directories, names within names; "gone" ones do not
-    // exist, so that unpacking fails.
+    // Bundles and zips of both sides, marks in directories, names within names. Files with "gone"
+    // in their names do not exist, so unpacking them fails.
     static constexpr const char* kNames[] = {"a_Server_Release.zip",
                                              "ba_Server_Release.zip",
                                              "_Server_Release.zip",
@@ -319,7 +315,7 @@ TEST_F(InstallListProperty, AgreesWithLiteralVersion) {
     std::cout << "of " << kRounds << " lists: " << bundles << " unpacked bundles, " << installs
               << " installed a package, " << several << " a zip for several records, " << stopped
               << " were stopped by a zip that had gone, " << empty << " had no zip\n";
-    // Agreement counts only where every path was taken often.
+    // Every path was taken often.
     EXPECT_GT(bundles, kRounds / 20);
     EXPECT_GT(installs, kRounds / 200);
     EXPECT_GT(several, kRounds / 100);

@@ -1,4 +1,4 @@
-// Repeated separators in a path.
+// RepairPath: collapses repeated separators.
 #include "PolicyTest.h"
 #include "ZnVcUpdate.h"
 

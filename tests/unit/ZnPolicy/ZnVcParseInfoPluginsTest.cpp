@@ -1,4 +1,4 @@
-// The virtual-channel plugins of a terminal: reading the list, parsing it, checking module ids.
+// The virtual-channel plugin list: reading and parsing it, checking module ids.
 #include <limits>
 #include <utility>
 
@@ -25,7 +25,7 @@ class VcPolicy : public PolicyTest {
         return Progress("ZnReadVekVcPolicy", text);
     }
 
-    // What no read may leave as it is.
+    // Must be overwritten by every read.
     std::string vcInfo_ = "from before";
 };
 
@@ -111,7 +111,7 @@ TEST_F(VcPolicy, ReturnsEmptyListForMissingItemOrZeroFlag) {
          "vccEnable Failed"},
         {{{"PolicyName", "p"}, {"VirtualChannelEnable", "1"}}, "VirtualChannelOptionNames Failed"},
     };
-    // A failed read may leave anything in its target.
+    // The value left by a failed read is ignored.
     ScriptedPolicyStore::ScribbleOnFailure("scribble", 99);
     for (const Case& c : cases) {
         SCOPED_TRACE(c.notice);
@@ -130,7 +130,7 @@ TEST_F(VcPolicy, ReturnsEmptyListForMissingItemOrZeroFlag) {
 
 class VcItems : public PolicyTest {
    protected:
-    // Parses into a vector that holds something from before.
+    // Parses into a vector that is not empty.
     int Parse(const std::string& text) {
         RecordingLogger::Clear();
         items_.assign(3, Item("old", "old", 1, 2, "old", "old", "old"));

@@ -1,10 +1,5 @@
-// The parser of plugin lists beside a literal version of its description, over random texts.
-//
-// The description collapses runs of separators in repeated passes over the string; the library
-// gets there in one. Whatever the text, both must give the same result, the same items byte by
-// byte, and the same log records.
-//
-// The seed is printed; ZN_TEST_SEED=<number> in the environment repeats a run.
+// The parser of plugin lists, compared with a literal version of its rules over random texts: same
+// results, items and log records.
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
@@ -18,8 +13,7 @@ namespace {
 
 // --- The literal version ---
 
-// Passes over the string until one changes nothing: where two neighbours are both separators, the
-// second is erased.
+// Erases the second of two adjacent separators, in passes over the string until nothing changes.
 void CollapseRuns(std::string& str, char sep) {
     bool changed = true;
     while (changed) {
@@ -64,7 +58,7 @@ Outcome Failed(const Logged& record) {
     return {-10000, {}, {record}};
 }
 
-// A text, and a number, ends at an embedded zero byte.
+// Texts and numbers end at an embedded NUL.
 std::string UpToZeroByte(const std::string& field) {
     return field.substr(0, field.find('\0'));
 }
@@ -112,7 +106,7 @@ class RandomText {
     }
 
    private:
-    // Mostly a single mark; sometimes a run, about as long as those that need many passes.
+    // Mostly one separator, sometimes a run of up to 39.
     std::string Run(const std::string& marks) {
         const size_t length = !random_.OneIn(8)  ? 1
                               : random_.OneIn(4) ? 30 + random_.Below(10)
@@ -124,7 +118,7 @@ class RandomText {
         return run;
     }
 
-    // One in many has a length about the largest that fits.
+    // Some words have about the maximum length of a field.
     std::string Word() {
         const std::string letters("aF09xX-+ gz\t\0\xff", 14);
         const size_t length = random_.OneIn(40) ? 29 + random_.Below(5) : 1 + random_.Below(4);
@@ -144,7 +138,7 @@ class RandomText {
         return item + (random_.OneIn(4) ? Run("@{}") : "");
     }
 
-    // Most often a valid list.
+    // Usually valid.
     std::string List() {
         std::string list = random_.OneIn(40) ? Run(",") : "";
         for (size_t items = 1 + random_.Below(4); items > 0; --items) {
@@ -153,7 +147,7 @@ class RandomText {
         return list;
     }
 
-    // Hardly ever valid.
+    // Rarely valid.
     std::string Noise() {
         std::string noise;
         for (size_t parts = random_.Below(25); parts > 0; --parts) {
@@ -195,7 +189,7 @@ TEST_F(VcSplitProperty, AgreesWithLiteralVersion) {
     }
     std::cout << parsed << " lists parsed, " << empty << " empty, " << tooFewFields
               << " with too few fields, " << tooLong << " with a field too long\n";
-    // Agreement counts only where every path was taken often.
+    // Every path was taken often.
     EXPECT_GT(parsed, kTexts / 4);
     EXPECT_GT(empty, kTexts / 200);
     EXPECT_GT(tooFewFields, kTexts / 20);

@@ -16,7 +16,7 @@ constexpr int kId = 4711;
 class IntelligentDataTransport : public PolicyTest {};
 class Reconnect : public PolicyTest {
    protected:
-    // A record that no reader may leave as it is.
+    // Must be overwritten by every read.
     AutoReconnect reconnect_ = {-1, -1};
 };
 class LoginHint : public PolicyTest {};
@@ -229,7 +229,7 @@ TEST_F(LoginHint, KeepsHintWhenItemIsMissing) {
         {{{"PolicyName", "p"}, {"configArg1Enable", "on"}, {"configArg1Rule", rule}}, disabled},
         {{{"PolicyName", "p"}, {"configArg1Enable", "1"}}, "configArg1Rule Failed"},
     };
-    // A failed read may leave anything in its target, even what would switch the rule on.
+    // The value left by a failed read is ignored, even one that would enable the rule.
     ScriptedPolicyStore::ScribbleOnFailure(rule, 1);
     for (const Case& c : cases) {
         SCOPED_TRACE(c.notice);

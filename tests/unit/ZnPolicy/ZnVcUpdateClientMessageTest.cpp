@@ -1,4 +1,4 @@
-// The package list that a client reports: a framework message whose payload is packed records.
+// ZnClientPackageListMessageToPackInfo: a message whose payload is packed records.
 #include <climits>
 #include <cstring>
 #include <vector>
@@ -20,7 +20,7 @@ class ReceivedMessage {
    public:
     ReceivedMessage(int payloadLength, size_t payloadBytes, size_t offset = 0)
         : offset_(offset), buffer_(offset + sizeof(ZnMessage) + payloadBytes) {
-        // No byte is like its neighbours, and no field of a record has a NUL where it should.
+        // Adjacent bytes differ, and no field has a NUL.
         for (size_t i = 0; i < payloadBytes; ++i) {
             Payload()[i] = static_cast<unsigned char>(1 + i % 255);
         }
@@ -46,7 +46,7 @@ class ClientMessage : public UpdateTest {
         return ZnVcUpdate::ZnClientPackageListMessageToPackInfo(message, records_);
     }
 
-    // Not empty: what it holds is gone after every call.
+    // Not empty: every call clears it.
     std::vector<ZnPackageInfo> records_{3};
 };
 

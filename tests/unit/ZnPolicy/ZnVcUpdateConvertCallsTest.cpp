@@ -1,6 +1,5 @@
-// What the conversion of an update description asks of the JSON service. With as many questions for
-// each package, however many packages there are, its time is linear in the text. In place of
-// libZnJson stands a description without a text: an array of any number of equal packages.
+// The calls of ZnConvertToVekPackInfo to the JSON service. The same number for each package makes
+// its time linear. Replaces libZnJson with an array of any number of equal packages.
 #include <map>
 #include <string>
 #include <vector>
@@ -42,7 +41,8 @@ int ZnJson::Value::GetArraySize() const {
     return g_packages;
 }
 
-// A service may leave the target alone when the member is missing; this one does for "version".
+// A service may leave the target unchanged when the member is missing, as this one does for
+// "version".
 bool ZnJson::Value::Get(const std::string& key, std::string& value) const {
     ++g_calls["text"];
     g_members.push_back(key);
@@ -53,7 +53,7 @@ bool ZnJson::Value::Get(const std::string& key, std::string& value) const {
     return true;
 }
 
-// For the readers of other items, which no test here calls.
+// Needed by the linker only.
 bool ZnJson::Value::Parse(const std::string&) {
     return false;
 }
@@ -66,7 +66,7 @@ bool ZnJson::Value::IsEmpty() const {
 
 class ConvertEffort : public UpdateTest {
    protected:
-    // The calls that a description of `packages` takes.
+    // The calls for a description of `packages` packages.
     static std::map<std::string, int> CallsFor(int packages) {
         g_packages = packages;
         g_calls.clear();

@@ -1,4 +1,4 @@
-// The update description as package records.
+// ZnConvertToVekPackInfo: converts the update description to package records.
 #include <algorithm>
 #include <cstring>
 #include <vector>

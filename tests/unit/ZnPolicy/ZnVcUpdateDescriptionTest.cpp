@@ -1,4 +1,4 @@
-// The update description of a terminal: taken from its policy, decoded, checked and stored.
+// ZnVmVekJsonUpdateInfo: reads, decodes, checks and stores the update description.
 #include <algorithm>
 #include <filesystem>
 
@@ -66,7 +66,7 @@ class UpdateDescription : public UpdateTest {
         return ZnVcUpdate::ZnVmVekJsonUpdateInfo(kId, text_);
     }
 
-    // The records up to the reading of the formal item.
+    // The records until the formal item is read, then `rest`.
     static std::vector<Logged> AfterFormal(std::vector<Logged> rest) {
         std::vector<Logged> records = {Says("terminalId=4711"), Says("vcRegInfo=A@B"),
                                        Says("Formal:VirtualChannelPluginDetails")};
@@ -294,7 +294,7 @@ static void DecodeTo(const std::string& bytes) {
     DecodeTo(bytes, static_cast<int>(bytes.size()));
 }
 
-// Base64 as far as the library looks at it: long enough for the description, and none of its words.
+// Stands for Base64: without the three words, and long enough for the decoded description.
 static const std::string kBase64(kDescription.size(), 'Q');
 
 TEST_F(UpdateDescription, DecodesAndStoresBase64) {

@@ -1,4 +1,4 @@
-// The package tree, the directories of one package, splitting paths, running commands.
+// ShellCall, the package tree, the directories of one package, and SplitFilePath.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>

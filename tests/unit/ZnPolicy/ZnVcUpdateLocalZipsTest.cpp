@@ -1,4 +1,4 @@
-// The zips that are on the machine: listed with their digests, and unpacked.
+// ZnScanLocalZipFiles and UnZipVcPackage.
 #include <cstring>
 #include <filesystem>
 #include <vector>
@@ -52,7 +52,7 @@ class LocalScan : public UpdateTest {
     }
 
     std::string zips_;
-    // Not empty: what it holds is gone after every call.
+    // Not empty: every call clears it.
     std::vector<ZnPackageInfo> records_{3};
 };
 

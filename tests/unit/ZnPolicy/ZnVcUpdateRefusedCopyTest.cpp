@@ -1,6 +1,5 @@
-// What would happen if a bounded copy reported a failure by a negative code. The library's own
-// copies never do, but a record must not go on half filled if they ever should. In place of them
-// stand copies that refuse one text.
+// The handling of negative results of bounded copies, which the library's own functions never
+// return. Replaces them with functions that refuse one text.
 #include <cstring>
 #include <vector>
 

@@ -1,6 +1,5 @@
-// Short fills and copies are made without a call: compilers like to turn such loops back into calls
-// of memset and memcpy. The linker sends every such call of this program through the counters
-// below.
+// Short fills and copies make no library call, although compilers tend to replace such loops with
+// calls. The linker redirects all calls in this program to the counters below.
 
 #include <gtest/gtest.h>
 
@@ -76,7 +75,7 @@ struct Buffers {
 constexpr size_t kLongest = 256;
 
 TEST(LibraryCallsTest, CountsWrappedCalls) {
-    // Through volatile pointers, which no compiler sees through.
+    // Volatile pointers keep the compiler from replacing the calls.
     void* (*volatile fill)(void*, int, size_t) = memset;
     void* (*volatile copy)(void*, const void*, size_t) = memcpy;
     Buffers buffers;

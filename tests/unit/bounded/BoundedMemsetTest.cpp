@@ -31,10 +31,10 @@ constexpr size_t kAlignments = 16;
 constexpr size_t kGuard = 16;
 constexpr unsigned char kUntouched = 0x5A;
 
-// The interesting values: those filled in words, those of more than a byte, and others.
+// Values that are filled in words, values of more than a byte, and others.
 const int kValues[] = {0, 255, -1, 256, 511, INT_MIN, 1, 'x', 256 + 'x', 0x7F, 0x80, 0xFE};
 
-// A buffer of `size` bytes at `alignment`, with guard bytes before and behind it.
+// A buffer of `size` bytes at `alignment`, with guard bytes before and after it.
 class GuardedBuffer {
    public:
     GuardedBuffer(size_t alignment, size_t size) : begin_(kGuard + alignment), size_(size) {
@@ -45,7 +45,7 @@ class GuardedBuffer {
         return bytes_.data() + begin_;
     }
 
-    // Whether the first `count` bytes are `value` and all others are untouched.
+    // Whether the first `count` bytes are `value` and all others are unchanged.
     bool IsFilled(unsigned char value, size_t count) const {
         std::array<unsigned char, kSize> expected = {};
         expected.fill(kUntouched);
@@ -164,7 +164,7 @@ TEST_P(MemsetTest, WritesNothingBeyondDestination) {
     }
 }
 
-// What tells the variants apart: only memset_sOptTc trusts a size above the limit.
+// The difference between the variants: only memset_sOptTc accepts a size above the limit.
 
 class MemsetAboveLimitTest : public MemsetTest {};
 

@@ -11,7 +11,7 @@ namespace {
 
 constexpr char kUntouched = '#';
 
-// A text of `length` characters, none of them like its neighbours.
+// A text of `length` characters in which adjacent characters differ.
 std::string Text(size_t length) {
     std::string text(length, '\0');
     for (size_t i = 0; i < length; ++i) {
@@ -20,7 +20,7 @@ std::string Text(size_t length) {
     return text;
 }
 
-// A buffer of which a test looks at every byte.
+// A buffer whose bytes are all compared.
 struct Buffer {
     alignas(16) std::array<char, 256> bytes = {};
 
@@ -32,7 +32,7 @@ struct Buffer {
         return {bytes.data(), bytes.size()};
     }
 
-    // What All() is when `written` stands at `offset` and nothing else was touched.
+    // The expected contents with `written` at `offset` and all else unchanged.
     static std::string Expected(size_t offset, const std::string& written) {
         return std::string(256, kUntouched).replace(offset, written.size(), written);
     }
@@ -43,7 +43,7 @@ std::string Terminated(const std::string& text) {
     return text + '\0';
 }
 
-// Copying
+// --- Copying ---
 
 TEST(StrcpySTest, CopiesAtEveryPairOfAlignments) {
     for (size_t length = 0; length <= 64; ++length) {
@@ -93,7 +93,7 @@ TEST(StrcpySTest, AcceptsTheLargestSize) {
     EXPECT_EQ(dest.All(), Buffer::Expected(0, Terminated("abc")));
 }
 
-// Refusing
+// --- Refusing ---
 
 TEST(StrcpySTest, EmptiesDestinationWhenTextDoesNotFit) {
     for (size_t destMax = 1; destMax <= 64; ++destMax) {
@@ -137,7 +137,7 @@ TEST(StrcpySTest, EmptiesDestinationForNullSource) {
     EXPECT_EQ(dest.All(), Buffer::Expected(16, Terminated("")));
 }
 
-// Source and destination in one buffer
+// --- Source and destination in one buffer ---
 
 TEST(StrcpySTest, KeepsTextCopiedOntoItself) {
     Buffer buffer;
@@ -197,7 +197,7 @@ TEST(StrcpySTest, ChecksLengthBeforeOverlap) {
     EXPECT_EQ(buffer.bytes[1], '\0');
 }
 
-// The end of the memory that may be touched
+// --- The end of accessible memory ---
 
 TEST(StrcpySTest, ReadsNothingBeyondTerminator) {
     const GuardedPage page;
@@ -238,7 +238,7 @@ TEST(StrcpySTest, WritesNothingBeyondDestination) {
     }
 }
 
-// The classification by itself
+// --- strcpy_error ---
 
 TEST(StrcpyErrorTest, AcceptsFittingTextAndWritesNothing) {
     Buffer dest;

@@ -1,4 +1,4 @@
-// Memory that ends where none may be touched.
+// A page of memory followed by one that cannot be accessed.
 #pragma once
 
 #include <sys/mman.h>
@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <stdexcept>
 
-// A readable and writable page before one that can be neither read nor written.
 class GuardedPage {
    public:
     GuardedPage() : size_(static_cast<size_t>(sysconf(_SC_PAGESIZE))) {
@@ -27,7 +26,7 @@ class GuardedPage {
     GuardedPage(const GuardedPage&) = delete;
     GuardedPage& operator=(const GuardedPage&) = delete;
 
-    // The first byte that may not be touched.
+    // The first byte that cannot be accessed.
     char* End() const {
         return start_ + size_;
     }
