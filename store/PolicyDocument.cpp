@@ -1,82 +1,27 @@
 #include "PolicyDocument.h"
 
+#include <expat.h>
 #include <strings.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstddef>
-#include <cstring>
+#include <exception>
+#include <memory>
+#include <new>
 #include <optional>
-#include <pugixml.hpp>
+#include <type_traits>
 #include <unordered_set>
 #include <utility>
 
-#include "Utf8.h"
+#include "PolicyFile.h"
 
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr const char* kBlanks = " \t\r\n";
 
-// Everything of the document becomes a node, so that nothing is passed over in silence; text stays
-// as written, references included, so that its nodes tell where in the document they stand.
-constexpr unsigned kParseOptions = pugi::parse_fragment | pugi::parse_ws_pcdata |
-                                   pugi::parse_cdata | pugi::parse_comments | pugi::parse_pi |
-                                   pugi::parse_declaration | pugi::parse_doctype;
-
-// Whether XML allows the character in a document.
-bool IsXmlCharacter(char32_t code) {
-    if (code < 0x20) {
-        return code == '\t' || code == '\n' || code == '\r';
-    }
-    return code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF) && code != 0xFFFE && code != 0xFFFF;
-}
-
-bool IsBlank(std::string_view text) {
-    return text.find_first_not_of(kBlanks) == std::string_view::npos;
-}
-
-bool StartsWith(std::string_view text, std::string_view prefix) {
-    return text.substr(0, prefix.size()) == prefix;
-}
-
-// The character that "&NAME;" or "&#NUMBER;" stands for; `name` is what is between "&" and ";".
-std::optional<char32_t> ReferencedCharacter(std::string_view name) {
-    static constexpr std::pair<std::string_view, char32_t> kEntities[] = {
-        {"lt", '<'}, {"gt", '>'}, {"amp", '&'}, {"quot", '"'}, {"apos", '\''}};
-    for (const auto& [entity, character] : kEntities) {
-        if (name == entity) {
-            return character;
-        }
-    }
-    const bool hexadecimal = StartsWith(name, "#x");
-    if (!hexadecimal && !StartsWith(name, "#")) {
-        return std::nullopt;
-    }
-    name.remove_prefix(hexadecimal ? 2 : 1);
-    unsigned code = 0;
-    const auto [end, error] =
-        std::from_chars(name.data(), name.data() + name.size(), code, hexadecimal ? 16 : 10);
-    if (error != std::errc() || end != name.data() + name.size() || !IsXmlCharacter(code)) {
-        return std::nullopt;
-    }
-    return code;
-}
-
-// Appends the character `code`, which is not a surrogate and at most U+10FFFF.
-void AppendUtf8Character(std::string& text, char32_t code) {
-    if (code < 0x80) {
-        text += static_cast<char>(code);
-        return;
-    }
-    const int continuations = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
-    const char32_t leadMark = continuations == 1 ? 0xC0 : continuations == 2 ? 0xE0 : 0xF0;
-    text += static_cast<char>(leadMark | (code >> (6 * continuations)));
-    for (int i = continuations - 1; i >= 0; --i) {
-        text += static_cast<char>(0x80 | ((code >> (6 * i)) & 0x3F));
-    }
-}
-
+// Collects the items of one document from Expat's events. Expat checks that the document is
+// well-formed; the handlers refuse what is not a policy.
 class DocumentReader {
    public:
     DocumentReader(std::string_view xml, const std::string& name) : xml_(xml), name_(name) {}
@@ -85,27 +30,167 @@ class DocumentReader {
         if (xml_.size() > PolicyStore::kMaxDocumentSize) {
             Refuse(PolicyStore::kMaxDocumentSize, "the document is larger than 16 MiB");
         }
-        CheckCharacters();
-        // The line ends keep a "<" from being among the last two characters, where the parser would
-        // let it pass.
-        std::string buffer = std::string(xml_) + "\n\n";
-        pugi::xml_document document;
-        const pugi::xml_parse_result result = document.load_buffer_inplace(
-            buffer.data(), buffer.size(), kParseOptions, pugi::encoding_utf8);
-        if (!result) {
-            Refuse(static_cast<std::size_t>(result.offset), result.description());
+        // A NUL byte would make Expat read the document as UTF-16.
+        const std::size_t nul = xml_.find('\0');
+        if (nul != std::string_view::npos) {
+            Refuse(nul, "a NUL byte");
         }
-        ReadDocument(document);
+        Parse();
         return std::move(items_);
     }
 
    private:
-    // Throws the error `reason` for the place `offset` bytes into the document. Columns count
-    // characters, not bytes.
+    // An open element. The root element is a group, and so is every element that has an element in
+    // it; any other element is an item.
+    struct Element {
+        std::size_t offset;
+        std::size_t parentKeyLength;
+        bool isGroup;
+    };
+
+    void Parse() {
+        if (!parser_) {
+            throw std::bad_alloc();
+        }
+        XML_SetUserData(parser_.get(), this);
+        XML_SetXmlDeclHandler(parser_.get(), Forward<&DocumentReader::XmlDeclaration>);
+        XML_SetDefaultHandler(parser_.get(), Forward<&DocumentReader::OtherMarkup>);
+        XML_SetElementHandler(parser_.get(), Forward<&DocumentReader::StartElement>,
+                              Forward<&DocumentReader::EndElement>);
+        XML_SetCharacterDataHandler(parser_.get(), Forward<&DocumentReader::Text>);
+        const XML_Status status =
+            XML_Parse(parser_.get(), xml_.data(), static_cast<int>(xml_.size()), XML_TRUE);
+        if (failure_) {
+            std::rethrow_exception(failure_);
+        }
+        if (status != XML_STATUS_OK) {
+            RefuseMalformed(XML_GetErrorCode(parser_.get()));
+        }
+    }
+
+    // Passes an event on to `Handler`. An exception must not pass through Expat, which is written
+    // in C: it stops the parser, and Parse() rethrows it. Expat may report the end of an empty
+    // element after it was stopped.
+    template <auto Handler, class... Arguments>
+    static void Forward(void* userData, Arguments... arguments) {
+        auto& reader = *static_cast<DocumentReader*>(userData);
+        if (reader.failure_) {
+            return;
+        }
+        try {
+            (reader.*Handler)(arguments...);
+        } catch (...) {
+            reader.failure_ = std::current_exception();
+            XML_StopParser(reader.parser_.get(), XML_FALSE);
+        }
+    }
+
+    void XmlDeclaration(const char* /*version*/, const char* encoding, int /*standalone*/) {
+        if (encoding != nullptr && strcasecmp(encoding, "UTF-8") != 0) {
+            Refuse(Offset(), "the declared encoding is not UTF-8");
+        }
+    }
+
+    // Receives everything that has no handler of its own, piece by piece. The first piece of a
+    // document type is its opening; nothing that it declares is ever read.
+    void OtherMarkup(const char* markup, int length) {
+        if (std::string_view(markup, static_cast<std::size_t>(length)) == "<!DOCTYPE") {
+            Refuse(Offset(), "a document type is not allowed");
+        }
+    }
+
+    void StartElement(const char* name, const char** attributes) {
+        const std::size_t offset = Offset();
+        const bool isRoot = open_.empty();
+        if (isRoot && name != std::string_view("Policy")) {
+            Refuse(offset, "the root element is not \"Policy\"");
+        }
+        if (attributes[0] != nullptr) {
+            Refuse(offset, std::string("element \"") + name + "\" has an attribute");
+        }
+        const std::size_t parentKeyLength = key_.size();
+        if (!isRoot) {
+            open_.back().isGroup = true;
+            CheckGroupHasNoText();
+            key_.append(key_.empty() ? "" : "/").append(name);
+        }
+        // This also bounds how deep elements nest.
+        if (key_.size() > PolicyStore::kMaxKeyLength) {
+            Refuse(offset, "the item's name is longer than 255 bytes");
+        }
+        open_.push_back({offset, parentKeyLength, isRoot});
+        value_.clear();
+    }
+
+    // Receives a part of the text of the innermost element: a line end, a run of other characters,
+    // or what a reference stands for.
+    void Text(const char* text, int length) {
+        std::string_view part(text, static_cast<std::size_t>(length));
+        if (xml_[Offset()] == '\r') {
+            // Values keep line ends as written; Expat reports every line end as "\n".
+            part = xml_.substr(Offset(),
+                               static_cast<std::size_t>(XML_GetCurrentByteCount(parser_.get())));
+        }
+        const std::size_t blanks = part.find_first_not_of(kBlanks);
+        if (blanks != std::string_view::npos && !textOffset_) {
+            textOffset_ = Offset() + blanks;
+        }
+        CheckGroupHasNoText();
+        value_ += part;
+    }
+
+    void EndElement(const char* /*name*/) {
+        const Element element = open_.back();
+        if (!element.isGroup) {
+            AddItem(element.offset);
+        }
+        open_.pop_back();
+        key_.resize(element.parentKeyLength);
+    }
+
+    void AddItem(std::size_t offset) {
+        if (!keys_.insert(key_).second) {
+            Refuse(offset, "a second item \"" + key_ + "\"");
+        }
+        // Keys are longer than the names in the document, so a small document can give a large
+        // file.
+        fileSize_ += PolicyFileSizeOfItem(key_.size(), value_.size());
+        if (fileSize_ > kMaxPolicyFileSize) {
+            Refuse(offset, "the compiled policy would be larger than 64 MiB");
+        }
+        items_.push_back({key_, std::move(value_)});
+        textOffset_.reset();
+    }
+
+    // Blanks between the elements of a group are layout; other text would be lost.
+    void CheckGroupHasNoText() const {
+        if (open_.back().isGroup && textOffset_) {
+            Refuse(*textOffset_, "text outside of an item");
+        }
+    }
+
+    // Where the current event begins, or where Expat met an error.
+    std::size_t Offset() const {
+        return static_cast<std::size_t>(
+            std::max<XML_Index>(0, XML_GetCurrentByteIndex(parser_.get())));
+    }
+
+    [[noreturn]] void RefuseMalformed(XML_Error error) const {
+        if (error == XML_ERROR_NO_MEMORY) {
+            throw std::bad_alloc();
+        }
+        Refuse(Offset(), XML_ErrorString(error));
+    }
+
+    // Throws the error "NAME:LINE:COLUMN: REASON" for the place `offset` bytes into the document.
+    // Columns count characters, not bytes; a byte order mark does not count.
     [[noreturn]] void Refuse(std::size_t offset, const std::string& reason) const {
-        const std::string_view before = xml_.substr(0, std::min(offset, xml_.size()));
+        const std::string_view before = xml_.substr(0, offset);
         const auto line = 1 + std::count(before.begin(), before.end(), '\n');
-        const std::string_view lineStart = before.substr(before.rfind('\n') + 1);
+        std::string_view lineStart = before.substr(before.rfind('\n') + 1);
+        if (line == 1 && lineStart.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
+            lineStart.remove_prefix(kByteOrderMark.size());
+        }
         const auto column = 1 + std::count_if(lineStart.begin(), lineStart.end(), [](char byte) {
                                 return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
                             });
@@ -113,196 +198,24 @@ class DocumentReader {
                                  ": " + reason);
     }
 
-    // Throws the error `reason` for the place where `node` begins.
-    [[noreturn]] void Refuse(const pugi::xml_node& node, const std::string& reason) const {
-        const std::size_t offset = Offset(node);
-        Refuse(node.type() == pugi::node_element ? offset - 1 : offset, reason);
-    }
-
-    // Where the node's name or text stands in the document.
-    static std::size_t Offset(const pugi::xml_node& node) {
-        return static_cast<std::size_t>(node.offset_debug());
-    }
-
-    void CheckCharacters() const {
-        for (std::size_t offset = 0; offset < xml_.size();) {
-            const Utf8Character character = FirstUtf8Character(xml_.substr(offset));
-            if (character.bytes == 0) {
-                Refuse(offset, "not valid UTF-8");
-            }
-            if (!IsXmlCharacter(character.code)) {
-                Refuse(offset, "a character that XML does not allow");
-            }
-            offset += character.bytes;
-        }
-    }
-
-    void ReadDocument(const pugi::xml_document& document) {
-        pugi::xml_node root;
-        for (const pugi::xml_node node : document.children()) {
-            switch (node.type()) {
-                case pugi::node_element:
-                    if (!root.empty()) {
-                        Refuse(node, "a second root element");
-                    }
-                    root = node;
-                    ReadRoot(root);
-                    break;
-                case pugi::node_declaration:
-                    CheckDeclaration(node);
-                    break;
-                case pugi::node_pcdata:
-                    CheckBlank(node, node.value());
-                    break;
-                case pugi::node_cdata:
-                    Refuse(node, "text outside the root element");
-                default:
-                    CheckIgnored(node);
-            }
-        }
-        if (root.empty()) {
-            Refuse(xml_.size(), "no root element");
-        }
-    }
-
-    void ReadRoot(const pugi::xml_node& root) {
-        if (std::strcmp(root.name(), "Policy") != 0) {
-            Refuse(root, "the root element is not \"Policy\"");
-        }
-        ReadGroup(root, "");
-    }
-
-    // An element with child elements, or the root.
-    void ReadGroup(const pugi::xml_node& group, const std::string& keyPrefix) {
-        CheckAttributes(group);
-        for (const pugi::xml_node node : group.children()) {
-            switch (node.type()) {
-                case pugi::node_element:
-                    ReadElement(node, keyPrefix + node.name());
-                    break;
-                case pugi::node_pcdata:
-                    CheckBlank(node, Resolve(node));
-                    break;
-                case pugi::node_cdata:
-                    CheckBlank(node, node.value());
-                    break;
-                default:
-                    CheckIgnored(node);
-            }
-        }
-    }
-
-    // The longest key also bounds how deep elements nest.
-    void ReadElement(const pugi::xml_node& element, const std::string& key) {
-        if (key.size() > PolicyStore::kMaxKeyLength) {
-            Refuse(element, "the item's name is longer than 255 bytes");
-        }
-        const pugi::xml_node firstChild = element.find_child(
-            [](const pugi::xml_node& child) { return child.type() == pugi::node_element; });
-        if (!firstChild.empty()) {
-            ReadGroup(element, key + "/");
-        } else {
-            ReadItem(element, key);
-        }
-    }
-
-    void ReadItem(const pugi::xml_node& element, const std::string& key) {
-        CheckAttributes(element);
-        if (!keys_.insert(key).second) {
-            Refuse(element, "a second item \"" + key + "\"");
-        }
-        std::string value;
-        for (const pugi::xml_node node : element.children()) {
-            switch (node.type()) {
-                case pugi::node_pcdata:
-                    value += Resolve(node);
-                    break;
-                case pugi::node_cdata:
-                    value += node.value();
-                    break;
-                default:
-                    CheckIgnored(node);
-            }
-        }
-        items_.push_back({key, std::move(value)});
-    }
-
-    // The text of a node with its references replaced by the characters they stand for.
-    std::string Resolve(const pugi::xml_node& node) const {
-        const std::string_view text = node.value();
-        const std::size_t cdataEnd = text.find("]]>");
-        if (cdataEnd != std::string_view::npos) {
-            Refuse(Offset(node) + cdataEnd, "\"]]>\" in text");
-        }
-        std::string resolved;
-        std::size_t position = 0;
-        for (;;) {
-            const std::size_t ampersand = text.find('&', position);
-            resolved += text.substr(position, ampersand - position);
-            if (ampersand == std::string_view::npos) {
-                return resolved;
-            }
-            const std::size_t semicolon = std::min(text.find(';', ampersand), text.size());
-            const auto character =
-                ReferencedCharacter(text.substr(ampersand + 1, semicolon - ampersand - 1));
-            if (!character || semicolon == text.size()) {
-                Refuse(Offset(node) + ampersand,
-                       R"("&" that begins no known reference (write "&amp;"))");
-            }
-            AppendUtf8Character(resolved, *character);
-            position = semicolon + 1;
-        }
-    }
-
-    void CheckAttributes(const pugi::xml_node& element) const {
-        if (!element.first_attribute().empty()) {
-            Refuse(element, std::string("element \"") + element.name() + "\" has an attribute");
-        }
-    }
-
-    void CheckBlank(const pugi::xml_node& node, std::string_view text) const {
-        if (!IsBlank(text)) {
-            const std::size_t leading = std::string_view(node.value()).find_first_not_of(kBlanks);
-            Refuse(Offset(node) + leading, "text outside of an item");
-        }
-    }
-
-    // What is allowed and ignored: comments and processing instructions.
-    void CheckIgnored(const pugi::xml_node& node) const {
-        if (node.type() == pugi::node_doctype) {
-            Refuse(node, "a document type is not allowed");
-        }
-        if (node.type() == pugi::node_declaration) {
-            Refuse(node, "an XML declaration that is not at the beginning");
-        }
-        const std::string_view text = node.value();
-        if (node.type() == pugi::node_comment &&
-            (text.find("--") != std::string_view::npos || (!text.empty() && text.back() == '-'))) {
-            Refuse(node, R"("--" in a comment)");
-        }
-    }
-
-    void CheckDeclaration(const pugi::xml_node& declaration) const {
-        if (Offset(declaration) != std::strlen("<?")) {
-            Refuse(declaration, "an XML declaration that is not at the beginning");
-        }
-        const pugi::xml_attribute encoding = declaration.attribute("encoding");
-        if (!encoding.empty() && strcasecmp(encoding.value(), "UTF-8") != 0) {
-            Refuse(declaration, "the declared encoding is not UTF-8");
-        }
-    }
-
     const std::string_view xml_;
     const std::string& name_;
+    const std::unique_ptr<std::remove_pointer_t<XML_Parser>, decltype(&XML_ParserFree)> parser_{
+        XML_ParserCreate("UTF-8"), XML_ParserFree};
+    std::exception_ptr failure_;
+
+    std::vector<Element> open_;              // from the root to the innermost
+    std::string key_;                        // of the innermost; "" for the root
+    std::string value_;                      // the innermost's text so far
+    std::optional<std::size_t> textOffset_;  // the first character of value_ that is not a blank
+
     std::vector<PolicyStore::Item> items_;
     std::unordered_set<std::string> keys_;
+    std::size_t fileSize_ = kEmptyPolicyFileSize;
 };
 
 }  // namespace
 
 std::vector<PolicyStore::Item> ParsePolicyDocument(std::string_view xml, const std::string& name) {
-    if (StartsWith(xml, kByteOrderMark)) {
-        xml.remove_prefix(kByteOrderMark.size());
-    }
     return DocumentReader(xml, name).Read();
 }

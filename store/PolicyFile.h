@@ -21,6 +21,13 @@ inline constexpr std::string_view kPolicyFileSuffix = ".cdb";
 // The largest policy file that is written or read, in bytes.
 inline constexpr std::size_t kMaxPolicyFileSize = std::size_t{64} << 20;
 
+// The size of a policy file without items, and what an item adds to it, in bytes: a record with two
+// lengths, and two slots in the hash tables.
+inline constexpr std::size_t kEmptyPolicyFileSize = 2048 + (8 + 9 + 8) + 2 * 8;
+inline constexpr std::size_t PolicyFileSizeOfItem(std::size_t keyLength, std::size_t valueLength) {
+    return 8 + keyLength + valueLength + 2 * 8;
+}
+
 // A policy file opened for reading. Small files, which nearly all are, are read into memory at
 // once; of a larger one only what is asked for is read. The file is never mapped, so that neither a
 // disk error nor a truncation in place can end the process. An object is for one thread at a time.
