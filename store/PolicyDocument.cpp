@@ -179,6 +179,9 @@ class DocumentReader {
         if (error == XML_ERROR_NO_MEMORY) {
             throw std::bad_alloc();
         }
+        if (error == XML_ERROR_NO_ELEMENTS) {  // at the end of the document
+            Refuse(Offset(), open_.empty() ? "no root element" : "an element is not closed");
+        }
         Refuse(Offset(), XML_ErrorString(error));
     }
 

@@ -5,82 +5,50 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <cstdint>
-#include <cstring>
+#include <iterator>
 #include <utility>
 
 #include "Environment.h"
 
 namespace {
 
-// A file of up to this size is read as a whole when it is opened.
+// A file of up to this size is read whole when it is opened.
 constexpr std::size_t kSmallFile = std::size_t{64} << 10;
 
-// The format record is the first record of the file, right after the table of contents. Its key
-// begins with a NUL byte, which no item's key does.
 constexpr unsigned kTableOfContentsSize = 2048;
-constexpr char kFormatKey[] = {'\0', 'Z', 'n', 'P', 'o', 'l', 'i', 'c', 'y'};
-constexpr unsigned kFormatVersion = 1;
 
-// Its value: version and size of the whole file.
-using FormatValue = std::array<unsigned char, 8>;
+// The format record follows the table of contents: lengths of key and value, the key, the version
+// of the format, and the size of the whole file. The key begins with a NUL byte, which no item's
+// key does.
+constexpr std::string_view kFormatRecordStart("\x09\0\0\0\x08\0\0\0\0ZnPolicy\x01\0\0\0", 21);
+constexpr std::string_view kFormatKey = kFormatRecordStart.substr(8, 9);
+constexpr std::string_view kFormatVersion = kFormatRecordStart.substr(17);
 
-// The record as it stands in the file: key length, value length, key, value.
-using FormatRecord = std::array<unsigned char, 8 + sizeof kFormatKey + sizeof(FormatValue)>;
-
-constexpr unsigned kFirstItemPosition = kTableOfContentsSize + sizeof(FormatRecord);
-
-FormatValue MakeFormatValue(unsigned fileSize) {
-    FormatValue value;
-    cdb_pack(kFormatVersion, value.data());
-    cdb_pack(fileSize, value.data() + 4);
-    return value;
-}
-
-FormatRecord MakeFormatRecord(unsigned fileSize) {
-    const FormatValue value = MakeFormatValue(fileSize);
-    FormatRecord record;
-    cdb_pack(sizeof kFormatKey, record.data());
-    cdb_pack(static_cast<unsigned>(value.size()), record.data() + 4);
-    std::memcpy(record.data() + 8, kFormatKey, sizeof kFormatKey);
-    std::memcpy(record.data() + 8 + sizeof kFormatKey, value.data(), value.size());
-    return record;
-}
+constexpr unsigned kFileSizePosition = kTableOfContentsSize + kFormatRecordStart.size();
+constexpr unsigned kFirstItemPosition = kFileSizePosition + 4;
 
 unsigned Length(std::string_view text) {
     return static_cast<unsigned>(text.size());
 }
 
-// The size that the file of `items` will have: table of contents, records with two lengths each,
-// and two slots of eight bytes in the hash tables for every record.
-std::uint64_t FileSize(const std::vector<PolicyStore::Item>& items) {
-    constexpr std::uint64_t slots = std::uint64_t{2} * 8;
-    std::uint64_t size = kFirstItemPosition + slots;
-    for (const PolicyStore::Item& item : items) {
-        size += 8 + item.key.size() + item.value.size() + slots;
-    }
-    return size;
+bool AddRecord(struct cdb_make& maker, std::string_view key, std::string_view value) {
+    return cdb_make_add(&maker, key.data(), Length(key), value.data(), Length(value)) == 0;
 }
 
-bool AddRecords(struct cdb_make& maker, unsigned fileSize,
+bool AddRecords(struct cdb_make& maker, std::size_t fileSize,
                 const std::vector<PolicyStore::Item>& items) {
-    const FormatValue format = MakeFormatValue(fileSize);
-    if (cdb_make_add(&maker, kFormatKey, sizeof kFormatKey, format.data(),
-                     static_cast<unsigned>(format.size())) != 0) {
-        return false;
-    }
-    for (const PolicyStore::Item& item : items) {
-        if (cdb_make_add(&maker, item.key.data(), Length(item.key), item.value.data(),
-                         Length(item.value)) != 0) {
-            return false;
-        }
-    }
-    return true;
+    unsigned char packedSize[4];
+    cdb_pack(static_cast<unsigned>(fileSize), packedSize);
+    std::string format(kFormatVersion);
+    format.append(std::begin(packedSize), std::end(packedSize));
+    return AddRecord(maker, kFormatKey, format) &&
+           std::all_of(items.begin(), items.end(), [&](const PolicyStore::Item& item) {
+               return AddRecord(maker, item.key, item.value);
+           });
 }
 
-// tinycdb's view of a whole file in memory. Its own cdb_init can only map a file.
+// Returns tinycdb's handle of a file in memory. Its own cdb_init() would map the file.
 struct cdb InMemory(std::string_view contents) {
     struct cdb database = CDB_STATIC_INIT;
     database.cdb_fd = -1;
@@ -91,7 +59,7 @@ struct cdb InMemory(std::string_view contents) {
     return database;
 }
 
-// A range of the file; nothing when it does not lie within the file.
+// Returns a range of the file, or nothing when it does not lie within the file.
 std::optional<std::string_view> Range(const struct cdb& database, unsigned length,
                                       unsigned position) {
     const auto* text = static_cast<const char*>(cdb_get(&database, length, position));
@@ -136,12 +104,13 @@ bool ReadStart(const FileDescriptor& file, std::size_t size, std::string& conten
 }
 
 bool HasFormatRecord(std::string_view start, std::size_t fileSize) {
-    const FormatRecord expected = MakeFormatRecord(static_cast<unsigned>(fileSize));
     return start.size() >= kFirstItemPosition &&
-           std::memcmp(start.data() + kTableOfContentsSize, expected.data(), expected.size()) == 0;
+           start.substr(kTableOfContentsSize, kFormatRecordStart.size()) == kFormatRecordStart &&
+           cdb_unpack(reinterpret_cast<const unsigned char*>(&start[kFileSizePosition])) ==
+               fileSize;
 }
 
-// Looks `key` up with a few small reads.
+// Looks `key` up with a few small reads. A damaged file may claim any length for the value.
 bool FindInFile(const FileDescriptor& file, std::size_t fileSize, std::string_view key,
                 std::string& value) {
     unsigned length = 0;
@@ -217,7 +186,10 @@ std::optional<std::vector<PolicyStore::Item>> PolicyFile::Items() const {
 }
 
 bool WritePolicyFile(const FileDescriptor& file, const std::vector<PolicyStore::Item>& items) {
-    const std::uint64_t fileSize = FileSize(items);
+    std::size_t fileSize = kEmptyPolicyFileSize;
+    for (const PolicyStore::Item& item : items) {
+        fileSize += PolicyFileSizeOfItem(item.key.size(), item.value.size());
+    }
     if (fileSize > kMaxPolicyFileSize) {
         errno = EFBIG;
         return false;
@@ -226,9 +198,9 @@ bool WritePolicyFile(const FileDescriptor& file, const std::vector<PolicyStore::
     if (cdb_make_start(&maker, file.Get()) != 0) {
         return false;
     }
-    const bool added = AddRecords(maker, static_cast<unsigned>(fileSize), items);
+    const bool added = AddRecords(maker, fileSize, items);
     const int reason = errno;
-    const bool finished = cdb_make_finish(&maker) == 0;  // also frees what the maker holds
+    const bool finished = cdb_make_finish(&maker) == 0;  // releases the maker in any case
     if (!added) {
         errno = reason;
     }

@@ -94,7 +94,7 @@ TEST_F(ZnPolicyTest, DashPublishesStandardInput) {
     EXPECT_EQ(OutputOf({"policy", "show", "5", "A"}), "1\n");
     program_.input = "<Policy><A>1</B></Policy>";
     EXPECT_EQ(FailureOf({"policy", "publish", "5", "-"}),
-              "znpolicy: standard input:1:15: Start-end tags mismatch\n");
+              "znpolicy: standard input:1:15: mismatched tag\n");
 }
 
 TEST_F(ZnPolicyTest, RefusedDocumentIsNamedWithItsPlaceAndTheOldPolicyStays) {
