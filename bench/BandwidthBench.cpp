@@ -1,4 +1,4 @@
-// Bandwidth policies: reading one beside bare system calls, a query beside a look-up in a map.
+// Bandwidth policies: reading one, compared with bare system calls; a query, compared with a map.
 #include "PolicyStoreForBench.h"
 #include "ZnBandwidthPolicy.h"
 
@@ -46,7 +46,7 @@ void Query(benchmark::State& state, const char* name) {
     }
 }
 
-// The look-up alone, with a key that is a string already.
+// The map alone, with a key that is a string already.
 void LookUp(benchmark::State& state, const std::string& key) {
     std::map<std::string, int> table;
     for (const char* module : kModules) {
@@ -62,7 +62,7 @@ int RegisterAll() {
     using State = benchmark::State;
     benchmark::RegisterBenchmark("bandwidth-read/ours/all-modules", Read);
     benchmark::RegisterBenchmark("bandwidth-read/system-calls/all-modules",
-                                 [](State& state) { MapAndUnmap(state, Store().File()); });
+                                 [](State& state) { ReadWholeFile(state, Store().File()); });
     const struct {
         const char* name;
         const char* key;

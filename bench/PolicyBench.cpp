@@ -1,8 +1,12 @@
-// Reading a policy through ZnXml: beside bare system calls, beside parsing XML, in large policies,
-// in large stores.
+// Reading a policy through ZnXml, compared with bare system calls and with parsing XML, in large
+// policies and in large stores. Parsing a document, compared with bare Expat.
+#include <expat.h>
+
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
-#include <pugixml.hpp>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "PolicyStoreForBench.h"
@@ -21,7 +25,7 @@ std::vector<std::string> MakeKeys() {
     return keys;
 }
 
-// The items that are read.
+// The keys of the items that are read.
 const std::vector<std::string> g_keys = MakeKeys();
 
 // A document of about `size` bytes that has all items of g_keys.
@@ -58,23 +62,73 @@ void ReadThroughZnXml(benchmark::State& state, const StoreForBench& store, size_
     }
 }
 
-// What a store without constant databases would do: parse the document, read its items.
-void ReadThroughPugixml(benchmark::State& state, const std::string& file, size_t count) {
+using Items = std::unordered_map<std::string, std::string>;
+
+// The text of the elements of an XML document.
+struct ExpatReader {
+    Items items;
+    std::string text;
+
+    static void Start(void* /*reader*/, const char* /*name*/, const char** /*attributes*/) {}
+
+    static void End(void* reader, const char* name) {
+        auto& self = *static_cast<ExpatReader*>(reader);
+        self.items[name] = std::move(self.text);
+        self.text.clear();
+    }
+
+    static void Text(void* reader, const char* text, int length) {
+        static_cast<ExpatReader*>(reader)->text.append(text, static_cast<size_t>(length));
+    }
+};
+
+bool ParseWithExpat(const std::string& document, Items& items) {
+    ExpatReader reader;
+    const XML_Parser parser = XML_ParserCreate("UTF-8");
+    XML_SetUserData(parser, &reader);
+    XML_SetElementHandler(parser, ExpatReader::Start, ExpatReader::End);
+    XML_SetCharacterDataHandler(parser, ExpatReader::Text);
+    const bool parsed = XML_Parse(parser, document.data(), static_cast<int>(document.size()),
+                                  XML_TRUE) == XML_STATUS_OK;
+    XML_ParserFree(parser);
+    items = std::move(reader.items);
+    return parsed;
+}
+
+// What a store of XML documents would do: parse the document, read its items.
+void ReadThroughExpat(benchmark::State& state, const std::string& file, size_t count) {
     for (auto _ : state) {
-        pugi::xml_document document;
-        if (!document.load_file(file.c_str())) {
+        Items items;
+        if (!ParseWithExpat(ReadFile(file), items)) {
             state.SkipWithError("cannot parse the document");
             break;
         }
-        const pugi::xml_node policy = document.child("Policy");
         for (size_t i = 0; i < count; ++i) {
-            benchmark::DoNotOptimize(policy.child(g_keys[i].c_str()).text().as_int());
+            benchmark::DoNotOptimize(std::atoi(items[g_keys[i]].c_str()));
         }
     }
 }
 
-// Lets a store have the policies of ids 1 to kManyIds: links, a few thousand to a file, because
-// what counts is the directory's size.
+// Checks a document and makes its items, as publishing does.
+void ParseDocument(benchmark::State& state, const std::string& document) {
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(PolicyStore::ParseDocument(document, "benchmark"));
+    }
+}
+
+void ParseWithBareExpat(benchmark::State& state, const std::string& document) {
+    for (auto _ : state) {
+        Items items;
+        if (!ParseWithExpat(document, items)) {
+            state.SkipWithError("cannot parse the document");
+            break;
+        }
+        benchmark::DoNotOptimize(items);
+    }
+}
+
+// Fills a store with the policies of ids 1 to kManyIds. Most are hard links, because only the size
+// of the directory matters.
 void FillStore(const StoreForBench& store) {
     constexpr int kLinksPerFile = 10000;
     for (int id = 1; id <= kManyIds; ++id) {
@@ -90,7 +144,7 @@ void FillStore(const StoreForBench& store) {
     }
 }
 
-// Stores are made when a benchmark first wants them, and removed when the program ends.
+// Stores are created on first use and removed when the program ends.
 const StoreForBench& SmallPolicy() {
     static const StoreForBench store(Document(4 << 10));
     return store;
@@ -133,14 +187,17 @@ int RegisterAll() {
         };
         Register("read/ours" + items, through(SmallPolicy));
         Register("read/system-calls" + items,
-                 [](State& state) { MapAndUnmap(state, SmallPolicy().File()); });
-        Register("read/pugixml" + items,
-                 [count](State& state) { ReadThroughPugixml(state, DocumentFile(), count); });
+                 [](State& state) { ReadWholeFile(state, SmallPolicy().File()); });
+        Register("read/expat" + items,
+                 [count](State& state) { ReadThroughExpat(state, DocumentFile(), count); });
         Register("policy-of/4-KiB" + items, through(SmallPolicy));
         Register("policy-of/1-MiB" + items, through(LargePolicy));
         Register("store-of/1-id" + items, through(SmallPolicy));
         Register("store-of/100000-ids" + items, through(LargeStore));
     }
+    Register("parse/ours/1-MiB", [](State& state) { ParseDocument(state, Document(1 << 20)); });
+    Register("parse/expat/1-MiB",
+             [](State& state) { ParseWithBareExpat(state, Document(1 << 20)); });
     return 0;
 }
 
