@@ -6,15 +6,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <iterator>
 #include <utility>
 
 #include "Environment.h"
 
 namespace {
-
-// A file of up to this size is read whole when it is opened.
-constexpr std::size_t kSmallFile = std::size_t{64} << 10;
 
 constexpr unsigned kTableOfContentsSize = 2048;
 
@@ -30,6 +28,10 @@ constexpr unsigned kFirstItemPosition = kFileSizePosition + 4;
 
 unsigned Length(std::string_view text) {
     return static_cast<unsigned>(text.size());
+}
+
+std::uint32_t Unpack(const char* number) {
+    return cdb_unpack(reinterpret_cast<const unsigned char*>(number));
 }
 
 bool AddRecord(struct cdb_make& maker, std::string_view key, std::string_view value) {
@@ -48,52 +50,78 @@ bool AddRecords(struct cdb_make& maker, std::size_t fileSize,
            });
 }
 
-// Returns tinycdb's handle of a file in memory. Its own cdb_init() would map the file.
-struct cdb InMemory(std::string_view contents) {
-    struct cdb database = CDB_STATIC_INIT;
-    database.cdb_fd = -1;
-    database.cdb_mem = reinterpret_cast<const unsigned char*>(contents.data());
-    database.cdb_fsize = Length(contents);
-    database.cdb_dend =
-        std::clamp(cdb_unpack(database.cdb_mem), kTableOfContentsSize, database.cdb_fsize);
-    return database;
+}  // namespace
+
+const char* PolicyStoreDirectory() {
+    const char* const directory = GetOverride("ZN_POLICY_STORE");
+    return directory != nullptr ? directory : "/usr/local/PermanenceDataPath/PolicyStore";
 }
 
-// Returns a range of the file, or nothing when it does not lie within the file.
-std::optional<std::string_view> Range(const struct cdb& database, unsigned length,
-                                      unsigned position) {
-    const auto* text = static_cast<const char*>(cdb_get(&database, length, position));
-    if (text == nullptr) {
+std::optional<PolicyFile> PolicyFile::Open(const char* path, std::size_t smallFile) {
+    FileDescriptor file = FileDescriptor::OpenRegularFile(path);
+    struct stat status = {};
+    if (!file.IsOpen() || fstat(file.Get(), &status) != 0) {
         return std::nullopt;
     }
-    return std::string_view(text, length);
+    const auto size = static_cast<std::size_t>(status.st_size);
+    if (size > kMaxPolicyFileSize) {
+        errno = EFBIG;
+        return std::nullopt;
+    }
+    PolicyFile policy(std::move(file), size);
+    const bool isSmall = size <= smallFile;
+    if (!policy.ReadStart(isSmall ? size : kFirstItemPosition)) {
+        return std::nullopt;
+    }
+    if (!policy.HasFormatRecord()) {
+        errno = EINVAL;
+        return std::nullopt;
+    }
+    if (isSmall) {
+        policy.file_.Close();
+    }
+    return policy;
 }
 
-std::optional<std::vector<PolicyStore::Item>> ItemsInMemory(std::string_view contents) {
-    struct cdb database = InMemory(contents);
+bool PolicyFile::Find(std::string_view key, std::string& value) const {
+    const auto range = FindValue(key);
+    auto text = range ? ReadText(*range) : std::nullopt;
+    if (text) {
+        value = std::move(*text);
+    }
+    return text.has_value();
+}
+
+std::optional<std::vector<PolicyStore::Item>> PolicyFile::Items() const {
+    const auto firstTable = ReadPair(0);
+    if (!firstTable) {
+        return std::nullopt;
+    }
     std::vector<PolicyStore::Item> items;
-    unsigned position = kFirstItemPosition;
-    int found = 0;
-    while ((found = cdb_seqnext(&position, &database)) > 0) {
-        const auto key = Range(database, cdb_keylen(&database), cdb_keypos(&database));
-        const auto value = Range(database, cdb_datalen(&database), cdb_datapos(&database));
+    std::uint64_t position = kFirstItemPosition;
+    while (position < firstTable->first) {
+        const auto lengths = ReadPair(position);
+        if (!lengths) {
+            return std::nullopt;
+        }
+        const Range keyRange = {position + 8, lengths->first};
+        const Range valueRange = {keyRange.position + keyRange.size, lengths->second};
+        auto key = ReadText(keyRange);
+        auto value = ReadText(valueRange);
         if (!key || !value) {
             return std::nullopt;
         }
-        items.push_back({std::string(*key), std::string(*value)});
-    }
-    if (found < 0) {
-        return std::nullopt;
+        items.push_back({std::move(*key), std::move(*value)});
+        position = valueRange.position + valueRange.size;
     }
     return items;
 }
 
-// Reads the next `size` bytes of `file`. Returns false, with errno set, when there are fewer.
-bool ReadStart(const FileDescriptor& file, std::size_t size, std::string& contents) {
-    contents.resize(size);
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t count = file.Read(&contents[done], size - done);
+// Reads the first `size` bytes of the file. Sets errno on failure.
+bool PolicyFile::ReadStart(std::size_t size) {
+    start_.resize(size);
+    for (std::size_t done = 0; done < size;) {
+        const ssize_t count = file_.Read(&start_[done], size - done);
         if (count <= 0) {
             errno = count == 0 ? EINVAL : errno;
             return false;
@@ -103,86 +131,68 @@ bool ReadStart(const FileDescriptor& file, std::size_t size, std::string& conten
     return true;
 }
 
-bool HasFormatRecord(std::string_view start, std::size_t fileSize) {
+bool PolicyFile::HasFormatRecord() const {
+    const std::string_view start = start_;
     return start.size() >= kFirstItemPosition &&
            start.substr(kTableOfContentsSize, kFormatRecordStart.size()) == kFormatRecordStart &&
-           cdb_unpack(reinterpret_cast<const unsigned char*>(&start[kFileSizePosition])) ==
-               fileSize;
+           Unpack(&start[kFileSizePosition]) == size_;
 }
 
-// Looks `key` up with a few small reads. A damaged file may claim any length for the value.
-bool FindInFile(const FileDescriptor& file, std::size_t fileSize, std::string_view key,
-                std::string& value) {
-    unsigned length = 0;
-    if (cdb_seek(file.Get(), key.data(), Length(key), &length) <= 0 || length > fileSize) {
+// The table of contents has the position and the number of slots of 256 hash tables. A slot has a
+// hash value and the position of a record, or 0 when it is empty and ends the search.
+std::optional<PolicyFile::Range> PolicyFile::FindValue(std::string_view key) const {
+    char record[8 + PolicyStore::kMaxKeyLength];
+    const std::size_t recordSize = 8 + key.size();
+    if (recordSize > sizeof record) {
+        return std::nullopt;
+    }
+    const std::uint32_t hash = cdb_hash(key.data(), Length(key));
+    const auto table = ReadPair(std::uint64_t{hash % 256} * 8);
+    const std::uint32_t slots = table ? table->second : 0;
+    std::uint32_t slot = slots != 0 ? (hash >> 8) % slots : 0;
+    for (std::uint32_t tried = 0; tried < slots; ++tried) {
+        const auto entry = ReadPair(table->first + std::uint64_t{slot} * 8);
+        if (!entry || entry->second == 0) {
+            return std::nullopt;
+        }
+        // One read for the lengths and the key.
+        if (entry->first == hash && Read(entry->second, record, recordSize) &&
+            Unpack(record) == key.size() && std::string_view(record + 8, key.size()) == key) {
+            return Range{std::uint64_t{entry->second} + recordSize, Unpack(record + 4)};
+        }
+        slot = slot + 1 < slots ? slot + 1 : 0;
+    }
+    return std::nullopt;
+}
+
+bool PolicyFile::Read(std::uint64_t position, char* buffer, std::size_t size) const {
+    if (position + size > size_) {
         return false;
     }
-    std::string text(length, '\0');
-    if (cdb_bread(file.Get(), text.data(), static_cast<int>(length)) != 0) {
-        return false;
+    if (position + size <= start_.size()) {
+        std::memcpy(buffer, start_.data() + position, size);
+        return true;
     }
-    value = std::move(text);
-    return true;
+    return file_.ReadAt(buffer, size, static_cast<off_t>(position)) == static_cast<ssize_t>(size);
 }
 
-}  // namespace
-
-const char* PolicyStoreDirectory() {
-    const char* const directory = GetOverride("ZN_POLICY_STORE");
-    return directory != nullptr ? directory : "/usr/local/PermanenceDataPath/PolicyStore";
+std::optional<PolicyFile::Pair> PolicyFile::ReadPair(std::uint64_t position) const {
+    char pair[8];
+    if (!Read(position, pair, sizeof pair)) {
+        return std::nullopt;
+    }
+    return Pair{Unpack(pair), Unpack(pair + 4)};
 }
 
-std::optional<PolicyFile> PolicyFile::Open(const char* path) {
-    FileDescriptor file = FileDescriptor::OpenRegularFile(path);
-    struct stat status = {};
-    if (!file.IsOpen() || fstat(file.Get(), &status) != 0) {
+std::optional<std::string> PolicyFile::ReadText(const Range& range) const {
+    if (range.position + range.size > size_) {
+        return std::nullopt;  // before it costs memory
+    }
+    std::string text(range.size, '\0');
+    if (!Read(range.position, text.data(), text.size())) {
         return std::nullopt;
     }
-    PolicyFile policy;
-    policy.size_ = static_cast<std::size_t>(status.st_size);
-    if (policy.size_ > kMaxPolicyFileSize) {
-        errno = EFBIG;
-        return std::nullopt;
-    }
-    const bool small = policy.size_ <= kSmallFile;
-    if (!ReadStart(file, small ? policy.size_ : kFirstItemPosition, policy.contents_)) {
-        return std::nullopt;
-    }
-    if (!HasFormatRecord(policy.contents_, policy.size_)) {
-        errno = EINVAL;
-        return std::nullopt;
-    }
-    if (!small) {
-        policy.contents_.clear();
-        policy.file_ = std::move(file);
-    }
-    return policy;
-}
-
-bool PolicyFile::Find(std::string_view key, std::string& value) const {
-    if (file_.IsOpen()) {
-        return FindInFile(file_, size_, key, value);
-    }
-    struct cdb database = InMemory(contents_);
-    if (cdb_find(&database, key.data(), Length(key)) <= 0) {
-        return false;
-    }
-    const auto text = Range(database, cdb_datalen(&database), cdb_datapos(&database));
-    if (text) {
-        value.assign(*text);
-    }
-    return text.has_value();
-}
-
-std::optional<std::vector<PolicyStore::Item>> PolicyFile::Items() const {
-    if (!file_.IsOpen()) {
-        return ItemsInMemory(contents_);
-    }
-    std::string contents;
-    if (lseek(file_.Get(), 0, SEEK_SET) != 0 || !ReadStart(file_, size_, contents)) {
-        return std::nullopt;
-    }
-    return ItemsInMemory(contents);
+    return text;
 }
 
 bool WritePolicyFile(const FileDescriptor& file, const std::vector<PolicyStore::Item>& items) {

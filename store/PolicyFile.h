@@ -3,9 +3,11 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "FileDescriptor.h"
@@ -28,16 +30,19 @@ inline constexpr std::size_t PolicyFileSizeOfItem(std::size_t keyLength, std::si
     return 8 + keyLength + valueLength + 2 * 8;
 }
 
-// A policy file opened for reading. Small files (up to 64 KiB, which nearly all are) are read into
-// memory at once; of a larger file only what is asked for is read. The file is never mapped, so a
-// disk error or a truncation in place is a failed read and never a signal. Not safe for concurrent
-// use.
+// A policy file opened for reading. A small file, as nearly all are, is read into memory at once;
+// of a larger one only what is asked for is read. The file is never mapped, so a disk error or a
+// truncation in place is a failed read and never a signal. Not safe for concurrent use.
 class PolicyFile {
    public:
-    // Opens the file `path`. Returns nothing, with errno set, on failure: EFBIG when the file is
-    // larger than kMaxPolicyFileSize, EINVAL when it is truncated, not a policy file or of another
-    // format version, else the reason why it cannot be read. Never blocks on a FIFO or a device.
-    static std::optional<PolicyFile> Open(const char* path);
+    // The default limit of a small file, in bytes.
+    static constexpr std::size_t kSmallFile = std::size_t{64} << 10;
+
+    // Opens the file `path`; a size of at most `smallFile` bytes makes it a small one. Returns
+    // nothing, with errno set, on failure: EFBIG when the file is larger than kMaxPolicyFileSize,
+    // EINVAL when it is truncated, not a policy file or of another format version, else the reason
+    // why it cannot be read. Never blocks on a FIFO or a device.
+    static std::optional<PolicyFile> Open(const char* path, std::size_t smallFile = kSmallFile);
 
     // Reads the value of `key`. Returns false, leaving `value` unchanged, when there is no such
     // item or the file is damaged or cannot be read.
@@ -48,9 +53,32 @@ class PolicyFile {
     std::optional<std::vector<PolicyStore::Item>> Items() const;
 
    private:
-    std::string contents_;  // of a small file
-    FileDescriptor file_;   // of a large file
-    std::size_t size_ = 0;
+    // Two adjacent numbers. Everything in the file but keys and values comes in such pairs.
+    struct Pair {
+        std::uint32_t first;
+        std::uint32_t second;
+    };
+
+    // A part of the file, which need not lie within a damaged one.
+    struct Range {
+        std::uint64_t position;
+        std::uint32_t size;
+    };
+
+    PolicyFile(FileDescriptor file, std::size_t size) : file_(std::move(file)), size_(size) {}
+
+    bool ReadStart(std::size_t size);
+    bool HasFormatRecord() const;
+    std::optional<Range> FindValue(std::string_view key) const;
+
+    // These fail when the file does not reach that far.
+    bool Read(std::uint64_t position, char* buffer, std::size_t size) const;
+    std::optional<Pair> ReadPair(std::uint64_t position) const;
+    std::optional<std::string> ReadText(const Range& range) const;
+
+    FileDescriptor file_;  // closed when start_ is the whole file
+    std::size_t size_;
+    std::string start_;  // all of a small file; of a large one what precedes the items
 };
 
 // Writes the policy file of `items` to `file`, an empty file opened for reading and writing.

@@ -144,7 +144,7 @@ std::vector<int> PolicyStore::List() const {
 
 std::vector<PolicyStore::Item> PolicyStore::Read(int id) const {
     const std::string path = PolicyPath(id);
-    const std::optional<PolicyFile> policy = PolicyFile::Open(path.c_str());
+    const std::optional<PolicyFile> policy = PolicyFile::Open(path.c_str(), kMaxPolicyFileSize);
     if (!policy) {
         if (errno == ENOENT) {
             FailForMissingPolicy(id, directory_);

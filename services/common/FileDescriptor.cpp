@@ -65,6 +65,20 @@ ssize_t FileDescriptor::Read(void* buffer, std::size_t size) const {
     return RetryOnEintr([&] { return read(fd_, buffer, size); });
 }
 
+ssize_t FileDescriptor::ReadAt(char* buffer, std::size_t size, off_t offset) const {
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t count = RetryOnEintr([&] {
+            return pread(fd_, buffer + done, size - done, offset + static_cast<off_t>(done));
+        });
+        if (count <= 0) {
+            break;
+        }
+        done += static_cast<std::size_t>(count);
+    }
+    return static_cast<ssize_t>(done);
+}
+
 bool FileDescriptor::ReadAll(std::string& text, std::size_t maxSize) const {
     std::array<char, 65536> buffer;
     std::size_t total = 0;

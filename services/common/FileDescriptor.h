@@ -50,6 +50,10 @@ class FileDescriptor {
     // an error.
     ssize_t Read(void* buffer, std::size_t size) const;
 
+    // Reads up to `size` bytes at `offset`, leaving the file's position alone. Returns the number
+    // of bytes read: fewer than `size` at the end of the file or after an error.
+    ssize_t ReadAt(char* buffer, std::size_t size, off_t offset) const;
+
     // Appends everything up to the end of the file to `text`. Returns false on an error, and with
     // EFBIG as soon as more than `maxSize` bytes were read.
     bool ReadAll(std::string& text, std::size_t maxSize) const;
