@@ -43,7 +43,7 @@ std::string Document(size_t size) {
 }
 
 // Load, read the first `count` items, destroy.
-void ReadThroughZnXml(benchmark::State& state, const StoreForBench& store, size_t count) {
+void ReadThroughZnXml(benchmark::State& state, const StoreForBench& store, int count) {
     store.Select();
     for (auto _ : state) {
         ZnXml xml;
@@ -51,7 +51,7 @@ void ReadThroughZnXml(benchmark::State& state, const StoreForBench& store, size_
             state.SkipWithError("cannot load the policy");
             break;
         }
-        for (size_t i = 0; i < count; ++i) {
+        for (size_t i = 0; i < static_cast<size_t>(count); ++i) {
             int value = 0;
             if (!xml.GetXmlContent(g_keys[i].c_str(), value)) {
                 state.SkipWithError("cannot read an item");
@@ -96,14 +96,14 @@ bool ParseWithExpat(const std::string& document, Items& items) {
 }
 
 // What a store of XML documents would do: parse the document, read its items.
-void ReadThroughExpat(benchmark::State& state, const std::string& file, size_t count) {
+void ReadThroughExpat(benchmark::State& state, const std::string& file, int count) {
     for (auto _ : state) {
         Items items;
         if (!ParseWithExpat(ReadFile(file), items)) {
             state.SkipWithError("cannot parse the document");
             break;
         }
-        for (size_t i = 0; i < count; ++i) {
+        for (size_t i = 0; i < static_cast<size_t>(count); ++i) {
             benchmark::DoNotOptimize(std::atoi(items[g_keys[i]].c_str()));
         }
     }
@@ -155,6 +155,11 @@ const StoreForBench& LargePolicy() {
     return store;
 }
 
+const StoreForBench& VeryLargePolicy() {
+    static const StoreForBench store(Document(15 << 20));
+    return store;
+}
+
 const StoreForBench& LargeStore() {
     static const std::unique_ptr<const StoreForBench> store = [] {
         auto made = std::make_unique<StoreForBench>(Document(4 << 10));
@@ -180,18 +185,22 @@ void Register(const std::string& name, Run run) {
 
 int RegisterAll() {
     using State = benchmark::State;
-    for (const size_t count : {1, kItemsRead}) {
+    for (const int count : {1, kItemsRead}) {
         const std::string items = count == 1 ? "/1-item" : "/66-items";
         const auto through = [count](const StoreForBench& (*store)()) {
             return [store, count](State& state) { ReadThroughZnXml(state, store(), count); };
         };
         Register("read/ours" + items, through(SmallPolicy));
         Register("read/system-calls" + items,
-                 [](State& state) { ReadWholeFile(state, SmallPolicy().File()); });
+                 [](State& state) { ReadWholeFile(state, SmallPolicy().File(), [] {}); });
+        Register("read/table" + items, [count](State& state) {
+            ReadAndLookUp(state, SmallPolicy().File(), {g_keys.begin(), g_keys.begin() + count});
+        });
         Register("read/expat" + items,
                  [count](State& state) { ReadThroughExpat(state, DocumentFile(), count); });
         Register("policy-of/4-KiB" + items, through(SmallPolicy));
         Register("policy-of/1-MiB" + items, through(LargePolicy));
+        Register("policy-of/15-MiB" + items, through(VeryLargePolicy));
         Register("store-of/1-id" + items, through(SmallPolicy));
         Register("store-of/100000-ids" + items, through(LargeStore));
     }

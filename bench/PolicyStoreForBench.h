@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <map>
 #include <string>
+#include <unordered_map>
+#include <vector>
 
 #include "PolicyStore.h"
 #include "TemporaryDirectory.h"
@@ -45,8 +47,10 @@ inline std::string PolicyDocument(const std::map<std::string, std::string>& item
     return document + "</Policy>\n";
 }
 
-// open, fstat, read, close: the least that a reader needs for a file of at most 64 KiB.
-inline void ReadWholeFile(benchmark::State& state, const std::string& file) {
+// open, fstat, read, close: the least that a reader needs for a file of at most 64 KiB. `use` is
+// called after them.
+template <class Use>
+void ReadWholeFile(benchmark::State& state, const std::string& file, Use use) {
     std::array<char, 65536> buffer;
     for (auto _ : state) {
         const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
@@ -60,5 +64,20 @@ inline void ReadWholeFile(benchmark::State& state, const std::string& file) {
         }
         benchmark::DoNotOptimize(buffer);
         close(descriptor);
+        use();
     }
+}
+
+// The same, and looks `keys` up in a table that is ready: what no store of single items can beat.
+inline void ReadAndLookUp(benchmark::State& state, const std::string& file,
+                          const std::vector<std::string>& keys) {
+    std::unordered_map<std::string, std::string> table;
+    for (const std::string& key : keys) {
+        table[key] = "1000";
+    }
+    ReadWholeFile(state, file, [&] {
+        for (const std::string& key : keys) {
+            benchmark::DoNotOptimize(std::atoi(table.find(key.c_str())->second.c_str()));
+        }
+    });
 }
