@@ -1,4 +1,4 @@
-// Policy store of the framework (libZnXml): the policy of one terminal or session, item by item.
+// Reading policies (libZnXml).
 #pragma once
 
 #include <memory>
@@ -6,34 +6,34 @@
 
 #include "ZnExport.h"
 
-// An accessor of one published policy. Use: construct, load once, read any number of items,
-// destroy. An accessor belongs to one thread at a time; different accessors are independent of each
-// other.
+// An accessor of one published policy: construct it, load a policy once, read any number of items,
+// destroy it. Different accessors may be used by different threads at the same time; a single one
+// is not safe for concurrent use. Nothing throws, lack of memory included, and nothing is logged.
 class ZN_API ZnXml {
    public:
-    // An accessor bound to no policy. Every read fails until LoadPolicyShareMemory has succeeded.
+    // Every read fails until LoadPolicyShareMemory() has succeeded.
     ZnXml();
 
-    // Releases the policy. What was published stays.
+    // Releases the loaded policy, which stays published.
     ~ZnXml();
 
     ZnXml(const ZnXml&) = delete;
     ZnXml& operator=(const ZnXml&) = delete;
 
-    // Binds the accessor to the policy of the terminal or session `id`, as it is now: a policy
-    // published later is not seen by this accessor.
-    // Returns true when that policy is available. Returns false when there is none or it cannot be
-    // used; the accessor is then bound to nothing. Logs nothing.
+    // Loads the policy of the terminal or session `id` as it is now, replacing the one loaded
+    // before. Policies that are published later do not change what is loaded.
+    // Returns false when there is no such policy or it cannot be used; nothing is loaded then.
     bool LoadPolicyShareMemory(int id);
 
-    // Reads the item `key` (a plain name, or names joined with "/") as text, byte for byte.
-    // Returns true when the item exists. On false callers do not rely on `value`.
+    // Reads the item `key`, a name or names joined with "/", as text, byte for byte.
+    // Returns false when nothing is loaded, `key` is null, or there is no such item. Callers must
+    // not rely on `value` then; the default libZnXml leaves it unchanged.
     bool GetXmlContent(const char* key, std::string& value);
 
-    // Reads the item `key` as a 32-bit signed integer: decimal, with an optional sign and optional
-    // surrounding blanks.
-    // Returns true when the item exists and is such a number. On false callers do not rely on
-    // `value`; one that uses it after a failure sets it before the call.
+    // Reads the item `key` as a 32-bit signed integer: decimal digits with an optional sign,
+    // surrounded by optional blanks (space, tab, CR, LF).
+    // Returns false as above, or when the item is not such a number. Callers that use `value` after
+    // a failure set it before the call.
     bool GetXmlContent(const char* key, int& value);
 
    private:

@@ -1,4 +1,4 @@
-// Policy documents: XML text to items.
+// Parsing policy documents.
 #pragma once
 
 #include <string>
@@ -7,6 +7,6 @@
 
 #include "PolicyStore.h"
 
-// The items of the policy document `xml`, in the order of the document. Throws PolicyStore::Error,
-// with a message that begins with `name`, line and column, when the document is refused.
+// Returns the items of the policy document `xml` in document order. Throws PolicyStore::Error with
+// the message "NAME:LINE:COLUMN: REASON" when the document is refused.
 std::vector<PolicyStore::Item> ParsePolicyDocument(std::string_view xml, const std::string& name);

@@ -22,11 +22,11 @@
 
 namespace {
 
-// Everyone may read policies, whatever the umask of the process that publishes.
+// Policies are readable by everyone, whatever the publisher's umask.
 constexpr mode_t kDirectoryMode = 0755;
 constexpr mode_t kFileMode = 0644;
 
-// Throws the error "ACTION PATH: what errno says".
+// Throws the error "ACTION PATH: REASON", the reason from errno.
 [[noreturn]] void Fail(const std::string& action, const std::string& path) {
     const int reason = errno;
     throw PolicyStore::Error(action + " " + path + ": " + std::generic_category().message(reason));
@@ -54,7 +54,7 @@ void SyncDirectory(const std::string& path) {
     }
 }
 
-// Creates the directory and those above it, as far as they are missing.
+// Creates the directory and its parents where they are missing.
 void MakeDirectories(const std::string& path) {
     if (access(path.c_str(), F_OK) == 0) {
         return;
@@ -65,7 +65,7 @@ void MakeDirectories(const std::string& path) {
     }
     if (mkdir(path.c_str(), kDirectoryMode) != 0) {
         if (errno == EEXIST) {
-            return;  // by another publisher, just now
+            return;  // another publisher was faster
         }
         Fail("cannot create the directory", path);
     }
@@ -75,7 +75,7 @@ void MakeDirectories(const std::string& path) {
     SyncDirectory(parent);
 }
 
-// The id of the policy file with this name, if it is one.
+// Returns the id of the policy file called `name`, or nothing for any other file.
 std::optional<int> PolicyFileId(std::string_view name) {
     int id = 0;
     const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), id);

@@ -9,7 +9,6 @@
 
 #include "PolicyFile.h"
 
-// A loaded policy; an accessor without one is bound to nothing.
 struct ZnXml::Impl {
     PolicyFile policy;
 };
@@ -18,8 +17,7 @@ namespace {
 
 using Path = char[PATH_MAX];
 
-// Builds the path of the policy file of `id`. Returns false when it is too long.
-// Every policy reader begins with this; it allocates nothing.
+// Builds the path of the policy file of `id` without allocating. Returns false when it is too long.
 bool MakePolicyPath(Path& path, int id) {
     constexpr std::size_t longestId = std::string_view("-2147483648").size();
     const std::string_view directory = PolicyStoreDirectory();
@@ -34,7 +32,7 @@ bool MakePolicyPath(Path& path, int id) {
     return true;
 }
 
-// `text` as a decimal number with an optional sign and optional blanks around it.
+// Converts a decimal number with an optional sign and optional blanks around it.
 std::optional<int> ToInteger(std::string_view text) {
     constexpr const char* blanks = " \t\r\n";
     const std::size_t begin = text.find_first_not_of(blanks);
