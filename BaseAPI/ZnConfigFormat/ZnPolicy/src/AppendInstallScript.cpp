@@ -4,6 +4,7 @@
 #include <set>
 #include <string>
 
+#include "ManifestFormat.h"
 #include "ZnCrypto.h"
 #include "ZnFileExists.h"
 #include "ZnFileSys.h"
@@ -21,9 +22,9 @@ static const char VEK_MICROSERVICES_VM_SERVER_VC_UPDATED_MARK[] =
 // Reads one value of the manifest. Returns false when it is missing.
 static bool ReadManifest(const std::string& section, const std::string& key,
                          const std::string& fileListIni, std::string& value) {
-    char buffer[260] = {};
+    char buffer[kManifestValueCapacity + 1] = {};
     memset_s(buffer, sizeof buffer, 0, sizeof buffer);
-    if (IniGetString(section.c_str(), key.c_str(), "", buffer, sizeof buffer - 1,
+    if (IniGetString(section.c_str(), key.c_str(), "", buffer, kManifestValueCapacity,
                      fileListIni.c_str()) != 0) {
         return false;
     }
@@ -169,8 +170,8 @@ int ZnVcUpdate::ExecuteInstallCommand(std::string filePrefix, std::string vekTel
         ZN_LOG(LogLevelError, "Invalid filePrefix/vekTellPlatform");
         return kFailure;
     }
-    const std::string commonDir = filePrefix + SP + "Common" + SP;
-    const std::string fileListIni = filePrefix + SP + "FileList.ini";
+    const std::string commonDir = filePrefix + SP + kPayloadDirectory + SP;
+    const std::string fileListIni = filePrefix + SP + kManifestName;
     ZN_LOG(LogLevelInfo, "fileListIni=%s", fileListIni.c_str());
     ZN_LOG(LogLevelInfo, "vekTellPlatform=%s", vekTellPlatform.c_str());
     if (!FileExists(fileListIni)) {
@@ -178,7 +179,7 @@ int ZnVcUpdate::ExecuteInstallCommand(std::string filePrefix, std::string vekTel
         return kFailure;
     }
     std::string platform;
-    if (!ReadManifest("Package_Intall_Type", "PackageIntallType", fileListIni, platform)) {
+    if (!ReadManifest(kPlatformSection, kPlatformKey, fileListIni, platform)) {
         ZN_LOG(LogLevelError, "Invalid PackageIntallType");
         return kFailure;
     }

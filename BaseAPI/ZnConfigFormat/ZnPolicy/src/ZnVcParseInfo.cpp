@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "VcListFormat.h"
 #include "ZnIdtVek.h"
 #include "ZnJson.h"
 #include "ZnLog.h"
@@ -161,9 +162,6 @@ static int FillItem(const std::vector<std::string_view>& fields, VekVcItems& rec
 }
 
 int ZnVcVek::ZnParseVekVcItems(std::string vekVcStr, std::vector<VekVcItems>& items) {
-    constexpr size_t kFieldCount = 7;
-    constexpr size_t kFieldMax = sizeof(VekVcItems::text1) - 1;
-
     items.clear();
     if (vekVcStr.size() < 2) {
         ZN_LOG(LogLevelError, "invalid:key/vekVcStr");
@@ -172,12 +170,12 @@ int ZnVcVek::ZnParseVekVcItems(std::string vekVcStr, std::vector<VekVcItems>& it
     std::vector<std::string_view> pieces;
     SplitString(vekVcStr, ',', pieces);
     // Reserved for the bound of vc-parse too; no more than a valid list of this length can need.
-    constexpr size_t kShortestItem = 2 * kFieldCount;
+    constexpr size_t kShortestItem = 2 * kVcFieldCount;
     items.reserve(std::min(pieces.size(), vekVcStr.size() / kShortestItem + 1));
 
     std::string item;
     std::vector<std::string_view> fields;
-    fields.reserve(kFieldCount);
+    fields.reserve(kVcFieldCount);
     for (const std::string_view piece : pieces) {
         VekVcItems record;
         memset_s(&record, sizeof record, 0, sizeof record);
@@ -185,14 +183,14 @@ int ZnVcVek::ZnParseVekVcItems(std::string vekVcStr, std::vector<VekVcItems>& it
         std::replace(item.begin(), item.end(), '{', '@');
         std::replace(item.begin(), item.end(), '}', '@');
         SplitString(item, '@', fields);
-        if (fields.size() < kFieldCount) {
+        if (fields.size() < kVcFieldCount) {
             items.clear();
             ZN_LOG(LogLevelInfo, "Invalid:policy.size=%d", static_cast<int>(fields.size()));
             return kFailure;
         }
         // Fields after the seventh are not stored, but their lengths are checked.
         for (size_t i = 0; i < fields.size(); ++i) {
-            if (fields[i].empty() || fields[i].size() > kFieldMax) {
+            if (fields[i].empty() || fields[i].size() > kVcFieldMax) {
                 items.clear();
                 ZN_LOG(LogLevelInfo, "Invalid:policy[%d].size=%d", static_cast<int>(i),
                        static_cast<int>(fields[i].size()));

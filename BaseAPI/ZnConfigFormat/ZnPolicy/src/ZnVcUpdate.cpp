@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "UpdateSource.h"
 #include "ZnCrypto.h"
 #include "ZnFileExists.h"
 #include "ZnFileSys.h"
@@ -23,11 +24,6 @@
 #include "bounded.h"
 
 static const std::string SP = "/";
-
-static const char VEK_MICROSERVICES_VM_UPDATEPOLICY[] =
-    "/usr/local/vornserver/bin/microservices/Package/VEK_Microservices_UpdateInfo.json";
-static const char FRAMEWORK_DEBUG_CONFIG[] =
-    "/usr/local/PermanenceDataPath/Workspace/debug/DebugModulesConfigList.ini";
 
 static const unsigned short kDirectoryMode = 0777;
 
@@ -156,8 +152,7 @@ void ZnVcUpdate::SplitFilePath(std::string filePath, std::string& dirPath, std::
 // --- Package records ---
 
 static bool LooksLikeUpdateDescription(const std::string& text) {
-    return Contains(text, "platform") && Contains(text, "sha256Hash") &&
-           Contains(text, "packageName");
+    return MissingDescriptionWord(text) == nullptr;
 }
 
 // Takes the update description, plain or as Base64, checks it and stores it.
