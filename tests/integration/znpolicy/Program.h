@@ -1,79 +1,86 @@
 // Runs znpolicy as a user would, from outside.
 #pragma once
 
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "ChildProcess.h"
 #include "TemporaryDirectory.h"
 
-struct ProgramResult {
-    int status = -1;  // exit status; -1 when the program did not end by itself
-    std::string output;
-    std::string errors;
-};
+using Json = nlohmann::ordered_json;
 
-// Environment variables as NAME=VALUE, for the program alone.
-using Environment = std::vector<std::string>;
+// Exit statuses of the program.
+constexpr int kDone = 0;
+constexpr int kFailed = 1;
+constexpr int kWrongUsage = 2;
 
-class Program {
-   public:
-    // Where standard output goes instead of ProgramResult::output.
-    std::string outputFile;
+// Runs znpolicy without any ZN_ variable but those in `options`.
+inline ProcessResult RunZnpolicy(std::vector<std::string> arguments, ProcessOptions options = {}) {
+    arguments.insert(arguments.begin(), ZNPOLICY);
+    for (const char* const name :
+         {"ZN_POLICY_STORE", "ZN_LOG_LEVEL", "ZN_LOG_FILE", "ZN_PROCESS_DIRECTORY"}) {
+        options.environment.emplace(name, std::nullopt);  // keeps one that is there
+    }
+    return RunProgram(arguments, options);
+}
 
-    // What the program reads from standard input.
-    std::string input;
-
-    // Runs znpolicy without any ZN_ variable but those in `environment`.
-    ProgramResult Run(const std::vector<std::string>& arguments,
-                      const Environment& environment = {}) const {
-        const TemporaryDirectory files;
-        const std::string outputName = outputFile.empty() ? files / "output" : outputFile;
-        WriteFile(files / "input", input);
-        const pid_t child = fork();
-        if (child == 0) {
-            Redirect(STDIN_FILENO, files / "input", O_RDONLY);
-            Redirect(STDOUT_FILENO, outputName, O_WRONLY | O_CREAT);
-            Redirect(STDERR_FILENO, files / "errors", O_WRONLY | O_CREAT);
-            Execute(arguments, environment);
-        }
-        int status = 0;
-        waitpid(child, &status, 0);
-        ProgramResult result;
-        result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        result.output = outputFile.empty() ? ReadFile(outputName) : "";
-        result.errors = ReadFile(files / "errors");
-        return result;
+// Tests of commands, with a store of each test's own.
+class CommandTest : public testing::Test {
+   protected:
+    ProcessResult Run(std::vector<std::string> arguments, const ProcessOptions& options = {}) {
+        arguments.insert(arguments.begin(), {"--store", store_, "--process-dir", process_});
+        return RunZnpolicy(std::move(arguments), options);
     }
 
-   private:
-    static void Redirect(int target, const std::string& file, int flags) {
-        const int opened = open(file.c_str(), flags, 0600);
-        if (opened < 0 || dup2(opened, target) < 0) {
-            _exit(126);
-        }
+    // Runs a command that must succeed and write nothing to standard error. Returns its output.
+    std::string Output(const std::vector<std::string>& arguments,
+                       const ProcessOptions& options = {}) {
+        const ProcessResult result = Run(arguments, options);
+        EXPECT_EQ(result.exitCode, kDone) << testing::PrintToString(arguments);
+        EXPECT_EQ(result.err, "") << testing::PrintToString(arguments);
+        return result.out;
     }
 
-    [[noreturn]] static void Execute(const std::vector<std::string>& arguments,
-                                     const Environment& environment) {
-        for (const char* name :
-             {"ZN_POLICY_STORE", "ZN_LOG_LEVEL", "ZN_LOG_FILE", "ZN_PROCESS_DIRECTORY"}) {
-            unsetenv(name);
-        }
-        for (const std::string& variable : environment) {
-            const std::size_t equals = variable.find('=');
-            setenv(variable.substr(0, equals).c_str(), variable.substr(equals + 1).c_str(), 1);
-        }
-        std::vector<char*> words = {const_cast<char*>("znpolicy")};
-        for (const std::string& argument : arguments) {
-            words.push_back(const_cast<char*>(argument.c_str()));
-        }
-        words.push_back(nullptr);
-        execv(ZNPOLICY, words.data());
-        _exit(127);
+    // Runs a command that must fail with one line on standard error. Returns the line.
+    std::string Failure(const std::vector<std::string>& arguments,
+                        const ProcessOptions& options = {}) {
+        const ProcessResult result = Run(arguments, options);
+        EXPECT_EQ(result.exitCode, kFailed) << testing::PrintToString(arguments);
+        EXPECT_EQ(result.out, "") << testing::PrintToString(arguments);
+        EXPECT_THAT(result.err, testing::MatchesRegex("znpolicy: [^\n]+\n"));
+        return result.err;
     }
+
+    void Publish(const std::string& id, const std::string& xml) {
+        Output({"policy", "publish", id, "-"}, Input(xml));
+    }
+
+    static ProcessOptions Input(const std::string& text) {
+        ProcessOptions options;
+        options.input = text;
+        return options;
+    }
+
+    static ProcessOptions Variables(std::map<std::string, std::optional<std::string>> environment) {
+        ProcessOptions options;
+        options.environment = std::move(environment);
+        return options;
+    }
+
+    static ProcessOptions InDirectory(const std::string& directory) {
+        ProcessOptions options;
+        options.directory = directory;
+        return options;
+    }
+
+    const TemporaryDirectory directory_;
+    const std::string store_ = directory_ / "store";
+    const std::string process_ = directory_ / "process";
 };

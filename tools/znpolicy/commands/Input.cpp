@@ -18,9 +18,9 @@ std::string ReadInput(const std::string& name, size_t maxSize) {
                                       : FileDescriptor::Open(name.c_str(), O_RDONLY);
     std::string contents;
     if (!file.IsOpen() || !file.ReadAll(contents, maxSize)) {
-        const std::string reason = errno == EFBIG
-                                       ? "larger than " + std::to_string(maxSize >> 20U) + " MiB"
-                                       : std::strerror(errno);
+        const std::string reason =
+            errno == EFBIG ? "larger than the limit of " + std::to_string(maxSize >> 20U) + " MiB"
+                           : std::strerror(errno);
         throw std::runtime_error(InputTitle(name) + ": " + reason);
     }
     return contents;

@@ -3,30 +3,27 @@
 #include <memory>
 #include <string>
 
-#include "Commands.h"
+#include "Arguments.h"
 #include "Input.h"
-#include "Json.h"
 #include "PackageRecords.h"
+#include "UpdateDescription.h"
 #include "ZnVcUpdate.h"
 
-static int PrintUpdate(const std::vector<ZnPackageInfo>& records, bool json) {
+static void Print(const std::vector<ZnPackageInfo>& records, bool json) {
     if (json) {
         PrintJson(RecordsToJson(records));
     } else {
         PrintRecords(records);
     }
-    return kExitDone;
 }
 
-static int Show(int terminalId, bool json) {
+static void Show(int terminalId, bool json) {
     ZnVcUpdate::ZnCreateMicroserviceDirectories();
-    const std::string name = "the update description of policy " + std::to_string(terminalId);
-    return PrintUpdate(ParseUpdateDescription(TakeUpdateDescription(terminalId), name), json);
+    Print(TakeUpdate(terminalId), json);
 }
 
-static int Convert(const std::string& file, bool json) {
-    return PrintUpdate(
-        ParseUpdateDescription(ReadInput(file, kMaxDescriptionSize), InputTitle(file)), json);
+static void Convert(const std::string& file, bool json) {
+    Print(ParseUpdate(ReadInput(file, kMaxUpdateSize), InputTitle(file)), json);
 }
 
 void AddUpdateCommands(CLI::App& app, Context& context) {
@@ -35,17 +32,15 @@ void AddUpdateCommands(CLI::App& app, Context& context) {
 
     const auto id = std::make_shared<int>(0);
     CLI::App* show = update->add_subcommand(
-        "show", "Take a terminal's update description from its policy, store it, list its records");
+        "show", "Store the update description of a terminal's policy and list its records");
     AddIdArgument(*show, *id, "Terminal");
     AddJsonOption(*show, context);
-    show->callback(
-        [=, &context] { context.run = [=, &context] { return Show(*id, context.json); }; });
+    SetAction(*show, context, [=, &context] { Show(*id, context.json); });
 
     const auto file = std::make_shared<std::string>();
     CLI::App* convert =
         update->add_subcommand("convert", "List the records of an update description");
     convert->add_option("FILE", *file, "JSON or Base64 of it; - for standard input")->required();
     AddJsonOption(*convert, context);
-    convert->callback(
-        [=, &context] { context.run = [=, &context] { return Convert(*file, context.json); }; });
+    SetAction(*convert, context, [=, &context] { Convert(*file, context.json); });
 }

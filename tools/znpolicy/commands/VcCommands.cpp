@@ -5,21 +5,18 @@
 #include <string>
 #include <vector>
 
-#include "Commands.h"
+#include "Arguments.h"
 #include "Input.h"
-#include "Json.h"
+#include "PolicyStore.h"
 #include "VcItems.h"
 #include "ZnVcVek.h"
-
-// A list is one item of a policy, which is smaller.
-constexpr size_t kMaxListSize = size_t{16} << 20;
 
 // The list in `text`, or on standard input for "-", without the end of its last line.
 static std::string ReadList(const std::string& text) {
     if (text != "-") {
         return text;
     }
-    std::string list = ReadInput(text, kMaxListSize);
+    std::string list = ReadInput(text, PolicyStore::kMaxDocumentSize);  // one item of a policy
     for (const char end : {'\n', '\r'}) {
         if (!list.empty() && list.back() == end) {
             list.pop_back();
@@ -28,7 +25,7 @@ static std::string ReadList(const std::string& text) {
     return list;
 }
 
-static int Parse(const std::string& text, bool json) {
+static void Parse(const std::string& text, bool json) {
     const std::string list = ReadList(text);
     std::vector<VekVcItems> items;
     if (ZnVcVek::ZnParseVekVcItems(list, items) != 0) {
@@ -39,7 +36,6 @@ static int Parse(const std::string& text, bool json) {
     } else {
         PrintVcItems(items);
     }
-    return kExitDone;
 }
 
 void AddVcCommands(CLI::App& app, Context& context) {
@@ -49,6 +45,5 @@ void AddVcCommands(CLI::App& app, Context& context) {
     CLI::App* parse = vc->add_subcommand("parse", "Parse a plugin list");
     parse->add_option("TEXT", *text, "The list; - for standard input")->required();
     AddJsonOption(*parse, context);
-    parse->callback(
-        [=, &context] { context.run = [=, &context] { return Parse(*text, context.json); }; });
+    SetAction(*parse, context, [=, &context] { Parse(*text, context.json); });
 }

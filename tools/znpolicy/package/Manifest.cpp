@@ -2,18 +2,20 @@
 
 #include <algorithm>
 #include <array>
-#include <stdexcept>
 #include <utility>
 
+#include "ManifestFormat.h"
+#include "PackageError.h"
+#include "ScratchDirectory.h"
 #include "ZnIni.h"
 
 namespace {
 
-const char* const kTypeSection = "Package_Intall_Type";
-const char* const kTypeKey = "PackageIntallType";
-
 // The longest value that the installer reads; it cuts longer ones.
-constexpr size_t kValueMax = 258;
+constexpr size_t kValueMax = kManifestValueCapacity - 1;
+
+// The INI reader accepts no larger file.
+constexpr uint64_t kLargestManifest = uint64_t{16} << 20U;
 
 class ManifestReader {
    public:
@@ -21,13 +23,13 @@ class ManifestReader {
         : path_(std::move(path)), name_(std::move(name)) {}
 
     Manifest Read() {
-        manifest_.platform = Value(kTypeSection, kTypeKey);
+        manifest_.platform = Value(kPlatformSection, kPlatformKey);
         const std::set<std::string> keys = Keys(manifest_.platform);
         try {
             for (const std::string& key : keys) {
                 manifest_.paths.push_back(ReadPath(key));
             }
-        } catch (const std::runtime_error& error) {
+        } catch (const PackageError& error) {
             manifest_.failure = error.what();
         }
         return manifest_;
@@ -41,7 +43,7 @@ class ManifestReader {
     std::set<std::string> Keys(const std::string& section) const {
         std::set<std::string> keys;
         if (IniGetStringItems(section.c_str(), keys, path_.c_str()) != 0) {
-            throw std::runtime_error(name_ + ": section [" + section + "] is missing");
+            throw PackageError(name_ + ": section [" + section + "] is missing");
         }
         return keys;
     }
@@ -57,10 +59,10 @@ class ManifestReader {
     }
 
     std::string Value(const std::string& section, const std::string& key) {
-        std::array<char, 65536> buffer = {};
+        std::array<char, 65536> buffer;
         if (IniGetString(section.c_str(), key.c_str(), "", buffer.data(),
                          static_cast<int>(buffer.size()), path_.c_str()) != 0) {
-            throw std::runtime_error(Where(section, key) + " is missing");
+            throw PackageError(Where(section, key) + " is missing");
         }
         std::string value = buffer.data();
         if (value.size() > kValueMax) {
@@ -78,7 +80,7 @@ class ManifestReader {
             const size_t comma = std::min(list.find(',', start), list.size());
             if (comma == start) {
                 manifest_.oddities.push_back(where + ": an empty element ends the list; \"" +
-                                             list.substr(start) + "\" is passed over");
+                                             list.substr(start) + "\" is skipped");
                 return;
             }
             files.insert(list.substr(start, comma - start));
@@ -95,4 +97,14 @@ class ManifestReader {
 
 Manifest ReadManifest(const std::string& path, const std::string& name) {
     return ManifestReader(path, name).Read();
+}
+
+Manifest ReadManifest(const ZipArchive& archive, const ZipEntry& entry, const std::string& name) {
+    if (entry.size > kLargestManifest) {
+        throw PackageError(name + ": larger than the limit of 16 MiB");
+    }
+    const ScratchDirectory scratch;  // the INI reader reads files only
+    const std::string file = scratch.Path() + "/" + kManifestName;
+    archive.Extract(entry, file);
+    return ReadManifest(file, name);
 }

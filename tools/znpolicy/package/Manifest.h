@@ -1,14 +1,16 @@
-// The manifest of a package, FileList.ini, read in the way the installer reads it.
+// The manifest of a package, read as the installer reads it.
 #pragma once
 
 #include <set>
 #include <string>
 #include <vector>
 
+#include "ZipArchive.h"
+
 // One destination directory of a manifest.
 struct ManifestPath {
     std::string key;              // names the section with the file lists
-    std::string destination;      // put before each file name as it stands
+    std::string destination;      // prefixed to each file name, without a separator
     std::set<std::string> files;  // in the order they are installed
 };
 
@@ -16,13 +18,14 @@ struct Manifest {
     std::string platform;
     std::vector<ManifestPath> paths;  // in the order they are installed
 
-    // Why the installer fails after these paths, naming section and key; "" when these are all.
+    // Why the installer fails after these paths, with section and key; "" when it does not.
     std::string failure;
 
-    // What the installer passes over or cuts without a word, one sentence each.
+    // What the installer silently skips or cuts, one sentence each.
     std::vector<std::string> oddities;
 };
 
-// Reads the manifest in the file `path`; `name` stands for it in messages. Throws
-// std::runtime_error, naming section and key, when it gives the installer nothing to begin with.
+// Reads the manifest in the file `path`, or in an entry of a zip; messages call it `name`. Throws
+// PackageError when it cannot be read or does not even give the platform and its section.
 Manifest ReadManifest(const std::string& path, const std::string& name);
+Manifest ReadManifest(const ZipArchive& archive, const ZipEntry& entry, const std::string& name);

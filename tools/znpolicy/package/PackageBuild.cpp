@@ -7,24 +7,25 @@
 #include <vector>
 
 #include "Manifest.h"
+#include "ManifestFormat.h"
 #include "ScratchDirectory.h"
 #include "ZipArchive.h"
 
 namespace fs = std::filesystem;
 
-// Where in a package's folder the file stands that a manifest lists as `name`.
-static std::string PlaceOf(const std::string& name, const std::string& manifestFile) {
-    const fs::path place = fs::path("Common/" + name).lexically_normal();
+// Where in a package the file is that its manifest lists as `name`.
+static std::string PathInPackage(const std::string& name, const std::string& manifestFile) {
+    const fs::path place = fs::path(std::string(kPayloadDirectory) + "/" + name).lexically_normal();
     if (*place.begin() == "..") {
         throw std::runtime_error(manifestFile + " lists \"" + name +
-                                 "\", which lies outside the folder");
+                                 "\", which is outside the directory");
     }
     return place.string();
 }
 
 // The zip's entries with the files behind them.
 static std::vector<std::pair<std::string, std::string>> PackageFiles(const std::string& directory) {
-    const std::string manifestFile = directory + "/FileList.ini";
+    const std::string manifestFile = directory + "/" + kManifestName;
     if (!fs::is_regular_file(manifestFile)) {
         throw std::runtime_error(manifestFile + ": no such file");
     }
@@ -35,11 +36,11 @@ static std::vector<std::pair<std::string, std::string>> PackageFiles(const std::
     std::map<std::string, std::string> names;  // as listed, by place
     for (const ManifestPath& path : manifest.paths) {
         for (const std::string& name : path.files) {
-            names.emplace(PlaceOf(name, manifestFile), name);
+            names.emplace(PathInPackage(name, manifestFile), name);
         }
     }
-    names.erase("FileList.ini");
-    std::vector<std::pair<std::string, std::string>> files = {{"FileList.ini", manifestFile}};
+    names.erase(kManifestName);
+    std::vector<std::pair<std::string, std::string>> files = {{kManifestName, manifestFile}};
     for (const auto& [place, name] : names) {
         const std::string file = directory + "/" + place;
         if (!fs::is_regular_file(file)) {
@@ -53,8 +54,7 @@ static std::vector<std::pair<std::string, std::string>> PackageFiles(const std::
 
 PackageReport BuildPackage(const std::string& directory, const std::string& zipPath) {
     const std::vector<std::pair<std::string, std::string>> files = PackageFiles(directory);
-    // Written beside its place and checked there, so that a bad package never stands under its
-    // name.
+    // Checked before it gets its name, so that no bad package ever has it.
     const fs::path target(zipPath);
     const ScratchDirectory scratch(target.parent_path().string());
     const std::string draft = scratch.Path() + "/" + target.filename().string();

@@ -1,12 +1,12 @@
-// Making a package zip from a folder.
+// Creating a package zip from a directory.
 #pragma once
 
 #include <string>
 
 #include "PackageCheck.h"
 
-// Writes the zip `zipPath` from the folder `directory`, which holds FileList.ini and Common/ with
-// the payload: the manifest and the files it lists, nothing else. Returns what CheckPackage finds;
-// when that has errors, no zip is left and one that was there stays. Throws std::runtime_error when
-// the folder cannot be read or the zip not be written.
+// Writes the zip `zipPath` from `directory`, which contains FileList.ini and the payload in
+// Common/. Only the manifest and the files it lists go into the zip. Returns the findings of
+// CheckPackage; with errors among them, nothing is written and an older zip is kept. Throws
+// std::runtime_error when the directory cannot be read or the zip cannot be written.
 PackageReport BuildPackage(const std::string& directory, const std::string& zipPath);

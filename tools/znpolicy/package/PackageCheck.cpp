@@ -3,21 +3,20 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
-#include <stdexcept>
 #include <utility>
 
-#include "ScratchDirectory.h"
+#include "Manifest.h"
+#include "ManifestFormat.h"
+#include "PackageError.h"
+#include "PackageSelection.h"
+#include "Paths.h"
 #include "ShellPath.h"
-#include "ZipArchive.h"
 #include "ZnPackageInfo.h"
 
 namespace {
 
-// The INI reader takes no larger file.
-constexpr uint64_t kLargestManifest = uint64_t{16} << 20U;
-
 // Whether a path has a ".." component.
-bool ClimbsOut(const std::string& path) {
+bool LeadsUp(const std::string& path) {
     const std::filesystem::path components(path);
     return std::find(components.begin(), components.end(), "..") != components.end();
 }
@@ -43,30 +42,28 @@ class Checker {
     }
 
     void CheckPath() {
-        const std::string name = path_.substr(path_.rfind('/') + 1);
-        if (ShellChanges(path_)) {
-            Warning(
-                "the zip's path has blanks or shell characters, and the shell splits or runs "
-                "them when the zip is unpacked");
+        const std::string name = FileName(path_);
+        const std::string problem = ShellPathProblem(path_);
+        if (!problem.empty()) {
+            Warning(problem);
         }
         if (name.size() >= sizeof ZnPackageInfo::packageName) {
             Warning(
                 "the file name has more than 63 bytes: the local scan lists the zip without it");
         }
-        if (name.find(".zip") == std::string::npos) {
+        if (!Contains(name, ".zip")) {
             Error("the file name has no \".zip\"");
         } else if (name.find(".zip") + 4 != name.size()) {
             Warning("\".zip\" is not the end of the file name: the zip is unpacked into \"" +
                     name.substr(0, name.find(".zip")) + "\", but installed from \"" +
                     name.substr(0, name.rfind('.')) + "\"");
         }
-        if (name.find("_Server") == std::string::npos &&
-            name.find("_Client") == std::string::npos) {
+        if (!Contains(name, SideMark(SERVER_SIDE)) && !Contains(name, SideMark(CLIENT_SIDE))) {
             Warning(
                 "the file name has neither \"_Server\" nor \"_Client\": no side selects it by "
                 "its name");
         }
-        if (name.find("_Release.zip") != std::string::npos) {
+        if (IsReleaseBundle(name)) {
             Warning(
                 "the file name has \"_Release.zip\": the zip is taken for a release bundle, which "
                 "is unpacked but not installed");
@@ -78,29 +75,22 @@ class Checker {
             if (entry.isLink) {
                 Warning(entry.name + " is a link: what it points at is installed");
             }
-            if (ClimbsOut(entry.name) || entry.name.rfind('/', 0) == 0) {
-                Warning(entry.name + " climbs out of the package's directory");
+            if (LeadsUp(entry.name) || entry.name.rfind('/', 0) == 0) {
+                Warning(entry.name + " leads out of the package's directory");
             }
         }
     }
 
     void CheckManifest() {
-        const ZipEntry* entry = archive_.Find("FileList.ini");
+        const ZipEntry* entry = archive_.Find(kManifestName);
         if (entry == nullptr || entry->isLink) {
             Error(entry == nullptr ? "there is no FileList.ini"
-                                   : "FileList.ini is a link and is not looked at");
+                                   : "FileList.ini is a link and is not read");
             return;
         }
-        if (entry->size > kLargestManifest) {
-            Error("FileList.ini has more than 16 MiB and cannot be read");
-            return;
-        }
-        const ScratchDirectory scratch;
-        const std::string file = scratch.Path() + "/FileList.ini";
-        archive_.Extract(*entry, file);
         try {
-            CheckContents(ReadManifest(file, "FileList.ini"));
-        } catch (const std::runtime_error& error) {
+            CheckContents(ReadManifest(archive_, *entry, kManifestName));
+        } catch (const PackageError& error) {
             Error(error.what());
         }
     }
@@ -140,13 +130,13 @@ class Checker {
     void CheckDestination(const ManifestPath& path) {
         const std::string where = path.key + "=" + path.destination;
         if (path.destination.empty() || path.destination.back() != '/') {
-            Warning(where + " does not end with \"/\": file names are glued to it");
+            Warning(where + " does not end with \"/\": file names are appended to it directly");
         }
         if (path.destination.empty() || path.destination.front() != '/') {
             Warning(where + " is not an absolute path: it depends on where the process runs");
         }
-        if (ClimbsOut(path.destination)) {
-            Warning(where + " climbs with \"..\"");
+        if (LeadsUp(path.destination)) {
+            Warning(where + " contains \"..\"");
         }
         if (path.files.empty()) {
             Warning(where + " has no files");
@@ -156,14 +146,14 @@ class Checker {
     void CheckFile(const ManifestPath& path, const std::string& name) {
         ++report_.fileCount;
         const std::string where = "[" + path.key + "] \"" + name + "\"";
-        const ZipEntry* entry = archive_.Find("Common/" + name);
+        const ZipEntry* entry = archive_.Find(std::string(kPayloadDirectory) + "/" + name);
         if (entry == nullptr) {
             Error(where + " is listed, but Common/" + name + " is not in the zip");
         } else if (entry->size == 0 || entry->isDirectory) {
             Error(where + " is listed, but Common/" + name + " is empty");
         }
-        if (ClimbsOut(name)) {
-            Warning(where + " climbs with \"..\"");
+        if (LeadsUp(name)) {
+            Warning(where + " contains \"..\"");
         }
         if (name.front() == ' ' || name.back() == ' ') {
             Warning(where + " begins or ends with a blank, which is part of the name");

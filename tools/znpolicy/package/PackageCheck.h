@@ -1,14 +1,13 @@
-// A look at a package zip before it is installed.
+// Checking a package zip before it is installed.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
-#include "Manifest.h"
-
 // What was found wrong with a package.
 struct Finding {
-    bool isError;      // the installer would refuse the package; else it takes this on trust
+    bool isError;      // the installer would refuse the package; else it would not notice
     std::string text;  // one sentence that names the entry or key
 };
 
@@ -20,7 +19,7 @@ struct PackageReport {
     bool HasErrors() const;
 };
 
-// Checks the zip `path`: manifest, listed files, and what the installer takes on trust. `platform`
-// is the platform model to check against, "" for any. Throws std::runtime_error when the zip cannot
-// be read.
+// Checks the zip `path`: its manifest, the listed files, and what the installer does not check
+// itself. `platform` is the platform that the package should be for, or "". Throws
+// std::runtime_error when the zip cannot be read.
 PackageReport CheckPackage(const std::string& path, const std::string& platform);

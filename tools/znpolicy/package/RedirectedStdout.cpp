@@ -7,18 +7,15 @@
 
 RedirectedStdout::RedirectedStdout() : saved_(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)) {
     std::cout.flush();
-    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (saved_ >= 0 && nowhere >= 0) {
-        dup2(nowhere, STDOUT_FILENO);
-    }
-    if (nowhere >= 0) {
-        close(nowhere);
+    const FileDescriptor nowhere = FileDescriptor::Open("/dev/null", O_WRONLY);
+    if (saved_.IsOpen() && nowhere.IsOpen()) {
+        dup2(nowhere.Get(), STDOUT_FILENO);
     }
 }
 
 RedirectedStdout::~RedirectedStdout() {
-    if (saved_ >= 0) {
-        dup2(saved_, STDOUT_FILENO);
-        close(saved_);
+    if (saved_.IsOpen()) {
+        std::cout.flush();
+        dup2(saved_.Get(), STDOUT_FILENO);
     }
 }

@@ -1,9 +1,10 @@
-// Standard output for the length of a library call.
+// RAII: redirects standard output to /dev/null.
 #pragma once
 
-// While an object lives, what is written to standard output goes nowhere: unzip, which the library
-// runs, lists the files it unpacks, and a command's answer must not begin with that. What unzip
-// writes to standard error is shown as ever.
+#include "FileDescriptor.h"
+
+// Keeps what unzip prints, which the library runs, out of a command's output. Standard error is
+// not redirected.
 class RedirectedStdout {
    public:
     RedirectedStdout();
@@ -12,5 +13,5 @@ class RedirectedStdout {
     RedirectedStdout& operator=(const RedirectedStdout&) = delete;
 
    private:
-    int saved_;
+    FileDescriptor saved_;
 };

@@ -1,15 +1,16 @@
-// A directory for the length of one command.
+// RAII: a temporary directory.
 #pragma once
 
 #include <string>
 
-// Made for this user only; removed with the object.
+// Accessible to this user only; removed with the object. The constructors throw std::runtime_error
+// when it cannot be created.
 class ScratchDirectory {
    public:
-    // In the system's directory for temporary files.
+    // Creates it in $TMPDIR, or in /tmp when that is unset or empty.
     ScratchDirectory();
 
-    // In the directory `parent`, which must exist.
+    // Creates it in the directory `parent`.
     explicit ScratchDirectory(const std::string& parent);
 
     ~ScratchDirectory();

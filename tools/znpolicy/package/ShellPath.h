@@ -1,10 +1,11 @@
-// Which paths the shell takes as they are; the library gives it those of zips unquoted.
+// Paths that are safe on the command line on which the library runs unzip: it does not quote them.
 #pragma once
 
 #include <string>
 
-// Whether the shell would split, expand or carry out a part of `path`.
-inline bool ShellChanges(const std::string& path) {
-    return path.find_first_of(" \t\n\r\"'`$&|;<>()[]{}*?\\") != std::string::npos ||
-           path.find_first_of("~#") == 0;
-}
+// Returns which character of `path` sh or unzip would interpret, and what to do about it; "" when
+// they take the path literally.
+std::string ShellPathProblem(const std::string& path);
+
+// Throws std::runtime_error with the problem of the zip's path, if it has one.
+void RequirePlainPath(const std::string& zip);

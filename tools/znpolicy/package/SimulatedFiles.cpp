@@ -13,7 +13,7 @@ static bool Exists(const std::string& path) {
     return access(path.c_str(), F_OK) == 0;
 }
 
-// One spelling for a directory, however many separators it is written with.
+// Removes repeated and trailing separators.
 static std::string Normal(const std::string& directory) {
     std::string path = (fs::path(directory) / ".").lexically_normal().parent_path().string();
     return path.empty() ? "." : path;
@@ -33,14 +33,14 @@ void SimulatedFiles::MakeDirectory(const std::string& directory) {
     const std::string path = Normal(directory);
     std::error_code ignored;
     if (directory.empty() || fs::exists(fs::symlink_status(path, ignored))) {
-        return;  // a link that leads nowhere is in the way, too
+        return;  // a dangling link cannot become a directory, either
     }
     if (DirectoryProblem(Normal(fs::path(path).parent_path().string())).empty()) {
         made_.insert(path);
     }
 }
 
-std::string SimulatedFiles::FolderProblem(const std::string& destination) const {
+std::string SimulatedFiles::WriteProblem(const std::string& destination) const {
     return DirectoryProblem(Normal(fs::path(destination).parent_path().string()));
 }
 

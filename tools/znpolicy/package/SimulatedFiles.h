@@ -1,11 +1,11 @@
-// The destinations of an installation as they will be while it goes on.
+// The destinations of an installation as they will be while it proceeds.
 #pragma once
 
 #include <map>
 #include <set>
 #include <string>
 
-// Begins with what is on the disk, which is never touched; what the installer would do is noted.
+// Starts from the files on disk, which are never changed, and records what the installer would do.
 class SimulatedFiles {
    public:
     struct Target {
@@ -14,14 +14,15 @@ class SimulatedFiles {
         bool hasBackup;
     };
 
-    // What the installer finds at a destination; assign to it what it leaves there.
+    // What the installer finds at a destination. Assign what it leaves there.
     Target& At(const std::string& destination);
 
-    // The installer makes a destination directory that is missing: the last level only.
+    // Records that the installer creates a destination directory if it is missing. Only the last
+    // level is created.
     void MakeDirectory(const std::string& directory);
 
-    // Why nothing can be made or deleted beside `destination`; "" when it can.
-    std::string FolderProblem(const std::string& destination) const;
+    // Why nothing can be created or deleted in the directory of `destination`, or "".
+    std::string WriteProblem(const std::string& destination) const;
 
    private:
     std::string DirectoryProblem(const std::string& directory) const;

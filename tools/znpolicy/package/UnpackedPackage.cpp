@@ -3,18 +3,20 @@
 #include <filesystem>
 #include <system_error>
 
+#include "ManifestFormat.h"
+#include "PackageError.h"
 #include "ZnCrypto.h"
 #include "ZnFileSys.h"
 #include "ZnVcUpdate.h"
 
 namespace fs = std::filesystem;
 
-// Where the library unpacks a zip: beside it, under its name up to the first ".zip".
+// Where the library unpacks a zip: next to it, under its name up to the first ".zip".
 static std::string UnpackedPathOf(const std::string& zipPath) {
-    std::string dir;
+    std::string directory;
     std::string name;
-    ZnVcUpdate::SplitFilePath(zipPath, dir, name, '/');
-    std::string path = dir + "/" + name.substr(0, name.find(".zip"));
+    ZnVcUpdate::SplitFilePath(zipPath, directory, name, '/');
+    std::string path = directory + "/" + name.substr(0, name.find(".zip"));
     ZnVcUpdate::RepairPath(path);
     return path;
 }
@@ -26,59 +28,81 @@ static std::string InstallPathOf(const std::string& zipPath) {
     return path;
 }
 
-static std::optional<std::string> OnDisk(const std::string& path) {
-    std::error_code missing;
-    return fs::is_regular_file(path, missing) ? std::make_optional(path) : std::nullopt;
-}
-
 UnpackedPackage::UnpackedPackage(const std::string& zipPath, const std::string& contents)
     : archive_(contents),
       unpackedPath_(UnpackedPathOf(zipPath)),
       installPath_(InstallPathOf(zipPath)) {}
 
-std::optional<std::string> UnpackedPackage::File(const std::string& name) {
-    constexpr int kMostLinks = 8;
-    return File(name, kMostLinks);
+UnpackedPackage UnpackedPackage::InDirectory(const std::string& directory) {
+    UnpackedPackage package;
+    package.installPath_ = directory;
+    return package;
 }
 
-std::optional<std::string> UnpackedPackage::File(const std::string& name, int linksToFollow) {
-    const ZipEntry* entry = unpackedPath_ == installPath_ ? archive_.Find(name) : nullptr;
-    if (entry == nullptr || entry->isDirectory) {
-        return OnDisk(installPath_ + "/" + name);
+std::optional<UnpackedPackage::Source> UnpackedPackage::Find(const std::string& name,
+                                                             int linksToFollow) const {
+    const ZipEntry* entry =
+        archive_ && unpackedPath_ == installPath_ ? archive_->Find(name) : nullptr;
+    fs::path file = fs::path(installPath_) / name;
+    if (entry != nullptr && entry->isLink) {
+        const fs::path target = archive_->LinkTarget(*entry);
+        if (target.empty() || linksToFollow == 0) {
+            return std::nullopt;
+        }
+        if (target.is_relative()) {
+            return Find((fs::path(entry->path).parent_path() / target).string(), linksToFollow - 1);
+        }
+        file = target;
+    } else if (entry != nullptr && !entry->isDirectory) {
+        return Source{entry, ""};
     }
-    if (!entry->isLink) {
-        std::string path = scratch_.Path() + "/file";
-        archive_.Extract(*entry, path);
-        return path;
+    std::error_code ignored;
+    return fs::is_regular_file(file, ignored) ? std::make_optional(Source{nullptr, file.string()})
+                                              : std::nullopt;
+}
+
+Manifest UnpackedPackage::ReadManifest(const std::string& name) const {
+    const std::optional<Source> source = Find(kManifestName);
+    if (!source) {
+        throw PackageError("there is no " + installPath_ + "/" + kManifestName);
     }
-    const fs::path target = archive_.LinkTarget(*entry);
-    if (target.is_absolute()) {
-        return OnDisk(target.string());
-    }
-    if (target.empty() || linksToFollow == 0) {
+    return source->entry != nullptr ? ::ReadManifest(*archive_, *source->entry, name)
+                                    : ::ReadManifest(source->path, name);
+}
+
+std::optional<FileFacts> UnpackedPackage::Look(const std::string& name) const {
+    const std::optional<Source> source = Find(name);
+    if (!source) {
         return std::nullopt;
     }
-    return File((fs::path(entry->path).parent_path() / target).string(), linksToFollow - 1);
+    if (source->entry != nullptr) {
+        return archive_->Look(*source->entry);
+    }
+    return FileFacts{static_cast<uint64_t>(ZnFile::FileSize(source->path.c_str())),
+                     ZnSha256::FileSha256Value(source->path)};
+}
+
+bool UnpackedPackage::Extract(const std::string& name, const std::string& path) const {
+    const ZipEntry* entry = archive_->Find(name);
+    if (entry == nullptr || entry->isLink || entry->isDirectory) {
+        return false;
+    }
+    archive_->Extract(*entry, path);
+    return true;
 }
 
 std::string UnpackedPackage::FirstNotUnpacked() const {
-    for (const ZipEntry& entry : archive_.Entries()) {
+    for (const ZipEntry& entry : archive_->Entries()) {
         std::string path = unpackedPath_ + "/" + entry.path;
-        const bool isOverwritten = archive_.Find(entry.path) != &entry;
+        const bool isOverwritten = archive_->Find(entry.path) != &entry;
         std::error_code missing;
-        const bool isThere = entry.isDirectory ? fs::is_directory(path, missing)
-                                               : entry.isLink || archive_.IsSame(entry, path);
+        const bool isThere =
+            entry.isDirectory
+                ? fs::is_directory(path, missing)
+                : entry.isLink || archive_->Look(entry).digest == ZnSha256::FileSha256Value(path);
         if (!isOverwritten && !isThere) {
             return path;
         }
     }
     return "";
-}
-
-std::optional<UnpackedPackage::FileFacts> UnpackedPackage::Look(const std::string& name) {
-    const std::optional<std::string> file = File(name);
-    if (!file) {
-        return std::nullopt;
-    }
-    return FileFacts{ZnFile::FileSize(file->c_str()), ZnSha256::FileSha256Value(*file)};
 }

@@ -1,57 +1,59 @@
-// What the folder of a package holds once its zip has been unpacked, without unpacking it there.
+// A package's directory as it will be after its zip is unpacked, without unpacking it.
 #pragma once
 
 #include <optional>
 #include <string>
 
-#include "ScratchDirectory.h"
+#include "Manifest.h"
 #include "ZipArchive.h"
 
-// Unpacking overwrites what the zip holds and leaves alone what else is in the folder; this is the
-// sum of the two. A file of the zip is unpacked when it is asked for, into a scratch directory.
+// Unpacking overwrites what the zip contains and keeps whatever else is in the directory; this is
+// the union of the two. Everything throws PackageError when the zip cannot be read.
 class UnpackedPackage {
    public:
-    struct FileFacts {
-        long long size;
-        std::string digest;  // SHA-256
-    };
-
-    // The package of the zip `zipPath`, whose contents stand in the file `contents`. Throws
-    // std::runtime_error when the zip cannot be read.
+    // The package of the zip `zipPath`, whose contents are in the file `contents`.
     UnpackedPackage(const std::string& zipPath, const std::string& contents);
     explicit UnpackedPackage(const std::string& zipPath) : UnpackedPackage(zipPath, zipPath) {}
 
-    // The folder the zip is unpacked into.
+    // A package that has been unpacked into `directory`.
+    static UnpackedPackage InDirectory(const std::string& directory);
+
+    // The directory that the zip is unpacked into.
     const std::string& UnpackedPath() const {
         return unpackedPath_;
     }
 
-    // The folder the installer looks into; another one only for zips with odd names.
+    // The directory that the installer reads; another one only for zips with odd names.
     const std::string& InstallPath() const {
         return installPath_;
     }
 
-    const ZipArchive& Archive() const {
-        return archive_;
-    }
+    // Reads the manifest, which messages call `name`. See ReadManifest in Manifest.h.
+    Manifest ReadManifest(const std::string& name) const;
 
-    // A file with the contents that `name`, relative to the installer's folder, will have; nothing
-    // when it will not be there or not be a regular file. Links are followed. The file stays as it
-    // is until the next call.
-    std::optional<std::string> File(const std::string& name);
+    // What the installer finds under `name`, relative to its directory; nothing when that is not a
+    // regular file. Follows links.
+    std::optional<FileFacts> Look(const std::string& name) const;
 
-    // What the installer looks at in that file.
-    std::optional<FileFacts> Look(const std::string& name);
+    // Writes the zip's own file `name`, relative to the unpacked directory, to the file `path`.
+    // Returns false when the zip does not have it.
+    bool Extract(const std::string& name, const std::string& path) const;
 
-    // After unpacking: the path of the first file or directory that is not there as the zip has it;
-    // "" when all are.
+    // After unpacking: the path of the first file or directory that is not as in the zip, or "".
     std::string FirstNotUnpacked() const;
 
    private:
-    std::optional<std::string> File(const std::string& name, int linksToFollow);
+    // Where a file is read from: an entry of the zip, or else the disk.
+    struct Source {
+        const ZipEntry* entry;
+        std::string path;
+    };
 
-    ZipArchive archive_;
+    UnpackedPackage() = default;
+
+    std::optional<Source> Find(const std::string& name, int linksToFollow = 8) const;
+
+    std::optional<ZipArchive> archive_;
     std::string unpackedPath_;
     std::string installPath_;
-    ScratchDirectory scratch_;
 };

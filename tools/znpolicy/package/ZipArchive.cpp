@@ -1,18 +1,23 @@
 #include "ZipArchive.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <zip.h>
 
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
+
+#include "Digest.h"
+#include "FileDescriptor.h"
+#include "PackageError.h"
 
 namespace {
 
 [[noreturn]] void Fail(const std::string& path, const std::string& what) {
-    throw std::runtime_error(path + ": " + what);
+    throw PackageError(path + ": " + what);
 }
 
 std::string ErrorText(int code) {
@@ -23,7 +28,7 @@ std::string ErrorText(int code) {
     return text;
 }
 
-// The Unix mode of an entry, 0 when the archive does not tell.
+// The Unix mode of an entry, or 0 when the archive does not have it.
 mode_t UnixMode(zip* archive, zip_uint64_t index) {
     zip_uint8_t system = 0;
     zip_uint32_t attributes = 0;
@@ -34,7 +39,7 @@ mode_t UnixMode(zip* archive, zip_uint64_t index) {
     return static_cast<mode_t>(attributes >> 16U);
 }
 
-// Where unzip puts an entry: it passes over what would lead out of the folder.
+// Where unzip creates an entry: it drops components that would lead out of the directory.
 std::string UnpackedPath(const std::string& name) {
     std::filesystem::path path;
     for (const auto& component : std::filesystem::path(name).relative_path()) {
@@ -61,16 +66,20 @@ ZipEntry ReadEntry(zip* archive, zip_uint64_t index, const std::string& path) {
 
 }  // namespace
 
-ZipArchive::ZipArchive(const std::string& path) : path_(path) {
+static zip* OpenZip(const std::string& path, int flags) {
     int code = 0;
-    zip* archive = zip_open(path.c_str(), ZIP_RDONLY, &code);
+    zip* archive = zip_open(path.c_str(), flags, &code);
     if (archive == nullptr) {
         Fail(path, ErrorText(code));
     }
-    zip_ = {archive, [](zip* opened) { zip_discard(opened); }};
-    const zip_int64_t count = zip_get_num_entries(archive, 0);
+    return archive;
+}
+
+ZipArchive::ZipArchive(const std::string& path)
+    : path_(path), zip_(OpenZip(path, ZIP_RDONLY), zip_discard) {
+    const zip_int64_t count = zip_get_num_entries(zip_.get(), 0);
     for (zip_int64_t i = 0; i < count; ++i) {
-        entries_.push_back(ReadEntry(archive, static_cast<zip_uint64_t>(i), path));
+        entries_.push_back(ReadEntry(zip_.get(), static_cast<zip_uint64_t>(i), path));
         byPath_[entries_.back().path] = static_cast<size_t>(i);
     }
 }
@@ -88,9 +97,15 @@ void ZipArchive::Read(const ZipEntry& entry,
     if (file == nullptr) {
         Fail(path_, entry.name + ": " + zip_strerror(zip_.get()));
     }
-    std::array<char, 65536> buffer = {};
+    std::array<char, 65536> buffer;
+    uint64_t total = 0;
     zip_int64_t count = 0;
     while ((count = zip_fread(file.get(), buffer.data(), buffer.size())) > 0) {
+        total += static_cast<uint64_t>(count);
+        if (total > entry.size) {
+            Fail(path_, entry.name + ": larger than the " + std::to_string(entry.size) +
+                            " bytes that the zip declares");
+        }
         take(buffer.data(), static_cast<size_t>(count));
     }
     if (count < 0) {
@@ -98,46 +113,44 @@ void ZipArchive::Read(const ZipEntry& entry,
     }
 }
 
-void ZipArchive::Extract(const ZipEntry& entry, const std::string& path) const {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+FileFacts ZipArchive::Look(const ZipEntry& entry) const {
+    FileFacts facts;
+    Digest digest;
     Read(entry, [&](const char* data, size_t size) {
-        out.write(data, static_cast<std::streamsize>(size));
+        facts.size += size;
+        digest.Add(data, size);
     });
-    out.close();
-    if (!out) {
-        Fail(path, "cannot be written");
-    }
+    facts.digest = digest.Finish();
+    return facts;
 }
 
-bool ZipArchive::IsSame(const ZipEntry& entry, const std::string& path) const {
-    std::ifstream in(path, std::ios::binary);
-    bool same = in.is_open();
-    std::string piece;
+void ZipArchive::Extract(const ZipEntry& entry, const std::string& path) const {
+    const auto require = [&](bool succeeded) {
+        if (!succeeded) {
+            throw std::runtime_error(path + ": " + std::strerror(errno));
+        }
+    };
+    FileDescriptor out = FileDescriptor::Open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    require(out.IsOpen());
     Read(entry, [&](const char* data, size_t size) {
-        piece.resize(size);
-        same = same && in.read(piece.data(), static_cast<std::streamsize>(size)) &&
-               std::memcmp(piece.data(), data, size) == 0;
+        const auto length = static_cast<long long>(size);
+        require(out.Write(data, length) == length);
     });
-    return same && in.peek() == std::ifstream::traits_type::eof();
+    require(out.Close());
 }
 
 std::string ZipArchive::LinkTarget(const ZipEntry& entry) const {
     constexpr uint64_t kLongest = 4096;
     std::string target;
-    if (entry.size > kLongest) {
-        return target;
+    if (entry.size <= kLongest) {
+        Read(entry, [&](const char* data, size_t size) { target.append(data, size); });
     }
-    Read(entry, [&](const char* data, size_t size) { target.append(data, size); });
     return target;
 }
 
 void WriteZip(const std::string& path,
               const std::vector<std::pair<std::string, std::string>>& files) {
-    int code = 0;
-    zip* archive = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &code);
-    if (archive == nullptr) {
-        Fail(path, ErrorText(code));
-    }
+    zip* archive = OpenZip(path, ZIP_CREATE | ZIP_TRUNCATE);
     for (const auto& [name, file] : files) {
         zip_source_t* source = zip_source_file(archive, file.c_str(), 0, -1);
         const zip_int64_t index =

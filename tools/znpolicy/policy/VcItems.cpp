@@ -6,6 +6,8 @@
 #include <iostream>
 
 #include "EscapeText.h"
+#include "Table.h"
+#include "VcListFormat.h"
 
 static std::string Hex(int32_t value) {
     std::array<char, 16> text = {};
@@ -36,7 +38,7 @@ void PrintVcItems(const std::vector<VekVcItems>& items) {
     table.Print();
 }
 
-// The non-empty pieces between any of the separators.
+// The non-empty pieces of `text` between any of the separators.
 static std::vector<std::string> Pieces(const std::string& text, const char* separators) {
     std::vector<std::string> pieces;
     for (size_t start = 0; start < text.size();) {
@@ -49,36 +51,43 @@ static std::vector<std::string> Pieces(const std::string& text, const char* sepa
     return pieces;
 }
 
-// `text` in quotes, as much of it as fits a message.
+// The beginning of `text` in quotes, short enough for a message.
 static std::string Quoted(const std::string& text) {
     constexpr size_t kShown = 60;
     const std::string shown = text.size() > kShown ? text.substr(0, kShown) + "..." : text;
     return "\"" + Escaped(shown) + "\"";
 }
 
+// Returns what is wrong with one item, or "".
+static std::string ItemProblem(const std::string& item) {
+    if (std::string("@{}").find(item.front()) != std::string::npos) {
+        return " begins with a separator, so it has no fields";
+    }
+    const std::vector<std::string> fields = Pieces(item, "@{}");
+    if (fields.size() < kVcFieldCount) {
+        return " has " + std::to_string(fields.size()) + " fields; " +
+               std::to_string(kVcFieldCount) + " are needed";
+    }
+    for (size_t i = 0; i < fields.size(); ++i) {
+        if (fields[i].size() > kVcFieldMax) {
+            return ", field " + std::to_string(i + 1) + " (" + Quoted(fields[i]) + ") has " +
+                   std::to_string(fields[i].size()) + " characters; at most " +
+                   std::to_string(kVcFieldMax) + " are allowed";
+        }
+    }
+    return "";
+}
+
 std::string DescribeVcProblem(const std::string& list) {
-    constexpr size_t kFieldCount = 7;
-    constexpr size_t kFieldMax = sizeof(VekVcItems::text1) - 1;
     if (list.size() < 2) {
         return "the list is shorter than 2 characters";
     }
     const std::vector<std::string> items = Pieces(list, ",");
     for (size_t i = 0; i < items.size(); ++i) {
-        const std::string where = "item " + std::to_string(i + 1) + " (" + Quoted(items[i]) + ")";
-        if (std::string("@{}").find(items[i].front()) != std::string::npos) {
-            return where + " begins with a separator, so it has no fields";
-        }
-        const std::vector<std::string> fields = Pieces(items[i], "@{}");
-        if (fields.size() < kFieldCount) {
-            return where + " has " + std::to_string(fields.size()) + " fields; 7 are needed";
-        }
-        for (size_t field = 0; field < fields.size(); ++field) {
-            if (fields[field].size() > kFieldMax) {
-                return where + ", field " + std::to_string(field + 1) + " (" +
-                       Quoted(fields[field]) + ") has " + std::to_string(fields[field].size()) +
-                       " characters; at most 31 are allowed";
-            }
+        const std::string problem = ItemProblem(items[i]);
+        if (!problem.empty()) {
+            return "item " + std::to_string(i + 1) + " (" + Quoted(items[i]) + ")" + problem;
         }
     }
-    return "the list cannot be parsed";
+    return "";
 }

@@ -3,5 +3,5 @@
 #include <iostream>
 
 void PrintJson(const Json& document) {
-    std::cout << document.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+    std::cout << document.dump(2, ' ', true, Json::error_handler_t::replace) << '\n';
 }

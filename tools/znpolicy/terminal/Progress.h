@@ -1,4 +1,4 @@
-// A sign of life while long work goes on.
+// Progress of long work.
 #pragma once
 
 #include <atomic>
@@ -9,16 +9,16 @@
 #include <thread>
 
 // Shows a bar on standard error when that is a terminal and the work takes longer than half a
-// second; removes it at the end.
+// second, and removes it at the end.
 class Progress {
    public:
-    // `steps` is the amount of work, or 0 when that is not known: then the time is shown.
+    // `steps` is the amount of work, or 0 when it is not known: then the elapsed time is shown.
     Progress(std::string what, size_t steps);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    // One step is done.
+    // Counts a step as done. Thread-safe.
     void Step() {
         ++done_;
     }

@@ -24,7 +24,7 @@ std::string HumanSize(int64_t bytes) {
     return text.data();
 }
 
-// Characters, not bytes: those of UTF-8 that begin one.
+// Counts characters, not bytes: those bytes of UTF-8 text that start a character.
 static size_t Width(const std::string& cell) {
     return static_cast<size_t>(std::count_if(cell.begin(), cell.end(), [](char c) {
         return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U;

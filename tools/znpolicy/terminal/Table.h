@@ -1,4 +1,4 @@
-// Tables and numbers for people.
+// Tables and numbers for people to read.
 #pragma once
 
 #include <cstdint>

@@ -1,0 +1,45 @@
+// What the installation of one package would do, file by file, without changing anything.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "SimulatedFiles.h"
+#include "ZnSide.h"
+
+enum class FileAction {
+    kInstall,     // creates the file
+    kReplace,     // replaces a file, which is kept as ".bak"
+    kUnchanged,   // the destination has the same contents already
+    kFail,        // cannot be installed; the package ends here
+    kNotReached,  // follows a file that fails
+};
+
+// The name of the action in tables and JSON.
+const char* ActionName(FileAction action);
+
+struct PlannedFile {
+    std::string source;       // name in the package's Common directory
+    std::string destination;  // full path
+    FileAction action = FileAction::kNotReached;
+    std::string reason;        // why it would fail, else ""
+    std::string digest;        // SHA-256 of the package's file; "" when that is missing or empty
+    std::string digestBefore;  // SHA-256 of the file that it finds there; "" when there is none
+    std::string digestAtEnd;   // SHA-256 of the file there after all packages; "" when unknown
+    bool dropsBackup = false;  // an older ".bak" would be deleted
+};
+
+// One installation of one zip: there is one for every record with the digest of the zip.
+struct PlannedPackage {
+    std::string zip;       // full path
+    std::string platform;  // the one that the record asks for
+    std::string reason;    // why it would fail before or after its files, else ""
+    std::vector<PlannedFile> files;
+
+    bool Fails() const;
+};
+
+// Plans the installation of the zip `zip`, whose contents are in the file `contents`. `files` are
+// the destinations as the packages before it leave them, and afterwards as this one does.
+PlannedPackage PlanPackage(const std::string& zip, const std::string& contents,
+                           const std::string& platform, ZnSide side, SimulatedFiles& files);
