@@ -82,6 +82,9 @@ std::string DescribeVcProblem(const std::string& list) {
     if (list.size() < 2) {
         return "the list is shorter than 2 characters";
     }
+    if (list.front() == ',') {
+        return "";  // the library takes it for an empty list
+    }
     const std::vector<std::string> items = Pieces(list, ",");
     for (size_t i = 0; i < items.size(); ++i) {
         const std::string problem = ItemProblem(items[i]);
