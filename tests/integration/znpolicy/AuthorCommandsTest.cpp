@@ -167,7 +167,8 @@ TEST_F(AuthorCommands, BuildKeepsOlderZipOnFailure) {
     EXPECT_THAT(result.err, HasSubstr("Common/b.so is empty"));
     EXPECT_EQ(ReadFile(directory_ / "P_Server.zip"), "older");
     EXPECT_EQ(NamesIn(directory_.Path()).count("P_Server.zip"), 1U);
-    EXPECT_EQ(NamesIn(directory_.Path()).size(), 3U);  // and the folder, and the process directory
+    EXPECT_EQ(NamesIn(directory_.Path()).size(),
+              3U);  // and the package directory, and the process directory
 }
 
 TEST_F(AuthorCommands, BuildNamesZipAfterDirectoryArgument) {

@@ -31,7 +31,7 @@ TEST_F(PolicyCommands, PublishesStandardInput) {
     Publish("5", "<Policy><A>1</A></Policy>");
     EXPECT_EQ(Output({"policy", "show", "5", "A"}), "1\n");
     EXPECT_EQ(Failure({"policy", "publish", "5", "-"}, Input("<Policy><A>1</B></Policy>")),
-              "znpolicy: standard input:1:15: Start-end tags mismatch\n");
+              "znpolicy: standard input:1:15: mismatched tag\n");
 }
 
 TEST_F(PolicyCommands, RefusedDocumentKeepsOldPolicy) {

@@ -77,8 +77,9 @@ TEST_F(RollbackCommand, ReportsLinkLargerThanDeclared) {
     DeclareSize(packages_ + "L_Server.zip", "Common/a", 10);
     WriteFile("/usr/local/plugins/a", "new");
     WriteFile("/usr/local/plugins/a.bak", "old");
-    EXPECT_THAT(Failure({"package", "rollback", packages_ + "L_Server.zip"}),
-                HasSubstr("Common/a: larger than the 10 bytes that the zip declares"));
+    const ProcessResult result = Run({"package", "rollback", packages_ + "L_Server.zip"});
+    EXPECT_EQ(result.exitCode, kFailed);
+    EXPECT_THAT(result.out, HasSubstr("Common/a: larger than the 10 bytes that the zip declares"));
     EXPECT_EQ(ReadFile("/usr/local/plugins/a"), "new");
 }
 

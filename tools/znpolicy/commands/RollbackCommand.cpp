@@ -17,10 +17,9 @@ static void RollBackPackage(const std::string& package, bool force, bool json) {
     Table table({"FILE", "RESULT", "REASON"});
     size_t notRestored = 0;
     for (const RolledBackFile& file : files) {
-        document.push_back({{"file", file.destination},
-                            {"result", ActionName(file.action)},
-                            {"reason", file.reason}});
-        table.AddRow({file.destination, ActionName(file.action), file.reason});
+        document.push_back(
+            {{"file", file.destination}, {"result", file.result}, {"reason", file.reason}});
+        table.AddRow({file.destination, file.result, file.reason});
         notRestored += file.reason.empty() ? 0 : 1;
     }
     if (json) {

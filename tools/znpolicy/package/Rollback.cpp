@@ -8,40 +8,39 @@
 #include <filesystem>
 
 #include "ManifestFormat.h"
+#include "PackageError.h"
 #include "UnpackedPackage.h"
 #include "ZnCrypto.h"
+
+// Why a file is not known to be the package's, or "".
+static std::string Difference(const UnpackedPackage& package, const std::string& name,
+                              const std::string& destination) {
+    try {
+        const auto file = package.Look(std::string(kPayloadDirectory) + "/" + name);
+        const bool isSame =
+            file && !file->digest.empty() && file->digest == ZnSha256::FileSha256Value(destination);
+        return isSame ? "" : "differs from the package's file";
+    } catch (const PackageError& error) {
+        return error.what();
+    }
+}
 
 static RolledBackFile RollBackFile(const UnpackedPackage& package, const std::string& name,
                                    const std::string& destination, bool force) {
     const std::string backup = destination + ".bak";
     if (access(backup.c_str(), F_OK) != 0) {
-        return {destination, RollbackAction::kNoBackup, ""};
+        return {destination, "no backup", ""};
     }
     if (!force && access(destination.c_str(), F_OK) == 0) {
-        const auto file = package.Look(std::string(kPayloadDirectory) + "/" + name);
-        if (!file || file->digest.empty() ||
-            file->digest != ZnSha256::FileSha256Value(destination)) {
-            return {destination, RollbackAction::kKept, "differs from the package's file"};
+        const std::string difference = Difference(package, name, destination);
+        if (!difference.empty()) {
+            return {destination, "kept", difference};
         }
     }
     if (std::rename(backup.c_str(), destination.c_str()) != 0) {
-        return {destination, RollbackAction::kFailed, std::strerror(errno)};
+        return {destination, "failed", std::strerror(errno)};
     }
-    return {destination, RollbackAction::kRestored, ""};
-}
-
-const char* ActionName(RollbackAction action) {
-    switch (action) {
-        case RollbackAction::kRestored:
-            return "restored";
-        case RollbackAction::kNoBackup:
-            return "no backup";
-        case RollbackAction::kKept:
-            return "kept";
-        case RollbackAction::kFailed:
-            return "failed";
-    }
-    return "";
+    return {destination, "restored", ""};
 }
 
 std::vector<RolledBackFile> RollBack(const std::string& package, bool force) {

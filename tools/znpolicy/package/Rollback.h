@@ -4,19 +4,9 @@
 #include <string>
 #include <vector>
 
-enum class RollbackAction {
-    kRestored,  // the ".bak" is back in its place
-    kNoBackup,  // nothing was replaced, or it has been restored already
-    kKept,      // the file was changed since the installation
-    kFailed,
-};
-
-// The name of the action in tables and JSON.
-const char* ActionName(RollbackAction action);
-
 struct RolledBackFile {
     std::string destination;
-    RollbackAction action;
+    const char* result;  // "restored", "no backup", "kept" (it was changed since) or "failed"
     std::string reason;  // why it was kept or failed, else ""
 };
 

@@ -7,7 +7,7 @@
 #include "Manifest.h"
 #include "ZipArchive.h"
 
-// Unpacking overwrites what the zip contains and keeps whatever else is in the directory; this is
+// Unpacking overwrites what the zip contains and keeps everything else in the directory; this is
 // the union of the two. Everything throws PackageError when the zip cannot be read.
 class UnpackedPackage {
    public:
