@@ -1,90 +1,60 @@
 #include "IniCache.h"
 
 #include <algorithm>
-#include <mutex>
-#include <optional>
 #include <utility>
-#include <vector>
-
-#include "IniFile.h"
 
 namespace {
 
-// A file as it was when it was last read.
-struct Known {
-    FileStamp stamp;
-    bool settled = false;
-    std::shared_ptr<const IniDocument> document;
-};
-
-class IniCache {
-   public:
-    // What is known of the file with this stamp, or of an earlier state of the same file.
-    std::optional<Known> Find(const FileStamp& stamp) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        if (!MoveToFront(stamp)) {
-            return std::nullopt;
-        }
-        return known_.front();
-    }
-
-    // Remembers a file in place of what was known of it, and forgets the one not used for longest.
-    void Keep(Known known) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        if (MoveToFront(known.stamp)) {
-            known_.front() = std::move(known);
-            return;
-        }
-        if (known_.size() == kMaxFiles) {
-            known_.pop_back();
-        }
-        known_.insert(known_.begin(), std::move(known));
-    }
-
-   private:
-    static constexpr size_t kMaxFiles = 8;
-
-    // False when nothing is known of the file.
-    bool MoveToFront(const FileStamp& stamp) {
-        const auto found = std::find_if(known_.begin(), known_.end(), [&](const Known& known) {
-            return known.stamp.IsOfSameFile(stamp);
-        });
-        if (found == known_.end()) {
-            return false;
-        }
-        std::rotate(known_.begin(), found, found + 1);
-        return true;
-    }
-
-    std::mutex mutex_;
-    std::vector<Known> known_;  // the one used last comes first
-};
-
-// Never destroyed: other libraries may still read settings while the process ends.
-IniCache& Cache() {
-    static auto* const cache = new IniCache;
-    return *cache;
-}
+constexpr size_t kMaxDocuments = 8;
+constexpr size_t kMaxTextSize = size_t{32} << 20;  // enough for any single file
 
 }  // namespace
 
-std::shared_ptr<const IniDocument> OpenIni(const char* path) {
-    const std::optional<FileStamp> stamp = StampOf(path);
+std::shared_ptr<const IniDocument> IniCache::Open(const char* path) {
+    const std::optional<FileStamp> stamp = access_.stampOf(path);
     if (!stamp) {
         return nullptr;
     }
-    std::optional<Known> known = Cache().Find(*stamp);
-    if (known && known->settled && known->stamp == *stamp) {
-        return known->document;
+    const std::optional<CacheEntry> cached = Find(*stamp);
+    if (cached && cached->isStable && cached->stamp == *stamp) {
+        return cached->document;
     }
-    std::optional<FileContents> contents = ReadContents(path);
+    std::optional<FileContents> contents = access_.read(path);
     if (!contents) {
         return nullptr;
     }
-    const bool same = known && known->document->Text() == contents->text;
-    auto document = same ? known->document : IniDocument::Parse(std::move(contents->text));
+    const bool isSame = cached && cached->document->Text() == contents->text;
+    auto document = isSame ? cached->document : IniDocument::Parse(std::move(contents->text));
     if (document) {
-        Cache().Keep({contents->stamp, contents->settled, document});
+        Keep({contents->stamp, contents->isStable, document});
     }
     return document;
+}
+
+std::optional<IniCache::CacheEntry> IniCache::Find(const FileStamp& stamp) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const auto& entry) {
+        return entry.stamp.IsOfSameFile(stamp);
+    });
+    if (found == entries_.end()) {
+        return std::nullopt;
+    }
+    std::rotate(entries_.begin(), found, found + 1);
+    return entries_.front();
+}
+
+void IniCache::Keep(CacheEntry entry) {
+    // Documents are freed here only after the lock is released: freeing a large one takes a while.
+    std::vector<CacheEntry> dropped;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<CacheEntry> kept;
+    size_t textSize = entry.document->Text().size();
+    kept.push_back(std::move(entry));
+    for (CacheEntry& old : entries_) {
+        textSize += old.document->Text().size();
+        const bool keep = !old.stamp.IsOfSameFile(kept.front().stamp) &&
+                          kept.size() < kMaxDocuments && textSize <= kMaxTextSize;
+        (keep ? kept : dropped).push_back(std::move(old));
+    }
+    entries_.swap(kept);
 }

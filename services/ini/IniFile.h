@@ -1,4 +1,4 @@
-// Reading files, and telling whether they changed since.
+// Reading files, and detecting whether they have changed since.
 #pragma once
 
 #include <sys/stat.h>
@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-// What the file system tells of the state of a file. A file that changed has another stamp, unless
+// The state of a file as the file system reports it. A changed file has a different stamp, unless
 // it changed again within the same tick of the file system's clock.
 struct FileStamp {
     dev_t device = 0;
@@ -23,18 +23,22 @@ struct FileStamp {
     bool operator==(const FileStamp& other) const;
 };
 
-// What was read from a file.
 struct FileContents {
     std::string text;
-    FileStamp stamp;  // from just before the reading
-    // Whether every later change will show in the stamp, because the tick of the last change was
-    // over when the file was read.
-    bool settled = false;
+    FileStamp stamp;  // from just before reading
+
+    // Whether every later change will show in the stamp, because the clock tick of the last change
+    // had passed when the file was read.
+    bool isStable = false;
 };
 
-// The stamp of the regular file `path`, or nothing when there is none.
+// Returns the stamp of the regular file `path`, or nothing when there is none.
 std::optional<FileStamp> StampOf(const char* path);
 
-// Reads the regular file `path`. Returns nothing when there is none, when it cannot be read, or
-// when it is larger than 16 MiB, as no INI file is. Never waits for a pipe.
-std::optional<FileContents> ReadContents(const char* path);
+// Reads the regular file `path`; `now` is the current time. Returns nothing when the file does not
+// exist, cannot be read or is larger than 16 MiB. Never waits for a FIFO.
+std::optional<FileContents> ReadContents(const char* path, const timespec& now);
+
+// Whether the file system clock's tick in which a file `changed` has passed: false while the file
+// could change again without a new stamp, and for a time in the future.
+bool IsTickOver(const timespec& changed, const timespec& now);

@@ -1,5 +1,7 @@
 #include "ZnIni.h"
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cstring>
@@ -23,28 +25,29 @@ void CopyCut(std::string_view text, char* buffer, int bufferSize) {
     buffer[length] = '\0';
 }
 
-// The document in `file`; null when there is none, or no memory to read it.
+std::optional<FileContents> ReadNow(const char* path) {
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return ReadContents(path, now);
+}
+
+// Never destroyed, because other libraries may still read settings while the process ends.
+IniCache& cache = *new IniCache({StampOf, ReadNow});
+
+// Returns the document in `file`; null when it cannot be read or memory runs out.
 std::shared_ptr<const IniDocument> Open(const char* file) try {
-    return file != nullptr ? OpenIni(file) : nullptr;
+    return file != nullptr ? cache.Open(file) : nullptr;
 } catch (const std::exception&) {
     return nullptr;
 }
 
-const IniDocument::Section* FindSection(const IniDocument* document, const char* section) {
-    return document != nullptr && section != nullptr ? document->Find(section) : nullptr;
-}
-
-// The value of `key` in `[section]`, or null. It lives as long as the document.
+// Returns the value of `key` in `[section]`, or null. It lives as long as the document.
 const char* FindValue(const IniDocument* document, const char* section, const char* key) {
-    const IniDocument::Section* const entries = FindSection(document, section);
-    if (entries == nullptr || key == nullptr) {
-        return nullptr;
-    }
-    const auto found = entries->find(key);
-    return found != entries->end() ? found->second : nullptr;
+    const bool isComplete = document != nullptr && section != nullptr && key != nullptr;
+    return isComplete ? document->Value(section, key) : nullptr;
 }
 
-// The decimal number with an optional sign that is all of `text`.
+// Parses `text` as a decimal number with an optional sign.
 std::optional<int> ParseInt(std::string_view text) {
     const bool plus = text.size() > 1 && text[0] == '+' && text[1] != '-';
     const char* const begin = text.data() + (plus ? 1 : 0);
@@ -82,15 +85,12 @@ int IniGetInt(const char* section, const char* key, int defaultValue, const char
 
 int IniGetStringItems(const char* section, std::set<std::string>& keys, const char* file) try {
     const auto document = Open(file);
-    const auto* const entries = FindSection(document.get(), section);
-    std::set<std::string> found;  // apart from `keys`, which `section` may be one of
-    if (entries != nullptr) {
-        for (const auto& entry : *entries) {
-            found.emplace(entry.first);
-        }
+    if (!document || section == nullptr || !document->HasSection(section)) {
+        keys.clear();
+        return kMissing;
     }
-    keys.swap(found);
-    return entries != nullptr ? kFound : kMissing;
+    keys = document->Keys(section);  // built first, because `section` may point into `keys`
+    return kFound;
 } catch (const std::exception&) {
     keys.clear();
     return kMissing;
