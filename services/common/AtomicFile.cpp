@@ -1,7 +1,6 @@
 #include "AtomicFile.h"
 
 #include <fcntl.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,29 +8,14 @@
 #include <cstdio>
 
 #include "SyncToDisk.h"
+#include "TemporaryFiles.h"
 
-namespace {
-
-// An unpredictable name in the directory of `path`, so that nobody can occupy it beforehand.
-std::string TemporaryNameBeside(const std::string& path) {
-    static const char kDigits[] = "0123456789abcdef";
-    unsigned char random[8] = {};
-    // Without entropy the name is predictable; creating it exclusively is still safe.
-    (void)getentropy(random, sizeof random);
-    std::string name = path.substr(0, path.rfind('/') + 1) + AtomicFile::kTemporaryPrefix;
-    for (const unsigned char byte : random) {
-        name += kDigits[byte >> 4];
-        name += kDigits[byte & 15];
-    }
-    return name;
-}
-
-}  // namespace
-
-AtomicFile::AtomicFile(const std::string& path, mode_t mode)
-    : path_(path),
-      temporary_(TemporaryNameBeside(path_)),
-      file_(FileDescriptor::Open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL, mode)) {
+AtomicFile::AtomicFile(const std::string& path, mode_t mode) : path_(path) {
+    // Another process may remove the file before it is claimed; it then gets another name.
+    do {
+        temporary_ = TemporaryNameBeside(path_);
+        file_ = FileDescriptor::Open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL, mode);
+    } while (file_.IsOpen() && !ClaimTemporaryFile(file_, temporary_));
     if (!file_.IsOpen()) {
         temporary_.clear();
     }
@@ -50,10 +34,12 @@ bool AtomicFile::SetMode(mode_t mode) const {
 }
 
 bool AtomicFile::Commit() {
-    if (!SyncToDisk(file_.Get()) || !file_.Close() ||
-        rename(temporary_.c_str(), path_.c_str()) != 0) {
+    // The file stays open until it is renamed: closing it would give up the claim.
+    if (!SyncToDisk(file_.Get()) || rename(temporary_.c_str(), path_.c_str()) != 0) {
         return false;
     }
     temporary_.clear();
+    file_.Close();
+    RemoveAbandonedFilesBeside(path_);
     return true;
 }

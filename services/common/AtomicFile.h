@@ -8,12 +8,10 @@
 #include "FileDescriptor.h"
 
 // Writes a temporary file in the same directory, fsyncs it and renames it over `path`. Without a
-// successful Commit() the temporary file is removed and `path` is untouched. The temporary file's
-// name begins with kTemporaryPrefix, so that what a crash leaves behind can be recognised.
+// successful Commit() the temporary file is removed and `path` is untouched. What a killed process
+// leaves behind is removed by a later Commit() in the same directory; see TemporaryFiles.h.
 class AtomicFile {
    public:
-    static constexpr const char* kTemporaryPrefix = ".zn-";
-
     // Creates the temporary file for `path` with the permissions `mode` less the umask. Check
     // IsOpen() afterwards; errno tells why it is not.
     AtomicFile(const std::string& path, mode_t mode);
@@ -38,7 +36,7 @@ class AtomicFile {
     bool Commit();
 
    private:
-    std::string path_;
-    std::string temporary_;  // empty once there is nothing to remove
+    const std::string path_;
+    std::string temporary_;  // empty when there is nothing to remove
     FileDescriptor file_;
 };

@@ -6,24 +6,53 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
+#include <optional>
 
 namespace {
 
-// Repeats `operation` while a signal interrupts it.
-template <typename Operation>
-auto RetryOnEintr(Operation operation) {
-    auto result = operation();
-    while (result < 0 && errno == EINTR) {
-        result = operation();
+// While it lives, /dev/null takes the place of closed standard descriptors. A file opened for
+// writing would get one of their numbers for a moment, long enough for output of other threads.
+class StandardDescriptorGuard {
+   public:
+    StandardDescriptorGuard() {
+        for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+            if (fcntl(fd, F_GETFD) < 0) {
+                guards_[fd] = open("/dev/null", O_RDWR | O_CLOEXEC);
+            }
+        }
     }
-    return result;
+    ~StandardDescriptorGuard() {
+        for (const int guard : guards_) {
+            if (guard >= 0) {
+                close(guard);
+            }
+        }
+    }
+    StandardDescriptorGuard(const StandardDescriptorGuard&) = delete;
+    StandardDescriptorGuard& operator=(const StandardDescriptorGuard&) = delete;
+
+   private:
+    int guards_[STDERR_FILENO + 1] = {-1, -1, -1};
+};
+
+// Moves a standard descriptor to another number.
+FileDescriptor AboveStandard(int fd) {
+    if (fd > STDERR_FILENO || fd < 0) {
+        return FileDescriptor(fd);
+    }
+    const FileDescriptor low(fd);
+    return FileDescriptor(fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
 }  // namespace
 
-FileDescriptor FileDescriptor::Open(const char* path, int flags, mode_t mode) {
-    return FileDescriptor(RetryOnEintr([&] { return open(path, flags | O_CLOEXEC, mode); }));
+FileDescriptor FileDescriptor::OpenAt(int directory, const char* path, int flags, mode_t mode) {
+    std::optional<StandardDescriptorGuard> guard;
+    if ((flags & O_ACCMODE) != O_RDONLY) {
+        guard.emplace();
+    }
+    return AboveStandard(
+        RetryOnEintr([&] { return openat(directory, path, flags | O_CLOEXEC, mode); }));
 }
 
 FileDescriptor FileDescriptor::OpenRegularFile(const char* path) {
@@ -92,6 +121,24 @@ bool FileDescriptor::ReadAll(std::string& text, std::size_t maxSize) const {
         text.append(buffer.data(), static_cast<std::size_t>(count));
     }
     return count == 0;
+}
+
+bool FileDescriptor::ReadBlocks(
+    const std::function<bool(const char* data, std::size_t size)>& consume) const {
+    struct stat status = {};
+    if (fstat(fd_, &status) != 0) {
+        return false;
+    }
+    std::array<char, 65536> buffer;
+    off_t left = status.st_size;
+    ssize_t count = 0;
+    while ((count = Read(buffer.data(), buffer.size())) > 0) {
+        left -= count;
+        if (left < 0 || !consume(buffer.data(), static_cast<std::size_t>(count))) {
+            return false;
+        }
+    }
+    return count == 0 && left == 0;
 }
 
 long long FileDescriptor::Write(const char* data, long long length) const {

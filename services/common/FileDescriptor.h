@@ -1,10 +1,23 @@
 // An owned file descriptor with complete, EINTR-safe reads and writes.
 #pragma once
 
+#include <fcntl.h>
 #include <sys/types.h>
 
+#include <cerrno>
 #include <cstddef>
+#include <functional>
 #include <string>
+
+// Repeats a system call while a signal interrupts it.
+template <typename Operation>
+auto RetryOnEintr(Operation operation) {
+    auto result = operation();
+    while (result < 0 && errno == EINTR) {
+        result = operation();
+    }
+    return result;
+}
 
 // Owns an open file descriptor, or none. Not safe for concurrent use. Failures set errno.
 class FileDescriptor {
@@ -17,7 +30,16 @@ class FileDescriptor {
 
     // Opens `path` with O_CLOEXEC added to `flags`; `mode` (less the umask) is used when the file
     // is created. Check IsOpen() afterwards.
-    static FileDescriptor Open(const char* path, int flags, mode_t mode = 0);
+    //
+    // The descriptor is never 0, 1 or 2, even where these are closed: other parts of the process
+    // read standard input and write standard output and error without opening them, and would read
+    // or write this file.
+    static FileDescriptor Open(const char* path, int flags, mode_t mode = 0) {
+        return OpenAt(AT_FDCWD, path, flags, mode);
+    }
+
+    // The same for a path relative to the open directory `directory`.
+    static FileDescriptor OpenAt(int directory, const char* path, int flags, mode_t mode = 0);
 
     // Opens `path` for reading without ever waiting for the other end of a FIFO. Succeeds for
     // regular files only; anything else fails with EISDIR for a directory and EINVAL otherwise.
@@ -57,6 +79,11 @@ class FileDescriptor {
     // Appends everything up to the end of the file to `text`. Returns false on an error, and with
     // EFBIG as soon as more than `maxSize` bytes were read.
     bool ReadAll(std::string& text, std::size_t maxSize) const;
+
+    // Passes the contents of a regular file to `consume`, block by block. Returns false on an
+    // error, when `consume` returns false, and when the file does not end at the size that it had
+    // at the beginning: it is being changed, or has no fixed size.
+    bool ReadBlocks(const std::function<bool(const char* data, std::size_t size)>& consume) const;
 
     // Writes `length` bytes. Returns the number of bytes written: fewer than `length` after an
     // error.

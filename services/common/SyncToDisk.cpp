@@ -3,23 +3,17 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
-
 #include "FileDescriptor.h"
 
 bool SyncToDisk(int fd) {
 #ifdef __APPLE__
-    // fsync() alone leaves the data in the drive's cache there. Not every file system supports the
-    // stronger request.
+    // There, fsync() leaves the data in the drive's cache. Not every file system supports
+    // F_FULLFSYNC.
     if (fcntl(fd, F_FULLFSYNC) == 0) {
         return true;
     }
 #endif
-    int result = fsync(fd);
-    while (result < 0 && errno == EINTR) {
-        result = fsync(fd);
-    }
-    return result == 0;
+    return RetryOnEintr([&] { return fsync(fd); }) == 0;
 }
 
 bool SyncDirectoryToDisk(const std::string& path) {

@@ -1,15 +1,16 @@
 #include <openssl/evp.h>
+#include <pthread.h>
 
 #include <array>
+#include <exception>
 #include <memory>
+#include <mutex>
 
 #include "FileDescriptor.h"
 #include "ZnCrypto.h"
 
 namespace {
 
-// Large enough that system calls cost nothing beside the hashing, small enough for any stack.
-constexpr size_t kBufferSize = size_t{64} * 1024;
 constexpr size_t kDigestSize = 32;
 
 using Digest = std::array<unsigned char, kDigestSize>;
@@ -20,26 +21,33 @@ struct FreeContext {
     }
 };
 
-// Fetched once and kept until the process ends: looking an algorithm up costs more than hashing a
-// small file. Null when libcrypto offers no SHA-256.
+std::mutex mutex;
+
+// Fetching takes locks inside libcrypto. A child process forked meanwhile would wait for them
+// forever, so forks wait until it is done.
+[[maybe_unused]] const int forkHandlers =
+    pthread_atfork([] { mutex.lock(); }, [] { mutex.unlock(); }, [] { mutex.unlock(); });
+
+// Returns the algorithm, or null when libcrypto offers no SHA-256. It is fetched only once, because
+// that takes longer than hashing a small file.
 const EVP_MD* Sha256() {
-    static const EVP_MD* const algorithm = EVP_MD_fetch(nullptr, "SHA256", nullptr);
+    static const EVP_MD* algorithm = nullptr;
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (algorithm == nullptr) {
+        algorithm = EVP_MD_fetch(nullptr, "SHA256", nullptr);
+    }
     return algorithm;
 }
 
-bool HashToEnd(const FileDescriptor& file, Digest& digest) {
+bool HashFile(const FileDescriptor& file, Digest& digest) {
+    const EVP_MD* const algorithm = Sha256();
     const std::unique_ptr<EVP_MD_CTX, FreeContext> context(EVP_MD_CTX_new());
-    if (!context || EVP_DigestInit_ex2(context.get(), Sha256(), nullptr) != 1) {
-        return false;
-    }
-    unsigned char buffer[kBufferSize];
-    ssize_t length = 0;
-    while ((length = file.Read(buffer, sizeof buffer)) > 0) {
-        if (EVP_DigestUpdate(context.get(), buffer, static_cast<size_t>(length)) != 1) {
-            return false;
-        }
-    }
-    return length == 0 && EVP_DigestFinal_ex(context.get(), digest.data(), nullptr) == 1;
+    return algorithm != nullptr && context &&
+           EVP_DigestInit_ex2(context.get(), algorithm, nullptr) == 1 &&
+           file.ReadBlocks([&](const char* data, size_t size) {
+               return EVP_DigestUpdate(context.get(), data, size) == 1;
+           }) &&
+           EVP_DigestFinal_ex(context.get(), digest.data(), nullptr) == 1;
 }
 
 std::string LowerCaseHex(const Digest& digest) {
@@ -55,14 +63,13 @@ std::string LowerCaseHex(const Digest& digest) {
 
 }  // namespace
 
-std::string ZnSha256::FileSha256Value(std::string path) {
+std::string ZnSha256::FileSha256Value(std::string path) try {
     if (path.find('\0') != std::string::npos) {
-        return "";  // the system would read the file named by what stands before it
+        return "";  // the system would open the path before the NUL
     }
     const FileDescriptor file = FileDescriptor::OpenRegularFile(path.c_str());
     Digest digest = {};
-    if (!file.IsOpen() || Sha256() == nullptr || !HashToEnd(file, digest)) {
-        return "";
-    }
-    return LowerCaseHex(digest);
+    return file.IsOpen() && HashFile(file, digest) ? LowerCaseHex(digest) : "";
+} catch (const std::exception&) {
+    return "";
 }

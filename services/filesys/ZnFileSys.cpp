@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <exception>
 
@@ -18,8 +17,8 @@ namespace {
 constexpr mode_t kPermissions = 0777;
 constexpr mode_t kNewFile = 0666;
 
-// Whether a file may be put at `path`: nothing is there, a file, or a link. `old` describes what is
-// there; its mode is 0 when there is nothing.
+// Whether `path` may be replaced: it is a file or a link, or does not exist. `old` receives its
+// status; the mode is 0 when it does not exist.
 bool IsReplaceable(const char* path, struct stat& old) {
     old = {};
     if (lstat(path, &old) != 0) {
@@ -29,16 +28,10 @@ bool IsReplaceable(const char* path, struct stat& old) {
 }
 
 bool CopyContents(const FileDescriptor& from, const FileDescriptor& to) {
-    std::array<char, 65536> buffer;
-    for (;;) {
-        const ssize_t count = from.Read(buffer.data(), buffer.size());
-        if (count <= 0) {
-            return count == 0;
-        }
-        if (to.Write(buffer.data(), count) != count) {
-            return false;
-        }
-    }
+    return from.ReadBlocks([&](const char* data, size_t size) {
+        const auto length = static_cast<long long>(size);
+        return to.Write(data, length) == length;
+    });
 }
 
 bool WriteWhole(const char* path, const char* data, long long length) {
@@ -83,7 +76,7 @@ int ZnDir::ZnMkDir(const char* path, unsigned short mode) {
 }
 
 int ZnFile::RemoveFile(const char* path) {
-    // Looked at first, because some systems let the superuser unlink a directory.
+    // Checked first, because some systems let the superuser unlink a directory.
     struct stat status;
     if (path == nullptr || lstat(path, &status) != 0 || S_ISDIR(status.st_mode)) {
         return -1;

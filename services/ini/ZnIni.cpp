@@ -34,6 +34,10 @@ std::optional<FileContents> ReadNow(const char* path) {
 // Never destroyed, because other libraries may still read settings while the process ends.
 IniCache& cache = *new IniCache({StampOf, ReadNow});
 
+// Keeps the cache usable in a child process forked while another thread is inside it.
+[[maybe_unused]] const int forkHandlers =
+    pthread_atfork([] { cache.Lock(); }, [] { cache.Unlock(); }, [] { cache.Unlock(); });
+
 // Returns the document in `file`; null when it cannot be read or memory runs out.
 std::shared_ptr<const IniDocument> Open(const char* file) try {
     return file != nullptr ? cache.Open(file) : nullptr;

@@ -1,9 +1,13 @@
 #include "ZnLogger.h"
 
+#include <pthread.h>
+
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <exception>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -23,14 +27,46 @@ struct State {
     }
 
     const int threshold;
-    LogOutput output;
+    LogOutput output;  // guarded by `mutex`
 };
 
-// Made at first use and never destroyed, so that destructors of other static objects may log.
-State& TheState() {
-    static auto* const state = new State(ReadLogSettings());
-    return *state;
+std::mutex mutex;
+std::atomic<State*> state;
+
+// Keeps the logger usable in a child process forked while another thread writes a record.
+[[maybe_unused]] const int forkHandlers =
+    pthread_atfork([] { mutex.lock(); }, [] { mutex.unlock(); }, [] { mutex.unlock(); });
+
+// Returns the state, which is created at first use and never destroyed, so that destructors of
+// other static objects may log. Null when there is no memory for it.
+State* GetState() try {
+    State* known = state.load(std::memory_order_acquire);
+    if (known == nullptr) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        known = state.load(std::memory_order_relaxed);
+        if (known == nullptr) {
+            known = new State(ReadLogSettings());
+            state.store(known, std::memory_order_release);
+        }
+    }
+    return known;
+} catch (const std::exception&) {
+    return nullptr;
 }
+
+// Restores errno.
+class ErrnoKeeper {
+   public:
+    ErrnoKeeper() = default;
+    ~ErrnoKeeper() {
+        errno = error_;
+    }
+    ErrnoKeeper(const ErrnoKeeper&) = delete;
+    ErrnoKeeper& operator=(const ErrnoKeeper&) = delete;
+
+   private:
+    const int error_ = errno;
+};
 
 spdlog::level::level_enum SpdlogLevel(int severity) {
     switch (severity) {
@@ -49,7 +85,7 @@ std::string_view OrEmpty(const char* text) {
     return text != nullptr ? text : "";
 }
 
-// The name of a source file without its directories, which are those of a build machine.
+// The name of a source file without its directories, which are those of the build machine.
 std::string_view FileName(const char* path) {
     const std::string_view text = OrEmpty(path);
     return text.substr(text.rfind('/') + 1);
@@ -69,19 +105,20 @@ void AppendTag(std::string& line, const char* tag) {
 
 ZnLogger* ZnLogger::GetInstance() {
     static ZnLogger instance;
-    TheState();
+    const ErrnoKeeper errnoKeeper;
+    GetState();
     return &instance;
 }
 
 void ZnLogger::Log(const char* file, int line, const char* function, const char* tag1,
                    const char* tag2, LogLevel level, const char* format, ...) {
-    State& state = TheState();
+    const ErrnoKeeper errnoKeeper;
+    State* const current = GetState();
     const int severity = std::clamp(static_cast<int>(level), static_cast<int>(LogLevelError),
                                     static_cast<int>(LogLevelDebug));
-    if (severity > state.threshold) {
+    if (current == nullptr || severity > current->threshold) {
         return;
     }
-    const int errorOfCaller = errno;
     va_list arguments;
     va_start(arguments, format);
     try {
@@ -94,11 +131,12 @@ void ZnLogger::Log(const char* file, int line, const char* function, const char*
         AppendTag(record, tag2);
         record += ' ';
         AppendEscaped(record, text);
-        state.output.Write(SpdlogLevel(severity), record);
+        const std::lock_guard<std::mutex> lock(mutex);
+        current->output.Write(SpdlogLevel(severity), record);
     } catch (const std::exception&) {
-        // Out of memory: the record is lost, and the caller goes on. Nothing wider is caught, for
-        // the cancelling of a thread has to pass.
+        // Out of memory. Nothing else is caught: cancelling a thread must pass.
+        const std::lock_guard<std::mutex> lock(mutex);
+        current->output.CountLost();
     }
     va_end(arguments);
-    errno = errorOfCaller;
 }

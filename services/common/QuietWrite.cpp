@@ -1,0 +1,64 @@
+#include "QuietWrite.h"
+
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+
+#include "FileDescriptor.h"
+#include "SignalBlocker.h"
+
+namespace {
+
+// How many bytes can be written at once without waiting when poll() reports room. A terminal that
+// is stuck takes fewer than a pipe.
+std::size_t RoomAfterPoll(int fd, const struct stat& status) {
+    constexpr std::size_t kTerminalRoom = 100;
+    return S_ISCHR(status.st_mode) && isatty(fd) == 1 ? kTerminalRoom : PIPE_BUF;
+}
+
+// Whether `size` more bytes exceed the limit for file sizes.
+bool ExceedsSizeLimit(const struct stat& status, std::size_t size) {
+    rlimit limit = {};
+    return getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY &&
+           static_cast<rlim_t>(status.st_size) + size > limit.rlim_cur;
+}
+
+bool HasRoom(int fd) {
+    pollfd room = {fd, POLLOUT, 0};
+    return RetryOnEintr([&] { return poll(&room, 1, 0); }) > 0;
+}
+
+}  // namespace
+
+std::size_t QuietWrite(int fd, std::string_view text) {
+    struct stat status = {};
+    if (fstat(fd, &status) != 0) {
+        return 0;
+    }
+    const bool isFile = S_ISREG(status.st_mode);
+    if (isFile && ExceedsSizeLimit(status, text.size())) {
+        errno = EFBIG;
+        return 0;
+    }
+    const std::size_t largest = isFile ? text.size() : RoomAfterPoll(fd, status);
+    const SignalBlocker signalBlocker(fd);
+    std::size_t written = 0;
+    while (written < text.size()) {
+        if (!isFile && !HasRoom(fd)) {
+            errno = EAGAIN;
+            break;
+        }
+        const std::size_t size = std::min(text.size() - written, largest);
+        const ssize_t count = RetryOnEintr([&] { return write(fd, text.data() + written, size); });
+        if (count <= 0) {
+            break;
+        }
+        written += static_cast<std::size_t>(count);
+    }
+    return written;
+}
