@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <exception>
 #include <limits>
 #include <string_view>
 #include <utility>
@@ -15,13 +16,15 @@ namespace {
 
 namespace dom = simdjson::dom;
 
-// simdjson counts the elements of an array or object up to this number and no further.
+// simdjson counts the elements of an array or object only up to this number.
 constexpr size_t kCountIsAtLeast = 0xFFFFFF;
 
-// Looking through fewer members than this one by one is quicker than keeping an index of them.
+// Objects with fewer members are searched one by one, which is faster than indexing them.
 constexpr size_t kWideObject = 64;
 
-// RFC 8259 lets a parser ignore a byte order mark, which some editors put before a text.
+constexpr int kMaxDepth = 1023;
+
+// RFC 8259 lets a parser ignore a byte order mark, which some editors add.
 std::string_view WithoutByteOrderMark(std::string_view text) {
     constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
     if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
@@ -30,7 +33,7 @@ std::string_view WithoutByteOrderMark(std::string_view text) {
     return text;
 }
 
-// An element of an array or a member of an object. Its value is made when it is first asked for.
+// An element of an array or a member of an object. Its value is created on first use.
 struct Child {
     std::string_view name;  // empty in an array
     dom::element element;
@@ -46,7 +49,7 @@ std::vector<Child> ChildrenOf(dom::array array) {
     return children;
 }
 
-// Sorted by name; of members with one name, the first of the text stands first.
+// Sorted by name; members of the same name stay in the order of the text.
 std::vector<Child> ChildrenOf(dom::object object) {
     std::vector<Child> children;
     children.reserve(object.size());
@@ -58,16 +61,37 @@ std::vector<Child> ChildrenOf(dom::object object) {
     return children;
 }
 
+// The nesting depth of a valid JSON text.
+int DepthOf(std::string_view json) {
+    int depth = 0;
+    int deepest = 0;
+    bool isInString = false;
+    for (size_t i = 0; i < json.size(); ++i) {
+        const char c = json[i];
+        if (isInString) {
+            isInString = c != '"';
+            i += c == '\\' ? 1 : 0;
+        } else if (c == '"') {
+            isInString = true;
+        } else if (c == '[' || c == '{') {
+            deepest = std::max(deepest, ++depth);
+        } else if (c == ']' || c == '}') {
+            --depth;
+        }
+    }
+    return deepest;
+}
+
 }  // namespace
 
-// A place in a parsed document. The document is never changed, so all values that come from one
-// text, and their copies, share it.
+// A place in a parsed document. The document is immutable and shared by all values that come from
+// the same text, and their copies.
 struct Value::Impl {
     Impl(std::shared_ptr<const dom::document> itsDocument, dom::element itsElement)
         : document(std::move(itsDocument)), element(itsElement) {}
 
-    // The elements in their order, or the members by name. simdjson finds one only by passing all
-    // those before it, so they are listed once, when the first is asked for.
+    // The elements in their order, or the members by name. They are listed once, on first use,
+    // because simdjson finds one only by passing all those before it.
     std::vector<Child>& Children() {
         if (!listed) {
             dom::array array;
@@ -113,10 +137,15 @@ struct Value::Impl {
         return child != children.end() && child->name == name ? &*child : nullptr;
     }
 
+    // The result for a missing member or position.
+    Value& Nothing() {
+        nothing.impl_.reset();  // a caller may have assigned to it
+        return nothing;
+    }
+
     Value& ValueOf(Child* child) {
         if (child == nullptr) {
-            nothing.impl_.reset();
-            return nothing;
+            return Nothing();
         }
         if (!child->value.impl_) {
             child->value.impl_ = std::make_unique<Impl>(document, child->element);
@@ -124,7 +153,7 @@ struct Value::Impl {
         return child->value;
     }
 
-    // Finds the member `name` without making a value of it.
+    // Finds the member `name` without creating a value for it.
     bool FindMember(std::string_view name, dom::element& member) {
         dom::object object;
         if (element.get(object) != simdjson::SUCCESS) {
@@ -145,8 +174,8 @@ struct Value::Impl {
     const dom::element element;
     std::vector<Child> children;
     bool listed = false;
-    size_t largeSize = 0;  // of an array with more elements than simdjson counts, once counted
-    Value nothing;         // what a missing member or position is
+    size_t largeSize = 0;  // of an array with more elements than simdjson counts; 0: not counted
+    Value nothing;
 };
 
 Value::Value() = default;
@@ -159,42 +188,53 @@ Value::Value(const std::string& text) {
 }
 
 Value::Value(const Value& other) {
-    if (other.impl_) {
-        impl_ = std::make_unique<Impl>(other.impl_->document, other.impl_->element);
-    }
+    *this = other;
 }
 
-Value& Value::operator=(const Value& other) {
-    Value copy(other);  // first, as `other` may be a part of this value
-    impl_.swap(copy.impl_);
+Value& Value::operator=(const Value& other) try {
+    // Copied first, because `other` may be a part of this value.
+    auto copy =
+        other.impl_ ? std::make_unique<Impl>(other.impl_->document, other.impl_->element) : nullptr;
+    impl_ = std::move(copy);
+    return *this;
+} catch (const std::exception&) {
+    impl_.reset();
     return *this;
 }
 
-bool Value::Parse(const std::string& text) {
+bool Value::Parse(const std::string& text) try {
     impl_.reset();
     const std::string_view json = WithoutByteOrderMark(text);
     const auto document = std::make_shared<dom::document>();
     dom::parser parser;
     dom::element root;
+    // simdjson has a limit of its own, but does not count an innermost empty array or object.
     if (parser.parse_into_document(*document, json.data(), json.size()).get(root) !=
-        simdjson::SUCCESS) {
+            simdjson::SUCCESS ||
+        DepthOf(json) > kMaxDepth) {
         return false;
     }
     impl_ = std::make_unique<Impl>(document, root);
     return true;
+} catch (const std::exception&) {
+    return false;
 }
 
 bool Value::IsEmpty() const {
     return !impl_;
 }
 
-// What holds nothing is also what every member and element of it is.
-Value& Value::operator[](const std::string& key) {
+// An empty value is its own member and element.
+Value& Value::operator[](const std::string& key) try {
     return impl_ ? impl_->ValueOf(impl_->ChildNamed(key)) : *this;
+} catch (const std::exception&) {
+    return impl_->Nothing();
 }
 
-Value& Value::operator[](unsigned int index) {
+Value& Value::operator[](unsigned int index) try {
     return impl_ ? impl_->ValueOf(impl_->ChildAt(index)) : *this;
+} catch (const std::exception&) {
+    return impl_->Nothing();
 }
 
 int Value::GetArraySize() const {
@@ -202,11 +242,11 @@ int Value::GetArraySize() const {
     if (!impl_ || impl_->element.get(array) != simdjson::SUCCESS) {
         return 0;
     }
-    // It fits: a text has less than 4 GiB, and an element takes two bytes or more.
+    // Fits into an int: a text is smaller than 4 GiB, and an element takes at least two bytes.
     return static_cast<int>(impl_->Size(array));
 }
 
-bool Value::GetJsonValue(const std::string& key, int& value) const {
+bool Value::GetJsonValue(const std::string& key, int& value) const try {
     dom::element member;
     int64_t number = 0;
     if (!impl_ || !impl_->FindMember(key, member) || member.get(number) != simdjson::SUCCESS ||
@@ -215,9 +255,11 @@ bool Value::GetJsonValue(const std::string& key, int& value) const {
     }
     value = static_cast<int>(number);
     return true;
+} catch (const std::exception&) {
+    return false;
 }
 
-bool Value::Get(const std::string& key, std::string& value) const {
+bool Value::Get(const std::string& key, std::string& value) const try {
     dom::element member;
     std::string_view text;
     if (!impl_ || !impl_->FindMember(key, member) || member.get(text) != simdjson::SUCCESS) {
@@ -226,6 +268,9 @@ bool Value::Get(const std::string& key, std::string& value) const {
     }
     value.assign(text);
     return true;
+} catch (const std::exception&) {
+    value.clear();
+    return false;
 }
 
 }  // namespace ZnJson

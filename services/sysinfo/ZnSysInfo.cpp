@@ -1,5 +1,6 @@
 #include "ZnSysInfo.h"
 
+#include <exception>
 #include <filesystem>
 #include <system_error>
 
@@ -9,6 +10,8 @@
 #include <mach-o/dyld.h>
 
 #include <cstdint>
+#else
+#include <sys/auxv.h>
 #endif
 
 namespace {
@@ -22,24 +25,33 @@ std::string WithoutTrailingSeparators(std::string path) {
     return path;
 }
 
-// The path of the running executable, links resolved; empty when the system does not tell.
-fs::path ExecutablePath() {
+// `path` as an absolute path with links resolved; empty when that is not possible.
+fs::path Resolved(const char* path) {
     std::error_code error;
+    fs::path resolved = fs::canonical(path != nullptr ? path : "", error);
+    return error ? fs::path() : resolved;
+}
+
+// The path of the running executable with links resolved; empty when it is unknown.
 #ifdef __APPLE__
+fs::path ExecutablePath() {
     uint32_t size = 0;
     _NSGetExecutablePath(nullptr, &size);
     std::string path(size, '\0');
-    if (_NSGetExecutablePath(path.data(), &size) != 0) {
-        return {};
-    }
-    fs::path executable = fs::canonical(path.c_str(), error);
-#else
-    fs::path executable = fs::read_symlink("/proc/self/exe", error);
-#endif
-    return error || !executable.is_absolute() ? fs::path() : executable;
+    return _NSGetExecutablePath(path.data(), &size) == 0 ? Resolved(path.c_str()) : fs::path();
 }
+#else
+fs::path ExecutablePath() {
+    std::error_code error;
+    fs::path path = fs::read_symlink("/proc/self/exe", error);
+    if (error) {  // /proc is not mounted
+        path = Resolved(reinterpret_cast<const char*>(getauxval(AT_EXECFN)));
+    }
+    return path.is_absolute() ? path : fs::path();
+}
+#endif
 
-// The directory named by the environment; empty when it names none.
+// The directory that the environment chooses; empty when it chooses none.
 fs::path OverridingDirectory() {
     const char* const directory = GetOverride("ZN_PROCESS_DIRECTORY");
     if (directory == nullptr) {
@@ -52,10 +64,12 @@ fs::path OverridingDirectory() {
 
 }  // namespace
 
-std::string ZnSysInfo::GetCurrentProcessDirectory() {
+std::string ZnSysInfo::GetCurrentProcessDirectory() try {
     fs::path directory = OverridingDirectory();
     if (directory.empty()) {
         directory = ExecutablePath().parent_path();
     }
     return WithoutTrailingSeparators(directory.string());
+} catch (const std::exception&) {
+    return "";
 }

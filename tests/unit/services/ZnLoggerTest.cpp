@@ -1,8 +1,8 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,12 +11,14 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iostream>
 #include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "ChildProcess.h"
+#include "Platform.h"
 #include "RaisedProbe.h"
 #include "TemporaryDirectory.h"
 #include "ZnLogger.h"
@@ -36,16 +38,19 @@ constexpr uintmax_t kFileLimit = 10485760;
 using Environment = std::vector<std::pair<const char*, std::string>>;
 
 // Runs `body` in a process that starts with `environment` and no other ZN_ variables, so that its
-// logger is a fresh one.
+// logger is a fresh one. A logger that hangs is killed after a minute.
 ProcessResult LogInChild(const Environment& environment, const std::function<void()>& body) {
-    return RunInChild([&] {
-        unsetenv("ZN_LOG_LEVEL");
-        unsetenv("ZN_LOG_FILE");
-        for (const auto& [name, value] : environment) {
-            setenv(name, value.c_str(), 1);
-        }
-        body();
-    });
+    ProcessOptions options;
+    options.environment = {{"ZN_LOG_LEVEL", std::nullopt}, {"ZN_LOG_FILE", std::nullopt}};
+    for (const auto& [name, value] : environment) {
+        options.environment[name] = value;
+    }
+    return RunInChild(
+        [&] {
+            alarm(60);
+            body();
+        },
+        options);
 }
 
 void LogText(const std::string& text, LogLevel level = LogLevelError) {
@@ -87,20 +92,19 @@ std::string Shown(const std::string& text) {
 
 }  // namespace
 
-TEST(ZnLoggerTest, RecordIsOneLineWithTimeLevelProcessPlaceAndText) {
+TEST(ZnLoggerTest, RecordIsOneLineWithAllFields) {
     const ProcessResult outcome = LogInChild({}, [] {
         ZnLogger::GetInstance()->Log("/build/dir/File.cpp", 12, "Function", " ", "", LogLevelInfo,
                                      "id=%d,%s", 7, "x");
-        printf("%d", static_cast<int>(getpid()));
+        std::cout << getpid() << '/' << CurrentThreadId();
     });
     const std::string time = "....-..-..T..:..:..\\....[+-]..:..";
 
-    EXPECT_THAT(Lines(outcome.err),
-                ElementsAre(MatchesRegex(time + " info " + outcome.out + "/" + outcome.out +
-                                         " File\\.cpp:12 Function id=7,x")));
+    EXPECT_THAT(Lines(outcome.err), ElementsAre(MatchesRegex(time + " info " + outcome.out +
+                                                             " File\\.cpp:12 Function id=7,x")));
 }
 
-TEST(ZnLoggerTest, TagsAreShownOnlyWhenNotBlank) {
+TEST(ZnLoggerTest, BlankTagsAreNotShown) {
     const ProcessResult outcome = LogInChild({}, [] {
         ZnLogger* logger = ZnLogger::GetInstance();
         logger->Log("f", 1, "F", " ", "", LogLevelError, "none");
@@ -125,63 +129,6 @@ TEST(ZnLoggerTest, NullStringsCountAsEmpty) {
     EXPECT_THAT(Lines(outcome.err), ElementsAre(EndsWith(" :1  text")));
 }
 
-TEST(ZnLoggerTest, ControlCharactersAreEscaped) {
-    struct {
-        const char* text;
-        const char* shown;
-    } const cases[] = {
-        {"a\nb", "a\\nb"},
-        {"a\r\nb", "a\\r\\nb"},
-        {"a\tb", "a\\tb"},
-        {"\x01\x1b[2J\x08\x1f", R"(\x01\x1b[2J\x08\x1f)"},
-        {"a\x7f", "a\\x7f"},
-        {"next\xC2\x85line", "next\\u0085line"},
-        {"\xC2\x9B"
-         "31m",
-         "\\u009b31m"},
-        {"a\xE2\x80\xA8"
-         "b\xE2\x80\xA9",
-         "a\\u2028b\\u2029"},
-        {"text\n2024-05-01T12:00:00.000+00:00 error 1/1 forged",
-         "text\\n2024-05-01T12:00:00.000+00:00 error 1/1 forged"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(Shown(c.text), c.shown);
-    }
-}
-
-TEST(ZnLoggerTest, MarksThatTurnTheDirectionOfWritingAreEscaped) {
-    const std::string commonBytes = "\xE2\x80";
-    EXPECT_EQ(Shown(commonBytes + "\xAE" + "abc" + commonBytes + "\x8F"), "\\u202eabc\\u200f");
-}
-
-TEST(ZnLoggerTest, BytesThatAreNotUtf8AreEscaped) {
-    struct {
-        const char* text;
-        const char* shown;
-    } const cases[] = {
-        {"a\xFFz", "a\\xffz"},
-        {"\x80", "\\x80"},
-        {"\xC0\x8A", "\\xc0\\x8a"},
-        {"\xE2\x80", "\\xe2\\x80"},
-        {"\xE2\x80\n", R"(\xe2\x80\n)"},
-        {"\xE0\x80\x8A", R"(\xe0\x80\x8a)"},
-        {"\xED\xA0\x80", R"(\xed\xa0\x80)"},
-        {"\xF4\x90\x80\x80", R"(\xf4\x90\x80\x80)"},
-        {"\xC3\xC3\xA9", "\\xc3\xC3\xA9"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(Shown(c.text), c.shown);
-    }
-}
-
-TEST(ZnLoggerTest, OtherCharactersStayAsTheyAre) {
-    for (const std::string text : {"", " a b ", R"(C:\new\table %d {} "')", "\xC3\xA9\xE2\x82\xAC",
-                                   "\xC2\xA0\xED\x9F\xBF\xEF\xBF\xBD\xF0\x9F\x98\x80"}) {
-        EXPECT_EQ(Shown(text), text);
-    }
-}
-
 TEST(ZnLoggerTest, EveryFieldIsEscaped) {
     const ProcessResult outcome = LogInChild({}, [] {
         ZnLogger::GetInstance()->Log("a\nb", 1, "c\nd", "e\nf", "g\nh", LogLevelError, "i");
@@ -190,7 +137,7 @@ TEST(ZnLoggerTest, EveryFieldIsEscaped) {
     EXPECT_THAT(Lines(outcome.err), ElementsAre(EndsWith(R"( a\nb:1 c\nd [e\nf] [g\nh] i)")));
 }
 
-TEST(ZnLoggerTest, LongRecordIsWrittenWhole) {
+TEST(ZnLoggerTest, LongRecordIsWrittenCompletely) {
     for (const size_t size : {1022, 1023, 1024, 1025, 4096, 70000, 3000000}) {
         const std::string text = std::string(size - 1, 'a') + 'z';
         EXPECT_EQ(Shown(text), text) << size;
@@ -226,7 +173,7 @@ TEST(ZnLoggerTest, LevelSelectsWhatIsWritten) {
     }
 }
 
-TEST(ZnLoggerTest, WithoutSettingsInfoIsWrittenAndDebugIsNot) {
+TEST(ZnLoggerTest, DefaultLevelIsInfo) {
     const ProcessResult outcome = LogInChild({}, [] {
         LogText("i", LogLevelInfo);
         LogText("d", LogLevelDebug);
@@ -235,7 +182,7 @@ TEST(ZnLoggerTest, WithoutSettingsInfoIsWrittenAndDebugIsNot) {
     EXPECT_THAT(Texts(outcome.err), ElementsAre("i"));
 }
 
-TEST(ZnLoggerTest, LevelIsNamedInTheRecord) {
+TEST(ZnLoggerTest, RecordNamesItsLevel) {
     const ProcessResult outcome = LogInChild({{"ZN_LOG_LEVEL", "debug"}}, [] {
         LogText("", LogLevelError);
         LogText("", LogLevelWarning);
@@ -278,10 +225,12 @@ TEST(ZnLoggerTest, EnvironmentIsIgnoredWithRaisedPrivileges) {
         setenv("ZN_LOG_LEVEL", "off", 1);
     });
     if (!outcome) {
-        GTEST_SKIP() << "this system gives a test's program no privileges";
+        GTEST_SKIP() << kNoRaisedPrivileges;
     }
 
-    EXPECT_THAT(Lines(outcome->err), ElementsAre(EndsWith(" main probe")));
+    EXPECT_THAT(Lines(outcome->err),
+                ElementsAre(HasSubstr("ZN_LOG_LEVEL is ignored"),
+                            HasSubstr("ZN_LOG_FILE is ignored"), EndsWith(" main probe")));
     EXPECT_FALSE(fs::exists(directory / "log"));
 }
 
@@ -296,7 +245,7 @@ TEST(ZnLoggerTest, InstanceIsTheSameOnEveryCallAndThread) {
     EXPECT_TRUE(outcome.Succeeded());
 }
 
-TEST(ZnLoggerTest, InstanceIsValidUntilTheProcessEnds) {
+TEST(ZnLoggerTest, InstanceIsValidUntilProcessEnds) {
     const TemporaryDirectory directory;
     const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", directory / "log"}}, [] {
         (void)atexit([] { LogText("after all static objects are gone"); });
@@ -308,7 +257,7 @@ TEST(ZnLoggerTest, InstanceIsValidUntilTheProcessEnds) {
                 ElementsAre("first", "after all static objects are gone"));
 }
 
-TEST(ZnLoggerTest, RecordsOfEightThreadsAreWholeLines) {
+TEST(ZnLoggerTest, ThreadsWriteWholeLines) {
     constexpr int kThreads = 8;
     constexpr int kRecords = 1000;
     const TemporaryDirectory directory;
@@ -346,33 +295,37 @@ TEST(ZnLoggerTest, RecordsOfEightThreadsAreWholeLines) {
     }
 }
 
-TEST(ZnLoggerTest, ErrnoOfTheCallerIsKept) {
-    const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", "/dev/full"}}, [] {
-        errno = EXDEV;
-        LogText("text");
-        exit(errno == EXDEV ? 0 : 1);
-    });
+TEST(ZnLoggerTest, KeepsErrno) {
+    const TemporaryDirectory directory;
+    const ProcessResult outcome =
+        LogInChild({{"ZN_LOG_FILE", directory / "missing/zn.log"}, {"ZN_LOG_LEVEL", "loud"}}, [] {
+            close(STDERR_FILENO);
+            errno = EXDEV;
+            ZnLogger* const logger = ZnLogger::GetInstance();
+            const bool isKept = errno == EXDEV;
+            logger->Log("f", 1, "F", " ", "", LogLevelError, "text");
+            exit(isKept && errno == EXDEV ? 0 : 1);
+        });
 
-    EXPECT_TRUE(outcome.Succeeded());
+    EXPECT_TRUE(outcome.Succeeded()) << outcome;
 }
 
-TEST(ZnLoggerTest, ThreadIsThatOfTheCallerAfterAFork) {
-    const ProcessResult outcome = LogInChild({}, [] {
+TEST(ZnLoggerTest, ShowsCallingProcessAndThreadAfterFork) {
+    const ProcessResult parent = LogInChild({}, [] {
         LogText("parent");
-        const pid_t child = fork();
-        if (child == 0) {
+        const ProcessResult child = RunInChild([] {
             LogText("child");
-            _exit(0);
-        }
-        waitpid(child, nullptr, 0);
-        printf("%d/%d", static_cast<int>(child), static_cast<int>(child));
+            std::cout << getpid() << '/' << CurrentThreadId();
+        });
+        std::cout << child.out;
+        std::cerr << child.err;
     });
 
-    EXPECT_THAT(Lines(outcome.err),
-                ElementsAre(Not(HasSubstr(outcome.out)), HasSubstr(" " + outcome.out + " ")));
+    EXPECT_THAT(Lines(parent.err), ElementsAre(Not(HasSubstr(" " + parent.out + " ")),
+                                               HasSubstr(" " + parent.out + " ")));
 }
 
-TEST(ZnLoggerTest, FileIsAppendedToAndStandardErrorStaysEmpty) {
+TEST(ZnLoggerTest, AppendsToFileInsteadOfStandardError) {
     const TemporaryDirectory directory;
     for (const char* text : {"one", "two"}) {
         const ProcessResult outcome =
@@ -383,7 +336,7 @@ TEST(ZnLoggerTest, FileIsAppendedToAndStandardErrorStaysEmpty) {
     EXPECT_THAT(Texts(ReadFile(directory / "zn.log")), ElementsAre("one", "two"));
 }
 
-TEST(ZnLoggerTest, RelativeFileStaysTheSameWhenTheWorkingDirectoryChanges) {
+TEST(ZnLoggerTest, RelativeFileDoesNotFollowWorkingDirectory) {
     const TemporaryDirectory directory;
     fs::create_directory(directory / "elsewhere");
     LogInChild({{"ZN_LOG_FILE", "zn.log"}}, [&] {
@@ -396,7 +349,7 @@ TEST(ZnLoggerTest, RelativeFileStaysTheSameWhenTheWorkingDirectoryChanges) {
     EXPECT_THAT(Texts(ReadFile(directory / "zn.log")), ElementsAre("text"));
 }
 
-TEST(ZnLoggerTest, RecordOutlivesACrash) {
+TEST(ZnLoggerTest, RecordSurvivesCrash) {
     const TemporaryDirectory directory;
     const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] {
         LogText("last words", LogLevelInfo);
@@ -407,7 +360,7 @@ TEST(ZnLoggerTest, RecordOutlivesACrash) {
     EXPECT_THAT(Texts(ReadFile(directory / "zn.log")), ElementsAre("last words"));
 }
 
-TEST(ZnLoggerTest, UnfinishedLineInTheFileIsEndedFirst) {
+TEST(ZnLoggerTest, EndsIncompleteLineInFileFirst) {
     const TemporaryDirectory directory;
     WriteFile(directory / "zn.log", "cut off");
     LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] { LogText("next"); });
@@ -415,15 +368,15 @@ TEST(ZnLoggerTest, UnfinishedLineInTheFileIsEndedFirst) {
     EXPECT_THAT(Texts(ReadFile(directory / "zn.log")), ElementsAre("cut off", "next"));
 }
 
-TEST(ZnLoggerTest, CommandsOfTheProcessDoNotHaveTheFileOpen) {
+TEST(ZnLoggerTest, CommandsDoNotInheritFile) {
     const TemporaryDirectory directory;
     const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] {
         LogText("text");
-        exit(system("ls -l /proc/self/fd"));
+        exit(system(("ls -l " + DescriptorDirectory() + "/").c_str()));
     });
 
     EXPECT_TRUE(outcome.Succeeded());
-    EXPECT_THAT(outcome.out, HasSubstr(" -> "));
+    EXPECT_THAT(outcome.out, HasSubstr("0 -> "));
     EXPECT_THAT(outcome.out, Not(HasSubstr("zn.log")));
 }
 
@@ -458,7 +411,7 @@ TEST(ZnLoggerTest, FileIsRotatedAndFourOlderOnesAreKept) {
     EXPECT_GT(count - next, 4 * 1000);
 }
 
-TEST(ZnLoggerTest, RecordLargerThanTheFileMayBecomeIsWrittenWhole) {
+TEST(ZnLoggerTest, RecordLargerThanFileLimitIsWrittenCompletely) {
     const TemporaryDirectory directory;
     const std::string text(kFileLimit + 1000, 'a');
     LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [&] {
@@ -472,7 +425,7 @@ TEST(ZnLoggerTest, RecordLargerThanTheFileMayBecomeIsWrittenWhole) {
     EXPECT_THAT(Texts(ReadFile(directory / "zn.log")), ElementsAre("after"));
 }
 
-TEST(ZnLoggerTest, LinkIsWrittenThroughAndNeverRotated) {
+TEST(ZnLoggerTest, LinkIsFollowedAndNeverRotated) {
     const TemporaryDirectory directory;
     WriteFile(directory / "target", std::string(kFileLimit, '\n'));
     fs::create_symlink("target", directory / "zn.log");
@@ -487,8 +440,9 @@ TEST(ZnLoggerTest, LinkIsWrittenThroughAndNeverRotated) {
 
 TEST(ZnLoggerTest, FileThatCannotBeOpenedIsNotedAndRecordsGoToStandardError) {
     const TemporaryDirectory directory;
+    WriteFile(directory / "file", "");
     for (const std::string& file :
-         {directory / "missing/zn.log", directory.Path(), std::string("/proc/zn.log")}) {
+         {directory / "missing/zn.log", directory.Path(), directory / "file/zn.log"}) {
         const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", file}}, [] {
             LogText("one");
             LogText("two");
@@ -499,7 +453,7 @@ TEST(ZnLoggerTest, FileThatCannotBeOpenedIsNotedAndRecordsGoToStandardError) {
     EXPECT_FALSE(fs::exists(directory / "missing"));
 }
 
-TEST(ZnLoggerTest, PipeWithoutAReaderDoesNotHoldTheCallerUp) {
+TEST(ZnLoggerTest, FifoWithoutReaderDoesNotBlock) {
     const TemporaryDirectory directory;
     ASSERT_EQ(mkfifo((directory / "pipe").c_str(), 0600), 0);
     const ProcessResult outcome =
@@ -509,6 +463,9 @@ TEST(ZnLoggerTest, PipeWithoutAReaderDoesNotHoldTheCallerUp) {
 }
 
 TEST(ZnLoggerTest, FullDeviceIsNotedOnceAndRecordsGoToStandardError) {
+    if (!kLinux) {
+        GTEST_SKIP() << "this system has no device that is always full";
+    }
     const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", "/dev/full"}}, [] {
         for (const char* text : {"one", "two", "three"}) {
             LogText(text);
@@ -520,7 +477,7 @@ TEST(ZnLoggerTest, FullDeviceIsNotedOnceAndRecordsGoToStandardError) {
                 ElementsAre(HasSubstr("log file /dev/full"), "one", "two", "three"));
 }
 
-TEST(ZnLoggerTest, FileIsUsedAgainWhenItHasRoom) {
+TEST(ZnLoggerTest, FileIsUsedAgainOnceItHasRoom) {
     const TemporaryDirectory directory;
     const rlim_t full = 1000000;
     WriteFile(directory / "zn.log", std::string(full - 11, '.') + "\n");
@@ -546,22 +503,79 @@ TEST(ZnLoggerTest, FileIsUsedAgainWhenItHasRoom) {
     EXPECT_EQ(texts[texts.size() - 2], "three");
 }
 
-TEST(ZnLoggerTest, RotationThatFailsIsNotedAndTheFileIsBegunAnew) {
-    const TemporaryDirectory directory;
-    WriteFile(directory / "zn.log", std::string(kFileLimit, '\n'));
-    WriteFile(directory / "zn.3.log", "old\n");
-    WriteFile(directory / "zn.4.log/in the way", "");
-    const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] {
-        LogText("one");
-        LogText("two");
+TEST(ZnLoggerTest, StuckStandardErrorDoesNotBlockAndLostRecordsAreCounted) {
+    const ProcessResult outcome = LogInChild({}, [] {
+        int ends[2];
+        if (pipe(ends) != 0) {
+            exit(2);
+        }
+        dup2(ends[1], STDERR_FILENO);
+        for (int i = 0; i < 1000; ++i) {
+            LogText(std::string(1000, 'x'));
+        }
+        std::string log(1 << 20, '\0');
+        const auto Drain = [&] {
+            std::cout.write(log.data(), read(ends[0], log.data(), log.size()));
+        };
+        Drain();
+        LogText("after");
+        Drain();
     });
+    ASSERT_TRUE(outcome.Succeeded()) << outcome.signal;
 
-    EXPECT_TRUE(outcome.Succeeded());
-    EXPECT_THAT(Texts(outcome.err), ElementsAre(HasSubstr("log file "), "one"));
-    EXPECT_THAT(Texts(ReadFile(directory / "zn.log")), ElementsAre("two"));
+    const std::vector<std::string> texts = Texts(outcome.out);
+    const size_t whole = texts.size() - 2;
+    EXPECT_GT(whole, 10U);
+    for (size_t i = 0; i + 1 < whole; ++i) {
+        EXPECT_EQ(texts[i], std::string(1000, 'x'));
+    }
+    EXPECT_THAT(texts[whole],
+                EndsWith("libZnLogger: records lost: " + std::to_string(1000 - whole)));
+    EXPECT_EQ(texts[whole + 1], "after");
 }
 
-TEST(ZnLoggerTest, StandardErrorWithoutAReaderDoesNotEndTheProcess) {
+TEST(ZnLoggerTest, FifoWithStuckReaderDoesNotBlockAndNothingIsLost) {
+    const TemporaryDirectory directory;
+    const std::string fifo = directory / "fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const int reader = open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", fifo}}, [] {
+        for (int i = 0; i < 1000; ++i) {
+            LogText(std::to_string(i) + std::string(1000, 'x'));
+        }
+    });
+    std::string log(1 << 20, '\0');
+    log.resize(static_cast<size_t>(read(reader, log.data(), log.size())));
+    close(reader);
+    ASSERT_TRUE(outcome.Succeeded()) << outcome.signal;
+
+    std::set<std::string> texts;
+    for (const std::string& text : Texts(log + outcome.err)) {
+        texts.insert(text);
+    }
+    EXPECT_THAT(outcome.err, HasSubstr("log file " + fifo));
+    for (int i = 0; i < 1000; ++i) {
+        EXPECT_EQ(texts.count(std::to_string(i) + std::string(1000, 'x')), 1U) << i;
+    }
+}
+
+TEST(ZnLoggerTest, FifoWhoseReaderIsGoneIsReplacedByStandardError) {
+    const TemporaryDirectory directory;
+    const std::string fifo = directory / "fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", fifo}}, [&] {
+        const int reader = open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        LogText("one");
+        close(reader);
+        LogText("two");
+        LogText("three");
+    });
+
+    EXPECT_TRUE(outcome.Succeeded()) << outcome;
+    EXPECT_THAT(Texts(outcome.err), ElementsAre(HasSubstr("log file " + fifo), "two", "three"));
+}
+
+TEST(ZnLoggerTest, StandardErrorWithoutReaderRaisesNoSignal) {
     const ProcessResult outcome = LogInChild({}, [] {
         int ends[2];
         if (pipe(ends) != 0) {
@@ -581,7 +595,7 @@ TEST(ZnLoggerTest, StandardErrorWithoutAReaderDoesNotEndTheProcess) {
     EXPECT_TRUE(outcome.Succeeded());
 }
 
-TEST(ZnLoggerTest, ClosedStandardErrorLosesTheRecordOnly) {
+TEST(ZnLoggerTest, ClosedStandardErrorIsIgnored) {
     const ProcessResult outcome = LogInChild({}, [] {
         close(STDERR_FILENO);
         LogText("text");

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -6,6 +7,7 @@
 #include <string>
 
 #include "ChildProcess.h"
+#include "IsolatedCheck.h"
 #include "RaisedProbe.h"
 #include "TemporaryDirectory.h"
 #include "ZnSysInfo.h"
@@ -14,12 +16,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The process directory as the environment probe at `program` sees it.
+// The process directory in the output of the environment probe.
+std::string DirectoryIn(const ProcessResult& probe) {
+    EXPECT_TRUE(probe.Succeeded()) << probe;
+    const size_t second = probe.out.find('\n') + 1;
+    return probe.out.substr(second, probe.out.find('\n', second) - second);
+}
+
 std::string DirectorySeenBy(const std::string& program) {
-    const ProcessResult outcome = RunInChild([&] { execl(program.c_str(), "probe", nullptr); });
-    EXPECT_TRUE(outcome.Succeeded()) << outcome.err;
-    const size_t second = outcome.out.find('\n') + 1;
-    return outcome.out.substr(second, outcome.out.find('\n', second) - second);
+    return DirectoryIn(RunProgram({program}));
 }
 
 // The process directory in this program, with ZN_PROCESS_DIRECTORY set to `value`.
@@ -39,7 +44,7 @@ class ZnSysInfoTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(ZnSysInfoTest, DirectoryIsThatOfTheRunningExecutable) {
+TEST_F(ZnSysInfoTest, ReturnsDirectoryOfRunningExecutable) {
     const TemporaryDirectory directory;
     const std::string real = fs::canonical(directory.Path());
     fs::create_directory(directory / "with blank");
@@ -48,7 +53,7 @@ TEST_F(ZnSysInfoTest, DirectoryIsThatOfTheRunningExecutable) {
     EXPECT_EQ(DirectorySeenBy(directory / "with blank/probe"), real + "/with blank");
 }
 
-TEST_F(ZnSysInfoTest, LinkToTheExecutableIsResolved) {
+TEST_F(ZnSysInfoTest, ResolvesLinkToExecutable) {
     const TemporaryDirectory directory;
     fs::create_symlink(ENVIRONMENT_PROBE, directory / "link");
 
@@ -68,7 +73,46 @@ TEST_F(ZnSysInfoTest, WorkingDirectoryDoesNotMatter) {
     EXPECT_NE(before.back(), '/');
 }
 
-TEST_F(ZnSysInfoTest, EnvironmentOverridesTheDirectory) {
+#ifdef __linux__
+
+TEST_F(ZnSysInfoTest, DeletedExecutableStillHasDirectory) {
+    const TemporaryDirectory directory;
+    const ProcessResult result = InChild([&] {
+        fs::copy(ENVIRONMENT_PROBE, directory / "probe");
+        const int program = open((directory / "probe").c_str(), O_RDONLY);
+        fs::remove(directory / "probe");
+        char name[] = "probe";
+        char* arguments[] = {name, nullptr};
+        fexecve(program, arguments, environ);
+        return false;
+    });
+
+    EXPECT_EQ(DirectoryIn(result), fs::canonical(directory.Path()).string());
+}
+
+TEST_F(ZnSysInfoTest, DirectoryIsKnownWithoutProc) {
+    for (const char* const start : {"absolute", "relative", "link"}) {
+        const TemporaryDirectory directory;
+        fs::copy(ENVIRONMENT_PROBE, directory / "relative");
+        fs::create_symlink("relative", directory / "link");
+        const std::string program =
+            start == std::string("absolute") ? directory / "relative" : std::string("./") + start;
+        const ProcessResult result = InChild([&] {
+            fs::current_path(directory.Path());
+            MountPrivately("tmpfs", "/proc", "");
+            execl(program.c_str(), "other name", nullptr);
+            return false;
+        });
+        if (result.exitCode == kNotPossibleHere) {
+            GTEST_SKIP() << result.err;
+        }
+        EXPECT_EQ(DirectoryIn(result), fs::canonical(directory.Path()).string()) << start;
+    }
+}
+
+#endif
+
+TEST_F(ZnSysInfoTest, EnvironmentOverridesDirectory) {
     struct {
         const char* value;
         const char* directory;
@@ -85,11 +129,11 @@ TEST_F(ZnSysInfoTest, EnvironmentOverridesTheDirectory) {
     }
 }
 
-TEST_F(ZnSysInfoTest, RelativeOverrideStartsAtTheWorkingDirectory) {
+TEST_F(ZnSysInfoTest, RelativeOverrideStartsAtWorkingDirectory) {
     EXPECT_EQ(DirectoryWithOverride("product/bin/"), fs::current_path().string() + "/product/bin");
 }
 
-TEST_F(ZnSysInfoTest, EmptyOverrideIsNone) {
+TEST_F(ZnSysInfoTest, EmptyOverrideIsIgnored) {
     const std::string directory = ZnSysInfo::GetCurrentProcessDirectory();
 
     EXPECT_EQ(DirectoryWithOverride(""), directory);
@@ -100,7 +144,7 @@ TEST_F(ZnSysInfoTest, OverrideIsIgnoredWithRaisedPrivileges) {
     const auto outcome =
         RunRaisedProbe(directory, [] { setenv("ZN_PROCESS_DIRECTORY", "/chosen", 1); });
     if (!outcome) {
-        GTEST_SKIP() << "this system gives a test's program no privileges";
+        GTEST_SKIP() << kNoRaisedPrivileges;
     }
 
     EXPECT_THAT(outcome->out,
