@@ -22,7 +22,11 @@ constexpr size_t kCountIsAtLeast = 0xFFFFFF;
 // Objects with fewer members are searched one by one, which is faster than indexing them.
 constexpr size_t kWideObject = 64;
 
-constexpr int kMaxDepth = 1023;
+constexpr size_t kMaxDepth = 1023;
+
+// Makes simdjson choose its implementation when the library is loaded. On first use, it would take
+// a lock, which a forked child could find held, and end the process if memory runs out.
+[[maybe_unused]] const std::string implementation = simdjson::get_active_implementation()->name();
 
 // RFC 8259 lets a parser ignore a byte order mark, which some editors add.
 std::string_view WithoutByteOrderMark(std::string_view text) {
@@ -62,9 +66,9 @@ std::vector<Child> ChildrenOf(dom::object object) {
 }
 
 // The nesting depth of a valid JSON text.
-int DepthOf(std::string_view json) {
-    int depth = 0;
-    int deepest = 0;
+size_t DepthOf(std::string_view json) {
+    size_t depth = 0;
+    size_t deepest = 0;
     bool isInString = false;
     for (size_t i = 0; i < json.size(); ++i) {
         const char c = json[i];
@@ -80,6 +84,26 @@ int DepthOf(std::string_view json) {
         }
     }
     return deepest;
+}
+
+simdjson::error_code ParseWithin(size_t maxDepth, std::string_view json, dom::document& document,
+                                 dom::element& root) {
+    dom::parser parser;
+    const auto error = parser.allocate(json.size(), maxDepth);
+    return error != simdjson::SUCCESS
+               ? error
+               : parser.parse_into_document(document, json.data(), json.size()).get(root);
+}
+
+// Parses a text of up to kMaxDepth levels. simdjson does not count an innermost array or object if
+// it is empty, so the levels of a text that is just beyond simdjson's limit are counted here.
+bool ParseJson(std::string_view json, dom::document& document, dom::element& root) {
+    auto error = ParseWithin(kMaxDepth, json, document, root);
+    if (error == simdjson::DEPTH_ERROR) {
+        error = ParseWithin(kMaxDepth + 1, json, document, root);
+        return error == simdjson::SUCCESS && DepthOf(json) <= kMaxDepth;
+    }
+    return error == simdjson::SUCCESS;
 }
 
 }  // namespace
@@ -204,14 +228,9 @@ Value& Value::operator=(const Value& other) try {
 
 bool Value::Parse(const std::string& text) try {
     impl_.reset();
-    const std::string_view json = WithoutByteOrderMark(text);
     const auto document = std::make_shared<dom::document>();
-    dom::parser parser;
     dom::element root;
-    // simdjson has a limit of its own, but does not count an innermost empty array or object.
-    if (parser.parse_into_document(*document, json.data(), json.size()).get(root) !=
-            simdjson::SUCCESS ||
-        DepthOf(json) > kMaxDepth) {
+    if (!ParseJson(WithoutByteOrderMark(text), *document, root)) {
         return false;
     }
     impl_ = std::make_unique<Impl>(document, root);
