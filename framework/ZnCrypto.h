@@ -1,4 +1,5 @@
-// Base64 and SHA-256 of the framework (libZnCrypto). Nothing throws or logs; safe from any thread.
+// Base64 and SHA-256 of the framework (libZnCrypto). Nothing throws or logs. Safe from any thread,
+// and in a child process that was forked while other threads use it.
 #pragma once
 
 #include <string>
@@ -7,22 +8,20 @@
 
 class ZN_API ZnBase64 {
    public:
-    // Decodes standard Base64 (RFC 4648, section 4: padded, line breaks skipped) into `out`, which
-    // has room for `outSize` bytes; nothing is written beyond them and no terminator is added.
-    // Returns the number of bytes decoded, or 0 when `text` is not Base64 or does not fit, or
-    // `out` is null; nothing is written then. Callers take 1 or less as a failure, and do not rely
-    // on `out` then.
-    //
-    // Not Base64 is a text with any other character than the 64 digits, '=' and line breaks (CR,
-    // LF), with padding that is missing, too long or followed by more digits. Line breaks may stand
-    // anywhere. The bits that padding leaves over in the last digit are not looked at.
+    // Decodes standard Base64 (RFC 4648, section 4) into `out`, which has room for `outSize` bytes.
+    // Padding is required. Line breaks (CR, LF) are skipped, wherever they are. The unused bits of
+    // the last digit are ignored. No terminator is added.
+    // Returns the number of bytes decoded. Returns 0 and writes nothing when `text` is empty or not
+    // Base64 (any other character; padding that is missing, too long or followed by more digits),
+    // when it does not fit, or when `out` is null.
     static int Decode(const std::string& text, unsigned char* out, int outSize);
 };
 
 class ZN_API ZnSha256 {
    public:
-    // Returns the SHA-256 digest of the file's contents as 64 lower-case hexadecimal digits, or ""
-    // when `path` is not a regular file (or a link to one) that can be read to its end. Memory use
-    // does not depend on the size of the file.
+    // Returns the SHA-256 digest of the file's contents as 64 lower-case hexadecimal digits.
+    // Returns
+    // "" when `path` is not a regular file or a link to one, cannot be read, or changes its size
+    // meanwhile. Memory use does not depend on the size of the file.
     static std::string FileSha256Value(std::string path);
 };

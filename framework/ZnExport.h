@@ -1,4 +1,4 @@
-// Marks what a shared library of the framework shows to others; all else stays hidden.
+// Marks the exported symbols of a shared library; all others are hidden.
 #pragma once
 
 #define ZN_API __attribute__((visibility("default")))

@@ -1,20 +1,23 @@
 // INI files of the framework (libZnIni).
-// The functions keep no handle, never throw, log nothing, and are safe from any thread. A file that
-// changed since the last call is seen by the next one; a file that did not is not parsed again, nor
-// even read once its last change is a moment old, so reading a large file key by key is cheap. A
-// null section, key or file is a missing one.
+// The functions never throw, log nothing, and are safe from any thread, and in a child process that
+// was forked while other threads read INI files. A null section, key or file counts as missing.
 //
-// The file is made of lines, ended by LF, CRLF or CR:
-//   [section]     begins a section. A section that occurs twice is one section with the keys of
-//                 both. Keys before the first section belong to the section "".
-//   key = value   gives a key its value. Of a key given twice in a section, the last value counts.
-//   ; or #        at the beginning of a line makes it a comment. Within a value they are ordinary
-//                 characters, and so are quotes and backslashes.
-// Blanks around section names, keys and values do not belong to them; inside they do. Names are
-// case-sensitive. Other lines, and those with an empty key, are skipped; after a "[" without its
-// "]", the keys up to the next section are lost. All text is bytes: a UTF-8 byte order mark at the
-// beginning is skipped, and no encoding is checked. A file with a NUL byte in it, a file larger
-// than 16 MiB, and anything but a regular file cannot be read.
+// A file that has changed since the last call is seen by the next one. A file that has not is not
+// parsed again, nor even read once its last change is a moment old, so reading a large file key by
+// key is cheap. For that, the documents used last stay in memory: up to eight, and up to 32 MiB of
+// text in total.
+//
+// A file consists of lines that end with LF, CRLF or CR:
+//   [section]     begins a section. Sections of the same name are merged. Keys before the first
+//                 section belong to the section "".
+//   key = value   sets a key. If a key is repeated within a section, the last value counts.
+//   ; or #        begins a comment at the start of a line. Within a value they are ordinary
+//                 characters, as are quotes and backslashes.
+// Blanks around section names, keys and values are removed. Names are case-sensitive. Other lines,
+// and those with an empty key, are skipped; after a "[" without "]", all keys up to the next
+// section are skipped. Text is bytes of any encoding; a UTF-8 byte order mark at the beginning is
+// skipped. A file that contains a NUL byte, is larger than 16 MiB, or is not a regular file cannot
+// be read.
 #pragma once
 
 #include <set>
@@ -23,21 +26,21 @@
 #include "ZnExport.h"
 
 // Copies the value of `key` in `[section]` of `file` into `buffer`.
-//   bufferSize  bytes that may be written, the terminator included. A longer value is cut to
-//               bufferSize - 1 bytes; the text always ends with a NUL.
-// Returns 0 when the key was found (its value may be empty or cut). Returns non-zero when the file
-// cannot be read or the section or key is missing; `buffer` then holds `defaultValue` (null counts
-// as ""), cut in the same way. Returns non-zero and writes nothing for a null `buffer` or a
-// `bufferSize` below 1.
+//   bufferSize  size of `buffer` in bytes. A longer value is truncated to bufferSize - 1 bytes; the
+//               text always ends with a NUL.
+// Returns 0 when the key was found (its value may be empty or truncated). Returns non-zero when the
+// file cannot be read or the section or key is missing; `buffer` then holds `defaultValue` (null
+// counts as ""), truncated in the same way. Returns non-zero and writes nothing for a null `buffer`
+// or a `bufferSize` below 1.
 ZN_API int IniGetString(const char* section, const char* key, const char* defaultValue,
                         char* buffer, int bufferSize, const char* file);
 
-// Returns the value of `key` in `[section]` of `file` as a number, or `defaultValue` when it cannot
-// be read: the file, section or key is missing, or the whole value is not a decimal number with an
-// optional sign that fits into 32 bits.
+// Returns the value of `key` in `[section]` of `file` as a number. Returns `defaultValue` when the
+// file, section or key is missing, or the value is not a decimal number, with an optional sign,
+// that fits into 32 bits.
 ZN_API int IniGetInt(const char* section, const char* key, int defaultValue, const char* file);
 
-// Fills `keys` with the names of all keys of `[section]` in `file`, replacing what it held.
+// Fills `keys` with the names of all keys of `[section]` in `file`, replacing its contents.
 // Returns 0 when the section exists (a section without keys gives an empty set). Returns non-zero
 // when the file cannot be read or the section is missing; `keys` is then empty.
 ZN_API int IniGetStringItems(const char* section, std::set<std::string>& keys, const char* file);

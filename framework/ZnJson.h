@@ -8,15 +8,15 @@
 
 namespace ZnJson {
 
-// A JSON value. Copies are independent of what they were copied from. Nothing throws on bad input
-// and nothing is logged. A value, with all that was reached from it, may be read by one thread at a
-// time; different values, copies included, by different threads.
+// A JSON value. A copy is independent of the original. Nothing throws or logs; when memory runs
+// out, the result is empty. A value, with everything reached from it, may be read by one thread at
+// a time; different values, copies included, by different threads.
 class ZN_API Value {
    public:
-    // A value that holds nothing.
+    // An empty value.
     Value();
 
-    // The value parsed from `text`; holds nothing when `text` is not one whole JSON text.
+    // The value parsed from `text`; empty when `text` is not a JSON text.
     explicit Value(const std::string& text);
 
     Value(const Value& other);
@@ -25,26 +25,25 @@ class ZN_API Value {
     Value& operator=(Value&& other) noexcept;
     ~Value();
 
-    // Parses `text` (RFC 8259, UTF-8) and replaces what the value held. Returns whether it could be
-    // parsed; callers may as well ask IsEmpty. On failure the value holds nothing. Failures are
-    // empty text, trailing characters, nesting deeper than 1,023 levels, numbers that neither
-    // 64-bit integers nor doubles can hold, surrogates that stand alone, and 4 GiB of text or more.
-    // A byte order mark before the text is ignored.
+    // Parses `text` (RFC 8259, UTF-8) and replaces the value. Returns false when it is not valid;
+    // the value is then empty. Not valid are, among others, empty text, trailing characters,
+    // nesting deeper than 1,023 levels, numbers that fit neither 64-bit integers nor doubles, lone
+    // surrogates, and 4 GiB of text or more. A byte order mark before the text is ignored.
     bool Parse(const std::string& text);
 
-    // True when the value holds nothing: never set, not parsed, or an index that led nowhere. `{}`,
-    // `[]` and `null` are values, not nothing.
+    // True when the value is empty: never set, not parsed, or the result of an index without a
+    // value. `{}`, `[]` and `null` are values, not empty.
     bool IsEmpty() const;
 
-    // The member `key` of an object (the first one, if the name stands twice) or the element
-    // `index` of an array, from 0. When there is none, or the value is of another kind, the result
-    // holds nothing. The reference stays valid until the value it came from is changed or
-    // destroyed. It is for reading: whether that value shows what is assigned to it is not settled.
-    // However large the array, going through it takes time in proportion to it.
+    // The member `key` of an object (the first one, if the name is repeated) or the element `index`
+    // of an array, from 0. Empty when there is none, or the value is of another kind. The reference
+    // stays valid until the value that it came from is changed or destroyed. It is for reading:
+    // whether that value shows what is assigned to it is unspecified. Iterating over an array takes
+    // time linear in its size.
     Value& operator[](const std::string& key);
     Value& operator[](unsigned int index);
 
-    // The number of elements of an array; 0 for every other kind and for nothing.
+    // The number of elements of an array; 0 for every other kind.
     int GetArraySize() const;
 
     // Reads the integer member `key` into `value`. Returns true when the member exists and is a

@@ -28,7 +28,7 @@ Kind KindOf(char character) {
     return kKinds[static_cast<unsigned char>(character)];
 }
 
-// Returns the number of bytes that `text` stands for, or 0 when it is not Base64.
+// Returns the number of bytes that `text` decodes to, or 0 when it is not Base64.
 size_t DecodedSize(const std::string& text) {
     size_t digits = 0;
     size_t padding = 0;
@@ -55,7 +55,7 @@ size_t DecodedSize(const std::string& text) {
     return (digits + padding) / 4 * 3 - padding;
 }
 
-// Decodes groups of four digits as they come, in blocks, and gives out no byte too many.
+// Decodes digits in blocks. Writes exactly `size` bytes.
 class BlockDecoder {
    public:
     BlockDecoder(unsigned char* out, size_t size) : out_(out), left_(size) {}
@@ -67,8 +67,8 @@ class BlockDecoder {
         }
     }
 
-    // Decodes what was added. libcrypto always gives three bytes for a group, padded or not, so
-    // they are copied only as far as the text goes.
+    // Decodes the digits added so far. libcrypto returns three bytes even for a padded group, so the
+    // end is cut off.
     void Flush() {
         unsigned char decoded[sizeof block_ / 4 * 3];
         EVP_DecodeBlock(decoded, block_, static_cast<int>(length_));
@@ -89,8 +89,7 @@ class BlockDecoder {
 }  // namespace
 
 int ZnBase64::Decode(const std::string& text, unsigned char* out, int outSize) {
-    // libcrypto takes blanks, missing padding and more for Base64, so the text is judged here
-    // first.
+    // Checked here first, because libcrypto also accepts blanks and missing padding.
     const size_t size = DecodedSize(text);
     if (size == 0 || out == nullptr || outSize <= 0 || size > static_cast<size_t>(outSize)) {
         return 0;

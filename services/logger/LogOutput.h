@@ -20,9 +20,9 @@ class LogOutput {
     explicit LogOutput(const std::string& file);
 
     // Writes one record as one line; `text` has no line breaks. A record that the file does not
-    // take goes to standard error, the first one after a note that says why; each later record
-    // tries the file again. Records that standard error does not take either are lost, and their
-    // number is noted before the next record that can be written.
+    // take goes to standard error, the first one after a note that says why. Each record tries the
+    // file again. Records that standard error does not take either are lost; their number is noted
+    // before the next record that can be written.
     void Write(spdlog::level::level_enum level, std::string_view text);
 
     // Writes a note about the logger itself to standard error. Returns whether that succeeded.

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kDefaultThreshold = LogLevelInfo;
 
-// Returns the level called `text`, by name or number, or -1 when there is none.
+// Returns the level with the name or number `text`, or -1 when there is none.
 int LevelNamed(const char* text) {
     constexpr const char* kNames[] = {"off", "error", "warning", "info", "debug"};
     int level = 0;
@@ -26,7 +26,7 @@ int LevelNamed(const char* text) {
     return -1;
 }
 
-// The file stays the same when the process changes its working directory.
+// The log file must not change with the working directory.
 std::string AbsolutePath(const char* path) {
     std::error_code error;
     const std::filesystem::path absolute = std::filesystem::absolute(path, error);

@@ -1,4 +1,4 @@
-// What the environment says about logging.
+// Logging settings from the environment.
 #pragma once
 
 #include <string>
@@ -7,10 +7,10 @@ struct LogSettings {
     // The least severe level that is written, as in LogLevel; 0 writes nothing.
     int threshold;
 
-    // The file to log to, as an absolute path; empty for standard error.
+    // The log file as an absolute path; empty for standard error.
     std::string file;
 
-    // What is wrong with the settings, for the person who made them; empty when nothing is.
+    // What is wrong with the settings; empty when nothing is.
     std::string complaint;
 };
 
