@@ -14,14 +14,6 @@
 
 namespace {
 
-bool HasRaisedPrivileges() {
-#ifdef __APPLE__
-    return issetugid() != 0;
-#else
-    return getauxval(AT_SECURE) != 0;
-#endif
-}
-
 // Whether this is the first call for `name`.
 bool IsFirstCallFor(const char* name) {
     static std::atomic<const char*> names[8];
@@ -47,6 +39,14 @@ void NoteIgnored(const char* name) {
 }
 
 }  // namespace
+
+bool HasRaisedPrivileges() {
+#ifdef __APPLE__
+    return issetugid() != 0;
+#else
+    return getauxval(AT_SECURE) != 0;
+#endif
+}
 
 const char* GetOverride(const char* name) {
     const char* const value = std::getenv(name);

@@ -3,9 +3,11 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <cerrno>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "AtomicFile.h"
@@ -98,4 +100,23 @@ TEST_F(AtomicFileTest, CommitRemovesAbandonedFilesAndKeepsThoseInUse) {
 
     EXPECT_FALSE(std::filesystem::exists(dir / ".zn-0123456789abcdef"));
     EXPECT_EQ(Names().size(), 2U);
+}
+
+TEST_F(AtomicFileTest, ConcurrentCommitsNeverRemoveEachOthersFiles) {
+    std::atomic<int> failures = 0;
+    std::vector<std::thread> threads;
+    threads.reserve(4);
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&, thread] {
+            for (int i = 0; i < 300; ++i) {
+                AtomicFile file(path + std::to_string(thread), 0600);
+                failures += file.IsOpen() && file.Commit() ? 0 : 1;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(failures, 0);
+    EXPECT_THAT(Names(), UnorderedElementsAre("file0", "file1", "file2", "file3"));
 }

@@ -36,6 +36,10 @@ TEST(EnvironmentTest, UnsetOrEmptyVariableIsNoOverride) {
     unsetenv(kName);
 }
 
+TEST(EnvironmentTest, OrdinaryProgramHasNoRaisedPrivileges) {
+    EXPECT_FALSE(HasRaisedPrivileges());
+}
+
 TEST(EnvironmentTest, RaisedPrivilegesIgnoreOverridesAndNoteEachOnce) {
     const TemporaryDirectory directory;
     const auto result = RunRaisedProbe(directory, [] {
