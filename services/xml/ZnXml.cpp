@@ -6,6 +6,7 @@
 #include <new>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "PolicyFile.h"
 
@@ -70,7 +71,7 @@ bool ZnXml::LoadPolicyShareMemory(int id) try {
     if (!policy) {
         return false;
     }
-    impl_.reset(new Impl{std::move(*policy)});
+    impl_ = std::make_unique<Impl>(Impl{std::move(*policy)});
     return true;
 } catch (const std::bad_alloc&) {
     return false;

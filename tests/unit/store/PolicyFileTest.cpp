@@ -17,9 +17,7 @@
 
 namespace {
 
-using testing::ElementsAre;
 using testing::ElementsAreArray;
-using testing::IsEmpty;
 using testing::Optional;
 using Item = PolicyStore::Item;
 using Items = std::vector<Item>;
