@@ -6,11 +6,12 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <utility>
 
 #include "SyncToDisk.h"
 #include "TemporaryFiles.h"
 
-AtomicFile::AtomicFile(const std::string& path, mode_t mode) : path_(path) {
+AtomicFile::AtomicFile(std::string path, mode_t mode) : path_(std::move(path)) {
     // Another process may remove the file before it is claimed; it then gets another name.
     do {
         temporary_ = TemporaryNameBeside(path_);

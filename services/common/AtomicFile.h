@@ -14,7 +14,7 @@ class AtomicFile {
    public:
     // Creates the temporary file for `path` with the permissions `mode` less the umask. Check
     // IsOpen() afterwards; errno tells why it is not.
-    AtomicFile(const std::string& path, mode_t mode);
+    AtomicFile(std::string path, mode_t mode);
     ~AtomicFile();
     AtomicFile(const AtomicFile&) = delete;
     AtomicFile& operator=(const AtomicFile&) = delete;

@@ -59,7 +59,7 @@ FileDescriptor FileDescriptor::OpenRegularFile(const char* path) {
     FileDescriptor file = Open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
     struct stat status = {};
     if (!file.IsOpen() || fstat(file.Get(), &status) != 0) {
-        return FileDescriptor();
+        return {};
     }
     if (!S_ISREG(status.st_mode)) {
         file.Close();

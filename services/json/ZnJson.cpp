@@ -212,17 +212,18 @@ Value::Value(const std::string& text) {
 }
 
 Value::Value(const Value& other) {
-    *this = other;
+    try {
+        if (other.impl_) {
+            impl_ = std::make_unique<Impl>(other.impl_->document, other.impl_->element);
+        }
+    } catch (const std::exception&) {
+        // Out of memory: the copy is empty.
+    }
 }
 
-Value& Value::operator=(const Value& other) try {
-    // Copied first, because `other` may be a part of this value.
-    auto copy =
-        other.impl_ ? std::make_unique<Impl>(other.impl_->document, other.impl_->element) : nullptr;
-    impl_ = std::move(copy);
-    return *this;
-} catch (const std::exception&) {
-    impl_.reset();
+Value& Value::operator=(const Value& other) {
+    Value copy(other);  // first, because `other` may be a part of this value
+    impl_.swap(copy.impl_);
     return *this;
 }
 

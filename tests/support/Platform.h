@@ -17,6 +17,22 @@ inline constexpr bool kLinux = true;
 inline constexpr bool kLinux = false;
 #endif
 
+// Whether the thread sanitizer watches this program. It reports threads that use the same file
+// descriptor number for different files, which some tests do on purpose.
+#ifdef __SANITIZE_THREAD__
+inline constexpr bool kThreadSanitizer = true;
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+inline constexpr bool kThreadSanitizer = true;
+#else
+inline constexpr bool kThreadSanitizer = false;
+#endif
+#else
+inline constexpr bool kThreadSanitizer = false;
+#endif
+inline constexpr const char* kNoDescriptorRaces =
+    "the thread sanitizer does not allow a race for closed descriptors";
+
 // The user and group that own nothing.
 inline constexpr uid_t kNobody = 65534;
 

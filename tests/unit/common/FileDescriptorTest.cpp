@@ -10,6 +10,7 @@
 
 #include "FileDescriptor.h"
 #include "IsolatedCheck.h"
+#include "Platform.h"
 #include "TemporaryDirectory.h"
 
 namespace {
@@ -92,6 +93,9 @@ TEST_F(FileDescriptorTest, NeverOpensStandardDescriptor) {
 }
 
 TEST_F(FileDescriptorTest, OutputOfOtherThreadsNeverEntersNewFile) {
+    if (kThreadSanitizer) {
+        GTEST_SKIP() << kNoDescriptorRaces;
+    }
     ExpectHolds(InChild([&] {
         close(STDOUT_FILENO);
         close(STDERR_FILENO);
