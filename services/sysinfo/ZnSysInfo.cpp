@@ -45,6 +45,7 @@ fs::path ExecutablePath() {
     std::error_code error;
     fs::path path = fs::read_symlink("/proc/self/exe", error);
     if (error) {  // /proc is not mounted
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): getauxval() returns pointers as integers
         path = Resolved(reinterpret_cast<const char*>(getauxval(AT_EXECFN)));
     }
     return path.is_absolute() ? path : fs::path();

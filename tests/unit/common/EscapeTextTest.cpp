@@ -28,17 +28,13 @@ TEST(EscapeTextTest, EscapesControlCharacters) {
 }
 
 TEST(EscapeTextTest, EscapesCharactersThatChangeTextDirection) {
-    struct {
-        const char* text;
-        const char* escaped;
-    } const cases[] = {
-        {"\xE2\x80\xAA", "\\u202a"}, {"\xE2\x80\xAE", "\\u202e"}, {"\xE2\x80\x8E", "\\u200e"},
-        {"\xE2\x80\x8F", "\\u200f"}, {"\xE2\x81\xA6", "\\u2066"}, {"\xE2\x81\xA9", "\\u2069"},
-        {"\xD8\x9C", "\\u061c"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(Escaped(c.text), c.escaped);
-    }
+    const std::string general = "\xE2\x80";  // the first two bytes of U+2000 to U+203F
+    const std::string isolates = "\xE2\x81";
+    const std::string arabic = "\xD8";
+    EXPECT_EQ(Escaped(general + "\xAA" + general + "\xAE"), "\\u202a\\u202e");
+    EXPECT_EQ(Escaped(general + "\x8E" + general + "\x8F"), "\\u200e\\u200f");
+    EXPECT_EQ(Escaped(isolates + "\xA6" + isolates + "\xA9"), "\\u2066\\u2069");
+    EXPECT_EQ(Escaped(arabic + "\x9C"), "\\u061c");
 }
 
 TEST(EscapeTextTest, EscapesBytesThatAreNotUtf8) {
