@@ -40,7 +40,7 @@ void ExpectHoldsWithClosedDescriptors(const std::function<bool()>& check) {
                 std::thread other([&] {
                     while (!isDone) {
                         ZnLogger::GetInstance()->Log("f", 1, "F", " ", "", LogLevelError, "stray");
-                        (void)!write(STDOUT_FILENO, "stray", 5);
+                        (void)(write(STDOUT_FILENO, "stray", 5) < 0);
                     }
                 });
                 const bool holds = check();

@@ -102,8 +102,8 @@ TEST_F(FileDescriptorTest, OutputOfOtherThreadsNeverEntersNewFile) {
         std::atomic<bool> isDone = false;
         std::thread printer([&] {
             while (!isDone) {
-                (void)!write(STDOUT_FILENO, "stray", 5);
-                (void)!write(STDERR_FILENO, "stray", 5);
+                (void)(write(STDOUT_FILENO, "stray", 5) < 0);
+                (void)(write(STDERR_FILENO, "stray", 5) < 0);
             }
         });
         bool isClean = true;

@@ -82,7 +82,7 @@ TEST_F(TemporaryFilesTest, RemovesFileOfKilledProcess) {
     ASSERT_EQ(pipe(ready), 0);
     ChildProcess owner([&] {
         const auto file = FileDescriptor::Open(abandoned.c_str(), O_RDWR | O_CREAT, 0600);
-        (void)!write(ready[1], ClaimTemporaryFile(file, abandoned) ? "y" : "n", 1);
+        (void)(write(ready[1], ClaimTemporaryFile(file, abandoned) ? "y" : "n", 1) < 0);
         pause();
     });
     char claimed = 'n';

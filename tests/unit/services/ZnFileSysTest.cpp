@@ -318,7 +318,7 @@ TEST_F(WriteBinFileTest, WriterKilledAtAnyMomentLeavesFileWhole) {
         ChildProcess writer([&] {
             alarm(60);
             for (size_t i = 1;; ++i) {
-                (void)!write(progress[1], "w", 1);
+                (void)(write(progress[1], "w", 1) < 0);
                 Write(dir / "file", all[i % 2]);
             }
         });
