@@ -3,7 +3,7 @@
 # What all our own code is compiled with; link it privately.
 add_library(zn_options INTERFACE)
 target_compile_options(zn_options INTERFACE
-    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion $<$<BOOL:${ZN_WERROR}>:-Werror>)
 if(ZN_SANITIZE)
     target_compile_options(zn_options INTERFACE
         -fsanitize=${ZN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -12,17 +12,34 @@ endif()
 
 # zn_shared_library(NAME SOURCES file... [INCLUDES dir...] [PUBLIC target...] [PRIVATE target...]
 #                   [EXPORTS version-script])
-# A shared library lib<NAME> with a SONAME. Symbols that our headers do not mark as exported stay
-# hidden; on ELF the version script also keeps instantiated templates of the standard library in.
+# A shared library lib<NAME> with a SONAME, installed with the headers of the framework. Its name
+# outside the project is ZnPolicy::<Name>, without the prefix Zn or ZnPolicy: ZnPolicy::Logger,
+# ZnPolicy::Store; libZnPolicy itself is ZnPolicy::ZnPolicy.
+#
+# Symbols that our headers do not mark as exported stay hidden; on ELF the version script hides
+# instantiated templates of the standard library as well.
 function(zn_shared_library name)
     cmake_parse_arguments(ARG "" "EXPORTS" "SOURCES;INCLUDES;PUBLIC;PRIVATE" ${ARGN})
+    string(REGEX REPLACE "^Zn(Policy)?" "" public_name ${name})
+    if(NOT public_name)
+        set(public_name ${name})
+    endif()
     add_library(${name} SHARED ${ARG_SOURCES})
-    target_include_directories(${name} PUBLIC ${ARG_INCLUDES})
-    target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE zn_options ${ARG_PRIVATE})
+    add_library(ZnPolicy::${public_name} ALIAS ${name})
+    target_compile_features(${name} PUBLIC cxx_std_17)
+    target_include_directories(${name}
+        INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/ZnPolicy>)
+    foreach(directory ${ARG_INCLUDES})
+        get_filename_component(directory ${directory} ABSOLUTE)
+        target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${directory}>)
+    endforeach()
+    target_link_libraries(${name}
+        PUBLIC "$<BUILD_INTERFACE:${ARG_PUBLIC}>"
+        PRIVATE zn_options ${ARG_PRIVATE})
     set_target_properties(${name} PROPERTIES
-        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
-    # On ELF, a program's own function of the same name would take the place of ours inside our
-    # library as well; on macOS it never does.
+        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} EXPORT_NAME ${public_name})
+    # On ELF, a program's own function of the same name would replace ours inside our library as
+    # well; on macOS it never does.
     if(NOT APPLE)
         target_link_options(${name} PRIVATE LINKER:-Bsymbolic-functions)
     endif()
@@ -37,7 +54,7 @@ function(zn_shared_library name)
         set_target_properties(${name} PROPERTIES
             LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_EXPORTS})
     endif()
-    install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    install(TARGETS ${name} EXPORT ZnPolicyTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endfunction()
 
 # zn_test(NAME SOURCES file... [LINK target...] [LABELS label...])
