@@ -83,9 +83,6 @@ function(zn_require_googletest)
     set(INSTALL_GTEST OFF)
     set(CMAKE_POLICY_DEFAULT_CMP0077 NEW)
     add_subdirectory(${ZN_GOOGLETEST_SOURCE} googletest EXCLUDE_FROM_ALL)
-    foreach(library gtest gtest_main gmock)
-        add_library(GTest::${library} ALIAS ${library})
-    endforeach()
 endfunction()
 
 # The services and the policy store.
