@@ -86,17 +86,19 @@ function(zn_require_googletest)
 endfunction()
 
 # The services and the policy store.
+zn_require(spdlog::spdlog spdlog VERSION 1.10 DEBIAN libspdlog-dev HOMEBREW spdlog)
+add_library(zn_spdlog INTERFACE)
 if(ZN_HEADER_ONLY_SPDLOG)
-    set(ZN_SPDLOG spdlog::spdlog_header_only)
+    target_include_directories(zn_spdlog SYSTEM INTERFACE
+        $<TARGET_PROPERTY:spdlog::spdlog,INTERFACE_INCLUDE_DIRECTORIES>)
+    target_compile_definitions(zn_spdlog INTERFACE SPDLOG_FMT_EXTERNAL FMT_HEADER_ONLY)
 else()
-    set(ZN_SPDLOG spdlog::spdlog)
+    target_link_libraries(zn_spdlog INTERFACE spdlog::spdlog)
 endif()
-zn_require(${ZN_SPDLOG} spdlog VERSION 1.10 DEBIAN libspdlog-dev HOMEBREW spdlog)
 zn_require(simdjson::simdjson simdjson VERSION 3.0 PKGCONFIG simdjson
     DEBIAN libsimdjson-dev HOMEBREW simdjson)
 zn_require(OpenSSL::Crypto OpenSSL VERSION 3.0 COMPONENTS Crypto
     DEBIAN libssl-dev HOMEBREW openssl@3)
-zn_require(pugixml::pugixml pugixml DEBIAN libpugixml-dev HOMEBREW pugixml)
 zn_require(EXPAT::EXPAT EXPAT DEBIAN libexpat1-dev HOMEBREW expat)
 zn_require(cdb::cdb cdb HEADER cdb.h LIBRARY cdb DEBIAN libcdb-dev HOMEBREW tinycdb)
 zn_require(SimpleIni::SimpleIni SimpleIni HEADER SimpleIni.h DEBIAN libsimpleini-dev)

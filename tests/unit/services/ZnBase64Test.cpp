@@ -64,7 +64,8 @@ TEST(ZnBase64Test, DecodesEveryDigit) {
 }
 
 TEST(ZnBase64Test, DecodesBytesOfAnyLength) {
-    for (const size_t size : {1, 2, 3, 4, 3070, 3071, 3072, 3073, 3074, 3075, 6144, 6145, 100000}) {
+    for (const size_t size : std::initializer_list<size_t>{1, 2, 3, 4, 3070, 3071, 3072, 3073, 3074,
+                                                           3075, 6144, 6145, 100000}) {
         const std::string bytes = SomeBytes(size);
         EXPECT_EQ(Decoded(Encoded(bytes)), bytes) << size;
     }

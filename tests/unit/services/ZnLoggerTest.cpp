@@ -138,7 +138,8 @@ TEST(ZnLoggerTest, EveryFieldIsEscaped) {
 }
 
 TEST(ZnLoggerTest, LongRecordIsWrittenCompletely) {
-    for (const size_t size : {1022, 1023, 1024, 1025, 4096, 70000, 3000000}) {
+    for (const size_t size :
+         std::initializer_list<size_t>{1022, 1023, 1024, 1025, 4096, 70000, 3000000}) {
         const std::string text = std::string(size - 1, 'a') + 'z';
         EXPECT_EQ(Shown(text), text) << size;
     }
