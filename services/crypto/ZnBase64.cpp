@@ -67,8 +67,8 @@ class BlockDecoder {
         }
     }
 
-    // Decodes the digits added so far. libcrypto returns three bytes even for a padded group, so the
-    // end is cut off.
+    // Decodes the digits added so far. libcrypto returns three bytes even for a padded group, so
+    // the end is cut off.
     void Flush() {
         unsigned char decoded[sizeof block_ / 4 * 3];
         EVP_DecodeBlock(decoded, block_, static_cast<int>(length_));

@@ -14,7 +14,6 @@
 
 namespace {
 
-using testing::HasSubstr;
 using testing::MatchesRegex;
 
 // What `body` writes to standard error.
