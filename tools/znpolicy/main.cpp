@@ -6,6 +6,7 @@
 #include <string>
 
 #include "Commands.h"
+#include "Environment.h"
 #include "EscapeText.h"
 #include "GlobalOptions.h"
 
@@ -49,6 +50,13 @@ int RunCommandLine(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     try {
+        // The services would silently use the product's own files instead of those that the user
+        // names.
+        if (HasRaisedPrivileges()) {
+            throw std::runtime_error(
+                "refusing to run with raised privileges; remove the set-user-ID and set-group-ID "
+                "bits and file capabilities from the program");
+        }
         const int status = RunCommandLine(argc, argv);
         std::cout.flush();
         if (!std::cout) {

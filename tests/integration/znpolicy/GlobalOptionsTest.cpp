@@ -1,10 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "Platform.h"
 #include "Program.h"
 
 namespace {
@@ -26,6 +29,19 @@ TEST_F(GlobalOptions, AcceptedBeforeAndAfterCommand) {
         EXPECT_EQ(result.exitCode, kDone) << testing::PrintToString(arguments);
         EXPECT_EQ(result.out, "1\n") << testing::PrintToString(arguments);
     }
+}
+
+TEST_F(GlobalOptions, RaisedPrivilegesAreRefused) {
+    Publish("2", "<Policy/>");
+    const std::string program = directory_ / "znpolicy";
+    std::filesystem::copy(ZNPOLICY, program);
+    if (chown(program.c_str(), geteuid(), kNobody) != 0 || chmod(program.c_str(), 02755) != 0) {
+        GTEST_SKIP() << "this user cannot give a program to another group";
+    }
+    const ProcessResult result = RunProgram({program, "--store", store_, "policy", "remove", "2"});
+    EXPECT_EQ(result.exitCode, kFailed);
+    EXPECT_THAT(result.err, HasSubstr("refusing to run with raised privileges"));
+    EXPECT_EQ(Output({"policy", "list"}), "2\n");
 }
 
 TEST_F(GlobalOptions, StoreOptionOverridesEnvironment) {
