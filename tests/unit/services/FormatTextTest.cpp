@@ -22,7 +22,7 @@ TEST(FormatTextTest, FormatsLikePrintf) {
 }
 
 TEST(FormatTextTest, FormatsTextOfAnyLength) {
-    for (const size_t size : {1022, 1023, 1024, 1025, 100'000}) {
+    for (const size_t size : std::initializer_list<size_t>{1022, 1023, 1024, 1025, 100'000}) {
         const std::string text(size, 'x');
         EXPECT_EQ(Format("%s", text.c_str()), text) << size;
     }
