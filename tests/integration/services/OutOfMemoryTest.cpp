@@ -17,6 +17,13 @@
 #include "ZnLogger.h"
 #include "ZnSysInfo.h"
 
+#ifdef __SANITIZE_ADDRESS__
+// SimpleIni itself loses its buffer when memory runs out while it parses.
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
+    return "leak:CSimpleIniTempl";
+}
+#endif
+
 namespace {
 
 struct OutOfMemoryTest : testing::Test {
