@@ -5,7 +5,7 @@ cmake_minimum_required(VERSION 3.22)
 # configure(RESULT OUTPUT OPTION...)
 function(configure result output)
     execute_process(
-        COMMAND ${CMAKE_COMMAND} -S ${SOURCE} -B ${BUILD} -D CMAKE_CXX_COMPILER=${COMPILER}
+        COMMAND ${CMAKE_COMMAND} -G Ninja -S ${SOURCE} -B ${BUILD} -D CMAKE_CXX_COMPILER=${COMPILER}
             -U "CMAKE_DISABLE_*" -U "*_DIR" -U "*_LIBRARY" -U "ZN_*" -U CMAKE_CXX_STANDARD ${ARGN}
         RESULT_VARIABLE status OUTPUT_VARIABLE text ERROR_VARIABLE text)
     string(REGEX REPLACE "[ \n]+" " " text "${text}")
