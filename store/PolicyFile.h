@@ -27,7 +27,7 @@ inline constexpr std::size_t kMaxPolicyFileSize = std::size_t{64} << 20;
 // lengths and two slots of 8 bytes in the hash tables.
 inline constexpr std::size_t kEmptyPolicyFileSize = 2048 + (8 + 9 + 8) + 2 * 8;
 inline constexpr std::size_t PolicyFileSizeOfItem(std::size_t keyLength, std::size_t valueLength) {
-    return 8 + keyLength + valueLength + 2 * 8;
+    return (8 + 2 * 8) + keyLength + valueLength;
 }
 
 // A policy file opened for reading. A small file, as nearly all are, is read into memory at once;

@@ -5,6 +5,7 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -29,12 +30,10 @@ std::string Document(const std::string& name, size_t size) {
 }
 
 bool HasTemporaryFiles(const std::string& directory) {
-    for (const auto& entry : fs::directory_iterator(directory)) {
-        if (entry.path().filename().string().rfind(".zn-", 0) == 0) {
-            return true;
-        }
-    }
-    return false;
+    const fs::directory_iterator entries(directory);
+    return std::any_of(begin(entries), end(entries), [](const fs::directory_entry& entry) {
+        return entry.path().filename().string().rfind(".zn-", 0) == 0;
+    });
 }
 
 // A mounted file system, unmounted when it is destroyed.

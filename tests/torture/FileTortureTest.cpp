@@ -13,7 +13,9 @@ namespace {
 
 // A version is one character, repeated a number of times that depends on it.
 std::string Version(uint64_t number) {
-    return std::string(1 + number % 26 * 20000, static_cast<char>('a' + number % 26));
+    std::string version;
+    version.resize(1 + number % 26 * 20000, static_cast<char>('a' + number % 26));
+    return version;
 }
 
 bool IsWhole(const std::string& contents) {

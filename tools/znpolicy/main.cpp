@@ -1,4 +1,7 @@
 // znpolicy: publishes policies, shows what sessions make of them, handles plugin packages.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <iostream>
@@ -46,9 +49,20 @@ int RunCommandLine(int argc, char** argv) {
     return kDone;
 }
 
+// Keeps files that the program opens off the standard descriptors that the caller closed. Using one
+// of these still fails, because it is opened for the wrong direction.
+void OpenStandardDescriptors() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(descriptor, F_GETFD) < 0) {
+            (void)open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    OpenStandardDescriptors();
     try {
         // The services would silently use the product's own files instead of those that the user
         // names.

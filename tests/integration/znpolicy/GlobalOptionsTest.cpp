@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "DirectionCharacters.h"
 #include "Platform.h"
 #include "Program.h"
 
@@ -42,6 +43,25 @@ TEST_F(GlobalOptions, RaisedPrivilegesAreRefused) {
     EXPECT_EQ(result.exitCode, kFailed);
     EXPECT_THAT(result.err, HasSubstr("refusing to run with raised privileges"));
     EXPECT_EQ(Output({"policy", "list"}), "2\n");
+}
+
+TEST_F(GlobalOptions, ClosedStandardDescriptorsHarmNoFile) {
+    WriteFile(directory_ / "policy.xml", "<Policy><A>1</A></Policy>");
+    const std::string publish = std::string(ZNPOLICY) + " --log-level debug --store " + store_ +
+                                " policy publish 5 " + directory_ / "policy.xml";
+    for (const std::string closed : {"<&- >&- 2>&-", "2>&-", "<&- 2>&-", ">&-"}) {
+        std::filesystem::remove_all(store_);
+        RunProgram({"/bin/sh", "-c", publish + " " + closed});
+        EXPECT_EQ(Output({"policy", "show", "5", "A"}), "1\n") << closed;
+    }
+}
+
+TEST_F(GlobalOptions, ClosedOutputIsReported) {
+    Publish("5", "<Policy><A>1</A></Policy>");
+    const ProcessResult result = RunProgram(
+        {"/bin/sh", "-c", std::string(ZNPOLICY) + " --store " + store_ + " policy show 5 >&-"});
+    EXPECT_EQ(result.exitCode, kFailed);
+    EXPECT_THAT(result.err, MatchesRegex("znpolicy: [^\n]+\n"));
 }
 
 TEST_F(GlobalOptions, StoreOptionOverridesEnvironment) {
@@ -134,12 +154,8 @@ TEST_F(GlobalOptions, EscapesMessages) {
         std::string shown;
     } cases[] = {
         {"a\nb\x1B[0m", "a\\nb\\x1b[0m"},  // could start another line, or an escape sequence
-        {"a\xE2\x80\xAE"
-         "b",
-         "a\\u202eb"},  // right-to-left override
-        {"a\xE2\x80\xA8"
-         "b",
-         "a\\u2028b"},  // line separator
+        {"a" + RightToLeftOverride() + "b", "a\\u202eb"},
+        {"a" + LineSeparator() + "b", "a\\u2028b"},
         {"a\xFF"
          "b\\",
          "a\\xffb\\"},

@@ -3,9 +3,12 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <iostream>
 #include <string>
 #include <vector>
 
+#include "DirectionCharacters.h"
+#include "IsolatedCheck.h"
 #include "Program.h"
 
 namespace {
@@ -52,13 +55,18 @@ TEST_F(PolicyCommands, ReportsUnreadableDocument) {
 }
 
 TEST_F(PolicyCommands, ReportsDocumentWithoutPermission) {
-    if (geteuid() == 0) {
-        GTEST_SKIP() << "root may read every file";
-    }
     WriteFile(directory_ / "policy.xml", "<Policy/>");
     std::filesystem::permissions(directory_ / "policy.xml", std::filesystem::perms::none);
-    EXPECT_EQ(Failure({"policy", "publish", "5", directory_ / "policy.xml"}),
-              "znpolicy: " + directory_ / "policy.xml: Permission denied\n");
+    ExpectHolds(InChild([&] {
+        BecomeOrdinaryUser(directory_.Path());
+        if (access(ZNPOLICY, X_OK) != 0) {
+            NotPossibleHere("run the program as an ordinary user");
+        }
+        const ProcessResult result = Run({"policy", "publish", "5", directory_ / "policy.xml"});
+        std::cerr << result;
+        return result.exitCode == kFailed &&
+               result.err == "znpolicy: " + directory_ / "policy.xml: Permission denied\n";
+    }));
 }
 
 TEST_F(PolicyCommands, RejectsEndlessDocument) {
@@ -159,10 +167,7 @@ TEST_F(PolicyCommands, ShowsItemsInPublishedOrder) {
 
 // Text that would rearrange the line it is shown in.
 TEST_F(PolicyCommands, EscapesDirectionOverridesAndLineSeparators) {
-    const std::string value =
-        "a\xE2\x80\xAE"
-        "b\xE2\x80\xA8"
-        "c";
+    const std::string value = "a" + RightToLeftOverride() + "b" + LineSeparator() + "c";
     Publish("5", "<Policy><A>" + value + "</A></Policy>");
     EXPECT_EQ(Output({"policy", "show", "5"}),
               "ITEM  VALUE\n"

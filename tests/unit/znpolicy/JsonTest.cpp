@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "DirectionCharacters.h"
 #include "Json.h"
 
 namespace {
@@ -17,7 +18,8 @@ TEST(Json, KeepsMemberOrder) {
 }
 
 TEST(Json, PrintsAsciiThatMeansTheSame) {
-    const std::string text = "\xC3\xA4\xE2\x80\xAE\xE2\x80\xA8\x7F\x1B\xC2\x85\xF0\x9F\x98\x80";
+    const std::string text =
+        "\xC3\xA4" + RightToLeftOverride() + LineSeparator() + "\x7F\x1B\xC2\x85\xF0\x9F\x98\x80";
     const std::string printed = Printed(text);
     EXPECT_TRUE(std::all_of(printed.begin(), printed.end(), [](char c) {
         return c == '\n' || (c >= ' ' && c < '\x7F');

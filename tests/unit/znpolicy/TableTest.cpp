@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "DirectionCharacters.h"
 #include "Table.h"
 
 namespace {
@@ -22,12 +23,13 @@ TEST(Table, AlignsColumnsByCharacters) {
 }
 
 TEST(Table, EscapesWhatWouldChangeTheLine) {
-    EXPECT_EQ(Printed({{"A"}, {"a\nb\x1B"}, {"\xE2\x80\xAE\xE2\x80\xA8"}, {"\xFF"}, {"\\"}}),
-              "A\n"
-              "a\\nb\\x1b\n"
-              "\\u202e\\u2028\n"
-              "\\xff\n"
-              "\\\n");
+    EXPECT_EQ(
+        Printed({{"A"}, {"a\nb\x1B"}, {RightToLeftOverride() + LineSeparator()}, {"\xFF"}, {"\\"}}),
+        "A\n"
+        "a\\nb\\x1b\n"
+        "\\u202e\\u2028\n"
+        "\\xff\n"
+        "\\\n");
 }
 
 TEST(Table, KnowsWhetherItHasRows) {

@@ -14,7 +14,7 @@ std::string InputTitle(const std::string& name) {
 }
 
 std::string ReadInput(const std::string& name, size_t maxSize) {
-    FileDescriptor file = name == "-" ? FileDescriptor(dup(STDIN_FILENO))
+    FileDescriptor file = name == "-" ? FileDescriptor(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3))
                                       : FileDescriptor::Open(name.c_str(), O_RDONLY);
     std::string contents;
     if (!file.IsOpen() || !file.ReadAll(contents, maxSize)) {
