@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "IsolatedCheck.h"
 #include "PolicyAccess.h"
 #include "TemporaryDirectory.h"
 
@@ -31,6 +32,22 @@ TEST_F(PolicyAccessTest, ReportsMissingStore) {
                                                HasSubstr(store_ + ": there is no policy store")));
     std::filesystem::create_directory(store_);
     EXPECT_EQ(OpenPolicyStore().Directory(), store_);
+}
+
+TEST_F(PolicyAccessTest, ReportsStoreThatCannotBeReached) {
+    std::filesystem::create_directory(store_);
+    ExpectHolds(InChild([&] {
+        BecomeOrdinaryUser(directory_.Path());
+        std::filesystem::permissions(directory_.Path(), std::filesystem::perms::none);
+        std::string message;
+        try {
+            OpenPolicyStore();
+        } catch (const std::runtime_error& error) {
+            message = error.what();
+        }
+        std::filesystem::permissions(directory_.Path(), std::filesystem::perms::owner_all);
+        return message == store_ + ": Permission denied";
+    }));
 }
 
 TEST_F(PolicyAccessTest, LoadsPolicy) {

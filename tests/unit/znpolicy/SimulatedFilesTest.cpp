@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 
+#include "IsolatedCheck.h"
 #include "SimulatedFiles.h"
 #include "TemporaryDirectory.h"
 #include "ZnCrypto.h"
@@ -55,12 +55,13 @@ TEST_F(SimulatedFilesTest, ReportsWhatIsInTheWayOfADirectory) {
 }
 
 TEST_F(SimulatedFilesTest, ReportsDirectoryWithoutPermission) {
-    if (geteuid() == 0) {
-        GTEST_SKIP() << "root may write everywhere";
-    }
-    fs::permissions(directory_.Path(), fs::perms::owner_read | fs::perms::owner_exec);
-    EXPECT_EQ(files_.WriteProblem(directory_ / "a"), directory_.Path() + " cannot be written");
-    fs::permissions(directory_.Path(), fs::perms::owner_all);
+    ExpectHolds(InChild([&] {
+        BecomeOrdinaryUser(directory_.Path());
+        fs::permissions(directory_.Path(), fs::perms::owner_read | fs::perms::owner_exec);
+        const std::string problem = files_.WriteProblem(directory_ / "a");
+        fs::permissions(directory_.Path(), fs::perms::owner_all);
+        return problem == directory_.Path() + " cannot be written";
+    }));
 }
 
 }  // namespace

@@ -2,17 +2,21 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstring>
 #include <stdexcept>
 #include <string>
 
 PolicyStore OpenPolicyStore() {
     PolicyStore store;
-    if (access(store.Directory().c_str(), F_OK) != 0) {
-        throw std::runtime_error(store.Directory() +
-                                 ": there is no policy store here; publish a policy first, or "
-                                 "name another directory with --store");
+    if (access(store.Directory().c_str(), F_OK) == 0) {
+        return store;
     }
-    return store;
+    const bool isMissing = errno == ENOENT || errno == ENOTDIR;
+    throw std::runtime_error(store.Directory() + ": " +
+                             (isMissing ? "there is no policy store here; publish a policy first, "
+                                          "or name another directory with --store"
+                                        : std::strerror(errno)));
 }
 
 void LoadPolicy(ZnXml& xml, int id) {
