@@ -85,6 +85,18 @@ TEST_F(UnpackedPackageTest, FindsWhatWasNotUnpacked) {
     EXPECT_EQ(UnpackedPackage(test_.Zip()).FirstNotUnpacked(), test_.Unpacked() + "/Common/b");
 }
 
+TEST_F(UnpackedPackageTest, FindsLinkThatWasNotUnpacked) {
+    const TemporaryDirectory directory;
+    fs::create_directory(directory / "Common");
+    fs::create_symlink("a", directory / "Common/link");
+    OutputOf("cd " + directory.Path() + " && zip -qy " + test_.Zip() + " Common/link && unzip -q " +
+             test_.Zip() + " -d " + test_.Unpacked());
+    EXPECT_EQ(UnpackedPackage(test_.Zip()).FirstNotUnpacked(), "");
+    fs::remove(test_.Unpacked() + "/Common/link");
+    WriteFile(test_.Unpacked() + "/Common/link", "a");
+    EXPECT_EQ(UnpackedPackage(test_.Zip()).FirstNotUnpacked(), test_.Unpacked() + "/Common/link");
+}
+
 // The library decides where a zip is unpacked and where it is installed from.
 TEST_F(UnpackedPackageTest, UnpackedPathIsTheOneThatTheLibraryUses) {
     for (const std::string name : {"P.zip", "P.1.zip", "P.zip.old", "P.zip.zip", "a.b/P.zip"}) {

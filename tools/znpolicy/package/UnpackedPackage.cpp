@@ -95,14 +95,20 @@ std::string UnpackedPackage::FirstNotUnpacked() const {
     for (const ZipEntry& entry : archive_->Entries()) {
         std::string path = unpackedPath_ + "/" + entry.path;
         const bool isOverwritten = archive_->Find(entry.path) != &entry;
-        std::error_code missing;
-        const bool isThere =
-            entry.isDirectory
-                ? fs::is_directory(path, missing)
-                : entry.isLink || archive_->Look(entry).digest == ZnSha256::FileSha256Value(path);
-        if (!isOverwritten && !isThere) {
+        if (!isOverwritten && !IsUnpacked(entry, path)) {
             return path;
         }
     }
     return "";
+}
+
+bool UnpackedPackage::IsUnpacked(const ZipEntry& entry, const std::string& path) const {
+    std::error_code missing;
+    if (entry.isDirectory) {
+        return fs::is_directory(path, missing);
+    }
+    if (entry.isLink) {
+        return fs::read_symlink(path, missing) == archive_->LinkTarget(entry);
+    }
+    return archive_->Look(entry).digest == ZnSha256::FileSha256Value(path);
 }

@@ -51,6 +51,9 @@ class UnpackedPackage {
 
     UnpackedPackage() = default;
 
+    // Whether the entry has been unpacked to `path`.
+    bool IsUnpacked(const ZipEntry& entry, const std::string& path) const;
+
     std::optional<Source> Find(const std::string& name, int linksToFollow = 8) const;
 
     std::optional<ZipArchive> archive_;
