@@ -10,7 +10,7 @@
 #include "Input.h"
 #include "InstallOutput.h"
 #include "Progress.h"
-#include "RedirectedStdout.h"
+#include "RedirectedStdio.h"
 #include "UpdateDescription.h"
 #include "ZnVcUpdate.h"
 
@@ -52,7 +52,7 @@ void Install(const InstallArguments& arguments, bool json) {
     int result = 0;
     {
         const Progress progress("installing", 0);
-        const RedirectedStdout silenced;
+        const RedirectedStdio silenced;
         result = ZnVcUpdate::BuildVcInstallList(arguments.root, arguments.Side(), records);
     }
     const size_t failures = PrintOutcome(plan, json);

@@ -12,7 +12,7 @@
 #include "PackageSelection.h"
 #include "Paths.h"
 #include "Progress.h"
-#include "RedirectedStdout.h"
+#include "RedirectedStdio.h"
 #include "ShellPath.h"
 #include "UnpackedPackage.h"
 #include "ZnVcUpdate.h"
@@ -47,7 +47,7 @@ void Scan(const std::string& directory, bool json) {
 void UnpackOne(const std::string& zip) {
     RequirePlainPath(zip);
     const UnpackedPackage package(zip);
-    const RedirectedStdout silenced;
+    const RedirectedStdio silenced;
     if (ZnVcUpdate::UnZipVcPackage(zip) != 0) {
         throw std::runtime_error(zip + ": no \".zip\" in the path");
     }

@@ -1,17 +1,18 @@
-// RAII: redirects standard output to /dev/null.
+// RAII: redirects standard input and output to /dev/null.
 #pragma once
 
 #include "FileDescriptor.h"
 
-// Keeps what unzip prints, which the library runs, out of a command's output. Standard error is
-// not redirected.
-class RedirectedStdout {
+// Keeps what unzip prints, which the library runs, out of a command's output, and keeps unzip from
+// asking what to do when the disk is full. Standard error is not redirected.
+class RedirectedStdio {
    public:
-    RedirectedStdout();
-    ~RedirectedStdout();
-    RedirectedStdout(const RedirectedStdout&) = delete;
-    RedirectedStdout& operator=(const RedirectedStdout&) = delete;
+    RedirectedStdio();
+    ~RedirectedStdio();
+    RedirectedStdio(const RedirectedStdio&) = delete;
+    RedirectedStdio& operator=(const RedirectedStdio&) = delete;
 
    private:
-    FileDescriptor saved_;
+    FileDescriptor input_;  // the descriptors as they were
+    FileDescriptor output_;
 };
