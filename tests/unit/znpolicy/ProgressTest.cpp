@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <string>
 
 #include "ChildProcess.h"
@@ -44,7 +45,7 @@ TEST_F(ProgressOnTerminal, ShowsStepsAndRemovesTheBar) {
     ASSERT_EQ(pipe(go), 0);
     ChildProcess child([&] {
         dup2(other_.Get(), STDERR_FILENO);
-        Progress progress("working", 4);
+        Progress progress("working", 4, std::chrono::milliseconds(1));
         progress.Step();
         char byte = 0;
         [[maybe_unused]] const ssize_t count = read(go[0], &byte, 1);

@@ -2,11 +2,11 @@
 
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdio>
 #include <utility>
 
-Progress::Progress(std::string what, size_t steps) : what_(std::move(what)), steps_(steps) {
+Progress::Progress(std::string what, size_t steps, std::chrono::milliseconds interval)
+    : what_(std::move(what)), steps_(steps), interval_(interval) {
     if (isatty(STDERR_FILENO) != 0) {
         thread_ = std::thread(&Progress::Show, this);
     }
@@ -26,10 +26,9 @@ Progress::~Progress() {
 
 void Progress::Show() {
     const auto begin = std::chrono::steady_clock::now();
-    const auto pause = std::chrono::milliseconds(500);
     std::unique_lock<std::mutex> lock(mutex_);
     bool isShown = false;
-    while (!finished_.wait_for(lock, pause, [this] { return isFinished_; })) {
+    while (!finished_.wait_for(lock, interval_, [this] { return isFinished_; })) {
         const auto elapsed = std::chrono::steady_clock::now() - begin;
         Draw(static_cast<int>(std::chrono::duration_cast<std::chrono::seconds>(elapsed).count()));
         isShown = true;
