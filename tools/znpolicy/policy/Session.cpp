@@ -13,7 +13,7 @@
 
 // Finds out whether the absolute bandwidth of a module alone gives its allowance.
 static std::string WinningLimit(ZnXml& xml, const std::string& module, int bytesPerSecond) {
-    if (module == "Total") {
+    if (module == kTotalBandwidth) {
         return "total";
     }
     PolicyCfgItemValue absolute = {};

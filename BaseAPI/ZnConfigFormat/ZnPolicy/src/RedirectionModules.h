@@ -1,8 +1,18 @@
 // The redirection modules whose bandwidth a policy can limit.
 #pragma once
 
-// The only list of modules: add a redirection module here. "Total" stands for the total bandwidth.
+#include <string_view>
+
+// The total bandwidth, which is limited like a module.
+inline constexpr const char* kTotalBandwidth = "Total";
+
+// The modules: add a redirection module here.
 inline constexpr const char* kRedirectionModules[] = {
     "Display", "Audio",   "Video",     "USB",  "Camera",   "PCSC", "TWAIN", "Printer",
-    "COM",     "FdRedir", "Clipboard", "DXVA", "Security", "VCC",  "HID",   "Total",
+    "COM",     "FdRedir", "Clipboard", "DXVA", "Security", "VCC",  "HID",   kTotalBandwidth,
+};
+
+// Those that are also known by a name with "Zn" before it. Deliberately only some.
+inline constexpr std::string_view kPrefixedModules[] = {
+    "ZnAudio", "ZnCamera", "ZnClipboard", "ZnDisplay", "ZnFdRedir", "ZnPrinter", "ZnTotal",
 };

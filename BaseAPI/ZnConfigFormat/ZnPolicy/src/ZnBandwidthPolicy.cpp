@@ -3,12 +3,11 @@
 #include <string_view>
 #include <utility>
 
+#include "RedirectionModules.h"
 #include "ZnBandwidthPolicyPrivate.h"
 #include "ZnLog.h"
 #include "ZnXml.h"
 #include "bounded.h"
-
-static const std::string TOTAL_BANDWIDTH_CFG_NAME = "Total";
 
 ZnBandwidthPolicy::ZnBandwidthPolicy() : private_(std::make_unique<ZnBandwidthPolicyPrivate>()) {}
 
@@ -35,7 +34,7 @@ void ZnBandwidthPolicy::ReadBandwidthPolicy(int terminalId) {
     int total = 0;
     if (item.bandwidthSpecified != 0 && item.bandwidth > 0) {
         total = item.bandwidth;
-        private_->SetAllowance(TOTAL_BANDWIDTH_CFG_NAME, total);
+        private_->SetAllowance(kTotalBandwidth, total);
     }
     private_->ReadSubs(xml, item, total);
 }
@@ -50,9 +49,7 @@ int ZnBandwidthPolicy::CalculateModuleAllowedBandwidth(int totalBandwidth, std::
 // several, the first in the list counts.
 static std::string_view PlainModuleName(std::string_view name) {
     constexpr std::string_view kPrefix = "Zn";
-    constexpr std::string_view kModules[] = {"ZnAudio",   "ZnCamera",  "ZnClipboard", "ZnDisplay",
-                                             "ZnFdRedir", "ZnPrinter", "ZnTotal"};
-    for (const std::string_view module : kModules) {
+    for (const std::string_view module : kPrefixedModules) {
         if (name.find(module) != std::string_view::npos) {
             return module.substr(kPrefix.size());
         }

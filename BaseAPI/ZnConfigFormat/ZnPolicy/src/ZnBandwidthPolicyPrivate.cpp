@@ -8,8 +8,6 @@
 #include "RedirectionModules.h"
 #include "bounded.h"
 
-static const std::string TOTAL_BANDWIDTH_CFG_NAME = "Total";
-
 static const std::set<std::string> MODULE_NAME(std::begin(kRedirectionModules),
                                                std::end(kRedirectionModules));
 
@@ -110,7 +108,7 @@ int ZnBandwidthPolicyPrivate::CalculateModuleAllowedBandwidthPrivate(int totalBa
             allowed = share;
         }
     }
-    const bool isTotal = moduleName == TOTAL_BANDWIDTH_CFG_NAME;
+    const bool isTotal = moduleName == kTotalBandwidth;
     if (allowed > 0 && !isTotal) {
         SetAllowance(moduleName, allowed);
     }
