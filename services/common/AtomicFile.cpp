@@ -16,7 +16,7 @@ AtomicFile::AtomicFile(std::string path, mode_t mode) : path_(std::move(path)) {
     do {
         temporary_ = TemporaryNameBeside(path_);
         file_ = FileDescriptor::Open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL, mode);
-    } while (file_.IsOpen() && !ClaimTemporaryFile(file_, temporary_));
+    } while (file_.IsOpen() && !ClaimTemporaryFile(file_));
     if (!file_.IsOpen()) {
         temporary_.clear();
     }

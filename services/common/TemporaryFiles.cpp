@@ -75,10 +75,11 @@ bool IsTemporaryName(std::string_view name) {
            name.find_first_not_of(kDigits, kPrefix.size()) == std::string_view::npos;
 }
 
-bool ClaimTemporaryFile(const FileDescriptor& file, const std::string& name) {
+bool ClaimTemporaryFile(const FileDescriptor& file) {
     // Where the file system has no locks, nobody removes the file either.
     const bool isContested = flock(file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-    return !isContested && access(name.c_str(), F_OK) == 0;
+    struct stat status = {};
+    return !isContested && fstat(file.Get(), &status) == 0 && status.st_nlink > 0;
 }
 
 void RemoveAbandonedFilesBeside(const std::string& path) try {

@@ -13,9 +13,9 @@ std::string TemporaryNameBeside(const std::string& path);
 // Whether `name`, without its directory, has that form.
 bool IsTemporaryName(std::string_view name);
 
-// Locks the new temporary file `name` to show that it is in use, for as long as `file` is open.
-// Returns false when another process has removed the file in the meantime, or is about to.
-bool ClaimTemporaryFile(const FileDescriptor& file, const std::string& name);
+// Locks the new temporary file `file` to show that it is in use, for as long as it is open. Returns
+// false when another process has removed the file in the meantime, or is about to.
+bool ClaimTemporaryFile(const FileDescriptor& file);
 
 // Removes temporary files in the directory of `path` that nobody uses any more, because the process
 // that wrote them was killed. Keeps errno, and ignores failures.

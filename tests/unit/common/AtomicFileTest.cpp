@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -11,6 +12,8 @@
 #include <vector>
 
 #include "AtomicFile.h"
+#include "IsolatedCheck.h"
+#include "Platform.h"
 #include "TemporaryDirectory.h"
 
 namespace {
@@ -75,6 +78,20 @@ TEST_F(AtomicFileTest, ReportsWhyItCannotBeOpened) {
     const AtomicFile file(dir / "missing/file", 0600);
     EXPECT_FALSE(file.IsOpen());
     EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_F(AtomicFileTest, RaisedPrivilegesReplaceFileThatTheUserCannotReach) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only the superuser can take on two users";
+    }
+    ExpectHolds(InChild([&] {
+        alarm(5);
+        if (setreuid(kNobody, 0) != 0) {
+            NotPossibleHere("become another user");
+        }
+        AtomicFile file(path, 0600);
+        return file.IsOpen() && file.Commit() && Names() == std::vector<std::string>{"file"};
+    }));
 }
 
 TEST_F(AtomicFileTest, FailedCommitLeavesNothingBehind) {

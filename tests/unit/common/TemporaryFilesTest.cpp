@@ -71,7 +71,7 @@ TEST_F(TemporaryFilesTest, RemovesAbandonedFilesAndNothingElse) {
 
 TEST_F(TemporaryFilesTest, KeepsFilesInUse) {
     const auto file = FileDescriptor::Open(abandoned.c_str(), O_RDWR | O_CREAT, 0600);
-    EXPECT_TRUE(ClaimTemporaryFile(file, abandoned));
+    EXPECT_TRUE(ClaimTemporaryFile(file));
     RemoveAbandonedFilesBeside(dir / "file");
 
     EXPECT_TRUE(fs::exists(abandoned));
@@ -82,7 +82,7 @@ TEST_F(TemporaryFilesTest, RemovesFileOfKilledProcess) {
     ASSERT_EQ(pipe(ready), 0);
     ChildProcess owner([&] {
         const auto file = FileDescriptor::Open(abandoned.c_str(), O_RDWR | O_CREAT, 0600);
-        (void)(write(ready[1], ClaimTemporaryFile(file, abandoned) ? "y" : "n", 1) < 0);
+        (void)(write(ready[1], ClaimTemporaryFile(file) ? "y" : "n", 1) < 0);
         pause();
     });
     char claimed = 'n';
@@ -101,10 +101,10 @@ TEST_F(TemporaryFilesTest, ClaimFailsForRemovedOrLockedFile) {
     const auto file = FileDescriptor::Open(abandoned.c_str(), O_RDWR | O_CREAT, 0600);
     const FileDescriptor other = FileDescriptor::OpenRegularFile(abandoned.c_str());
     ASSERT_EQ(flock(other.Get(), LOCK_EX | LOCK_NB), 0);
-    EXPECT_FALSE(ClaimTemporaryFile(file, abandoned));
+    EXPECT_FALSE(ClaimTemporaryFile(file));
     ASSERT_EQ(flock(other.Get(), LOCK_UN), 0);
     fs::remove(abandoned);
-    EXPECT_FALSE(ClaimTemporaryFile(file, abandoned));
+    EXPECT_FALSE(ClaimTemporaryFile(file));
 }
 
 TEST_F(TemporaryFilesTest, WorksInWorkingDirectory) {
