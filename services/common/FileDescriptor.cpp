@@ -6,9 +6,12 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 
 namespace {
+
+// How often a new file is created again. The last one is kept even where /dev/null cannot be opened
+// to protect it.
+constexpr int kAttempts = 20;
 
 // While it lives, /dev/null takes the place of closed standard descriptors. A file opened for
 // writing would get one of their numbers for a moment, long enough for output of other threads.
@@ -47,12 +50,25 @@ FileDescriptor AboveStandard(int fd) {
 }  // namespace
 
 FileDescriptor FileDescriptor::OpenAt(int directory, const char* path, int flags, mode_t mode) {
-    std::optional<StandardDescriptorGuard> guard;
-    if ((flags & O_ACCMODE) != O_RDONLY) {
-        guard.emplace();
+    const auto open = [&] {
+        return RetryOnEintr([&] { return openat(directory, path, flags | O_CLOEXEC, mode); });
+    };
+    if ((flags & O_ACCMODE) == O_RDONLY) {
+        return AboveStandard(open());
     }
-    return AboveStandard(
-        RetryOnEintr([&] { return openat(directory, path, flags | O_CLOEXEC, mode); }));
+    constexpr int kNew = O_CREAT | O_EXCL;
+    for (int attempt = 1;; ++attempt) {
+        const StandardDescriptorGuard guard;
+        const int fd = open();
+        const bool isExposed = fd >= 0 && fd <= STDERR_FILENO;
+        if (!isExposed || (flags & kNew) != kNew || attempt == kAttempts) {
+            return AboveStandard(fd);
+        }
+        // The number was taken by another thread's guard, which then gave it up: the new file may
+        // contain output already.
+        unlinkat(directory, path, 0);
+        close(fd);
+    }
 }
 
 FileDescriptor FileDescriptor::OpenRegularFile(const char* path) {

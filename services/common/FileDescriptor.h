@@ -33,7 +33,9 @@ class FileDescriptor {
     //
     // The descriptor is never 0, 1 or 2, even where these are closed: other parts of the process
     // read standard input and write standard output and error without opening them, and would read
-    // or write this file.
+    // or write this file. A file created with O_EXCL never had such a number, even for a moment,
+    // where /dev/null exists; an existing file that is opened for writing may have had one if other
+    // threads open files too.
     static FileDescriptor Open(const char* path, int flags, mode_t mode = 0) {
         return OpenAt(AT_FDCWD, path, flags, mode);
     }

@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 #include "FileDescriptor.h"
 #include "IsolatedCheck.h"
 #include "Platform.h"
+#include "SystemCallHooks.h"
 #include "TemporaryDirectory.h"
 
 namespace {
@@ -118,6 +120,24 @@ TEST_F(FileDescriptorTest, OutputOfOtherThreadsNeverEntersNewFile) {
         return isClean;
     }));
 }
+
+#ifdef __linux__
+
+// Another thread's guard holds a closed descriptor at first, and gives it up at the worst moment.
+TEST_F(FileDescriptorTest, OutputNeverEntersNewFileWhenDescriptorIsClosedMeanwhile) {
+    ExpectHolds(InChild([&] {
+        const int guard = dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
+        systemCallHooks.beforeOpenat = [&] { close(guard); };
+        systemCallHooks.afterOpenat = [](int fd) { (void)(write(fd, "stray", 5) < 0); };
+        const auto file = FileDescriptor::Open(path.c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);
+        struct stat status = {};
+        return file.Get() > STDERR_FILENO && ReadFile(path).empty() &&
+               fstat(file.Get(), &status) == 0 && status.st_nlink == 1 && status.st_size == 0 &&
+               !IsOpenDescriptor(STDOUT_FILENO);
+    }));
+}
+
+#endif
 
 TEST_F(FileDescriptorTest, OpensRegularFilesOnly) {
     WriteFile(path, "x");

@@ -1,0 +1,44 @@
+#include "SystemCallHooks.h"
+
+#ifdef __linux__
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <utility>
+
+SystemCallHooks systemCallHooks;
+
+namespace {
+
+template <typename Hook, typename... Arguments>
+void CallOnce(Hook& hook, Arguments... arguments) {
+    if (const Hook once = std::exchange(hook, nullptr)) {
+        once(arguments...);
+    }
+}
+
+}  // namespace
+
+extern "C" {
+
+int openat(int directory, const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const unsigned mode = va_arg(arguments, unsigned);
+    va_end(arguments);
+    CallOnce(systemCallHooks.beforeOpenat);
+    const int fd = static_cast<int>(syscall(SYS_openat, directory, path, flags, mode));
+    CallOnce(systemCallHooks.afterOpenat, fd);
+    return fd;
+}
+
+int poll(struct pollfd* descriptors, unsigned long count, int timeout) {
+    const int result = static_cast<int>(syscall(SYS_poll, descriptors, count, timeout));
+    CallOnce(systemCallHooks.afterPoll);
+    return result;
+}
+}
+
+#endif
