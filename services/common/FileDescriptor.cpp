@@ -1,6 +1,7 @@
 #include "FileDescriptor.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,6 +13,18 @@ namespace {
 // How often a new file is created again. The last one is kept even where /dev/null cannot be opened
 // to protect it.
 constexpr int kAttempts = 20;
+
+// Closes `fd` without being a cancellation point: cancelling a thread inside a destructor would end
+// the process.
+int CloseUncancelled(int fd) {
+    int state = 0;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
+    const int result = close(fd);
+    const int error = errno;
+    pthread_setcancelstate(state, nullptr);
+    errno = error;
+    return result;
+}
 
 // While it lives, /dev/null takes the place of closed standard descriptors. A file opened for
 // writing would get one of their numbers for a moment, long enough for output of other threads.
@@ -27,7 +40,7 @@ class StandardDescriptorGuard {
     ~StandardDescriptorGuard() {
         for (const int guard : guards_) {
             if (guard >= 0) {
-                close(guard);
+                CloseUncancelled(guard);
             }
         }
     }
@@ -67,7 +80,7 @@ FileDescriptor FileDescriptor::OpenAt(int directory, const char* path, int flags
         // The number was taken by another thread's guard, which then gave it up: the new file may
         // contain output already.
         unlinkat(directory, path, 0);
-        close(fd);
+        CloseUncancelled(fd);
     }
 }
 
@@ -103,7 +116,7 @@ bool FileDescriptor::Close() {
         return true;
     }
     // An interrupted close is not repeated: by then, the number may belong to another file.
-    return close(Release()) == 0 || errno == EINTR;
+    return CloseUncancelled(Release()) == 0 || errno == EINTR;
 }
 
 ssize_t FileDescriptor::Read(void* buffer, std::size_t size) const {

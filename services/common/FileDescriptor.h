@@ -67,7 +67,8 @@ class FileDescriptor {
         return fd;
     }
 
-    // Closes the descriptor. Returns false when the system reports that written data was lost.
+    // Closes the descriptor. Returns false when the system reports that written data was lost. Not
+    // a cancellation point.
     bool Close();
 
     // Reads up to `size` bytes. Returns the number of bytes read, 0 at the end of the file, -1 on

@@ -139,6 +139,19 @@ TEST_F(FileDescriptorTest, OutputNeverEntersNewFileWhenDescriptorIsClosedMeanwhi
 
 #endif
 
+TEST_F(FileDescriptorTest, ClosingIsNoCancellationPoint) {
+    ExpectHolds(InChild([] {
+        std::atomic<bool> isClosed = false;
+        std::thread thread([&] {
+            pthread_cancel(pthread_self());
+            { const FileDescriptor file(dup(STDIN_FILENO)); }
+            isClosed = true;
+        });
+        thread.join();
+        return isClosed.load();
+    }));
+}
+
 TEST_F(FileDescriptorTest, OpensRegularFilesOnly) {
     WriteFile(path, "x");
     ASSERT_EQ(mkfifo((dir / "pipe").c_str(), 0600), 0);
