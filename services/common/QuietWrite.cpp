@@ -2,10 +2,11 @@
 
 #include <poll.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <climits>
 
@@ -33,6 +34,26 @@ bool HasRoom(int fd) {
     return RetryOnEintr([&] { return poll(&room, 1, 0); }) > 0;
 }
 
+// Writes to something other than a regular file without waiting; the descriptor is usually a
+// blocking one.
+ssize_t WriteWithoutWaiting(int fd, const struct stat& status, std::string_view text) {
+    if (S_ISSOCK(status.st_mode)) {
+        return send(fd, text.data(), text.size(), MSG_DONTWAIT);
+    }
+#ifdef RWF_NOWAIT
+    const iovec block = {const_cast<char*>(text.data()), text.size()};
+    const ssize_t count = pwritev2(fd, &block, 1, -1, RWF_NOWAIT);
+    if (count >= 0 || (errno != EOPNOTSUPP && errno != ENOSYS)) {
+        return count;
+    }
+#endif
+    if (!HasRoom(fd)) {
+        errno = EAGAIN;
+        return -1;
+    }
+    return write(fd, text.data(), text.size());
+}
+
 }  // namespace
 
 std::size_t QuietWrite(int fd, std::string_view text) {
@@ -49,12 +70,11 @@ std::size_t QuietWrite(int fd, std::string_view text) {
     const SignalBlocker signalBlocker(fd);
     std::size_t written = 0;
     while (written < text.size()) {
-        if (!isFile && !HasRoom(fd)) {
-            errno = EAGAIN;
-            break;
-        }
-        const std::size_t size = std::min(text.size() - written, largest);
-        const ssize_t count = RetryOnEintr([&] { return write(fd, text.data() + written, size); });
+        const std::string_view next = text.substr(written, largest);
+        const ssize_t count = RetryOnEintr([&] {
+            return isFile ? write(fd, next.data(), next.size())
+                          : WriteWithoutWaiting(fd, status, next);
+        });
         if (count <= 0) {
             break;
         }

@@ -1,17 +1,23 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdlib>
+#include <memory>
 #include <string>
+#include <vector>
 
+#include "ChildProcess.h"
 #include "FileDescriptor.h"
 #include "IsolatedCheck.h"
 #include "QuietWrite.h"
+#include "SystemCallHooks.h"
 #include "TemporaryDirectory.h"
 
 namespace {
@@ -55,6 +61,79 @@ TEST(QuietWriteTest, DoesNotWaitForFullPipe) {
         const bool isStuck = errno == EAGAIN && QuietWrite(pipe.writer.Get(), text) == 0;
         const bool isBlocking = (fcntl(pipe.writer.Get(), F_GETFL) & O_NONBLOCK) == 0;
         return isStuck && isBlocking;
+    }));
+}
+
+#ifdef __linux__
+
+// Another process that writes to the same pipe or socket can fill it after poll() reported room.
+TEST(QuietWriteTest, DoesNotWaitWhenOtherProcessTakesTheRoom) {
+    const std::string text(100, 'x');
+    for (const bool isSocket : {false, true}) {
+        ExpectHolds(InChild([&] {
+            alarm(5);  // ends a write that waits
+            int ends[2] = {-1, -1};
+            if ((isSocket ? socketpair(AF_UNIX, SOCK_STREAM, 0, ends) : pipe(ends)) != 0) {
+                return false;
+            }
+            const auto fill = [&] {
+                const int flags = fcntl(ends[1], F_GETFL);
+                fcntl(ends[1], F_SETFL, flags | O_NONBLOCK);
+                while (write(ends[1], text.data(), text.size()) > 0) {
+                }
+                fcntl(ends[1], F_SETFL, flags);
+            };
+            systemCallHooks.afterPoll = fill;
+            const bool isWritten = QuietWrite(ends[1], text) == text.size();
+            if (systemCallHooks.afterPoll) {  // was not needed
+                fill();
+            }
+            return (isWritten || errno == EAGAIN) && QuietWrite(ends[1], text) == 0 &&
+                   errno == EAGAIN;
+        }));
+    }
+}
+
+// The same by chance.
+TEST(QuietWriteTest, ProcessesThatShareFullPipeDoNotWait) {
+    const TemporaryDirectory dir;
+    const Pipe pipe;
+    fcntl(pipe.writer.Get(), F_SETPIPE_SZ, PIPE_BUF);
+    const std::string text(PIPE_BUF, 'x');
+    std::vector<std::unique_ptr<ChildProcess>> writers;
+    for (int i = 0; i < 4; ++i) {
+        writers.push_back(std::make_unique<ChildProcess>([&] {
+            alarm(10);  // ends a writer that waits
+            while (access((dir / "stop").c_str(), F_OK) != 0) {
+                QuietWrite(pipe.writer.Get(), text);
+            }
+        }));
+    }
+    std::string drained = text;
+    for (int i = 0; i < 2000; ++i) {
+        ASSERT_GT(pipe.reader.Read(drained.data(), drained.size()), 0);
+    }
+    WriteFile(dir / "stop", "");
+    for (const auto& writer : writers) {
+        const ProcessResult result = writer->Wait();
+        EXPECT_TRUE(result.Succeeded()) << result;
+    }
+}
+
+#endif
+
+TEST(QuietWriteTest, DoesNotWaitForFullSocket) {
+    ExpectHolds(InChild([] {
+        int ends[2] = {-1, -1};
+        if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0) {
+            return false;
+        }
+        const std::string text(1000, 'x');
+        while (QuietWrite(ends[0], text) == text.size()) {
+        }
+        const bool isStuck = errno == EAGAIN;
+        close(ends[1]);
+        return isStuck && QuietWrite(ends[0], text) == 0 && errno == EPIPE;
     }));
 }
 
