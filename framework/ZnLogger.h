@@ -19,8 +19,9 @@
 //   ZN_LOG_FILE   the file that records are appended to instead of standard error; its directory
 //                 must exist. It may be a FIFO or a device. A regular file that would grow beyond
 //                 10 MiB is renamed (name.log to name.1.log, that to name.2.log, up to 4) and begun
-//                 anew; when that fails, the file grows, and a note says so. A link is never
-//                 renamed. A file belongs to one process at a time.
+//                 anew; when that fails, the file grows, a note says so, and the oldest file may
+//                 stay as name.5.log until the next rotation. A link is never renamed. A file
+//                 belongs to one process at a time.
 //
 // A record that the file does not take goes to standard error, after a note that says why. Log
 // never waits for the reader of a pipe or terminal: when standard error does not take a record

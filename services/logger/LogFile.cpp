@@ -82,13 +82,20 @@ bool LogFile::Rotate() {
         return false;  // a link, such as /dev/stderr, stays as it is
     }
     rotationError_ = 0;
-    for (int number = kOlderFiles; number > 0; --number) {
+    // Files move up to the first free number only, and the oldest one is deleted last. So a
+    // rotation that fails erases nothing, however often it is tried again.
+    constexpr int kTooOld = kOlderFiles + 1;
+    int number = 1;
+    while (number < kTooOld && lstat(RotatedName(path_, number).c_str(), &status) == 0) {
+        ++number;
+    }
+    for (; number > 0; --number) {
         if (rename(RotatedName(path_, number - 1).c_str(), RotatedName(path_, number).c_str()) !=
-                0 &&
-            errno != ENOENT) {
+            0) {
             rotationError_ = errno;
             return false;
         }
     }
+    unlink(RotatedName(path_, kTooOld).c_str());
     return true;
 }

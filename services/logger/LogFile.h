@@ -18,7 +18,8 @@ class LogFile {
     // written completely; the next line then starts on a line of its own.
     //
     // A regular file that would exceed 10 MiB is renamed to name.1.log and begun anew, where
-    // name.1.log becomes name.2.log, and so on up to 4. When that fails, the file grows.
+    // name.1.log becomes name.2.log, and so on up to 4. When that fails, the file grows, no older
+    // file is deleted, and the oldest one may stay as name.5.log until the next rotation.
     bool Append(std::string_view line);
 
     // The error that keeps the file from being rotated, as in errno; 0 when there is none.

@@ -1,9 +1,11 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <cerrno>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "IsolatedCheck.h"
 #include "LogFile.h"
@@ -13,12 +15,32 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using testing::UnorderedElementsAre;
+
 constexpr size_t kLimit = size_t{10} << 20;
 
 struct LogFileTest : testing::Test {
     TemporaryDirectory dir;
     std::string path = dir / "zn.log";
     LogFile file{path};
+
+    void WriteOlderFiles() const {
+        WriteFile(dir / "zn.1.log", "first");
+        WriteFile(dir / "zn.2.log", "second");
+        WriteFile(dir / "zn.3.log", "third");
+        WriteFile(dir / "zn.4.log", "fourth");
+    }
+
+    // The contents of all other files in the directory.
+    std::vector<std::string> OlderFiles() const {
+        std::vector<std::string> contents;
+        for (const auto& entry : fs::directory_iterator(dir.Path())) {
+            if (entry.is_regular_file() && entry.path() != path) {
+                contents.push_back(ReadFile(entry.path()));
+            }
+        }
+        return contents;
+    }
 };
 
 }  // namespace
@@ -63,30 +85,61 @@ TEST_F(LogFileTest, NumbersOlderFilesBeforeSuffix) {
 }
 
 TEST_F(LogFileTest, KeepsFourOlderFiles) {
-    for (const char* name : {"zn.1.log", "zn.2.log", "zn.3.log", "zn.4.log"}) {
-        WriteFile(dir / name, name);
-    }
+    WriteOlderFiles();
     WriteFile(path, std::string(kLimit, '\n'));
     EXPECT_TRUE(file.Append("x\n"));
-    EXPECT_EQ(ReadFile(dir / "zn.2.log"), "zn.1.log");
-    EXPECT_EQ(ReadFile(dir / "zn.4.log"), "zn.3.log");
+    EXPECT_EQ(ReadFile(dir / "zn.2.log"), "first");
+    EXPECT_EQ(ReadFile(dir / "zn.4.log"), "third");
     EXPECT_FALSE(fs::exists(dir / "zn.5.log"));
 }
 
 TEST_F(LogFileTest, FailedRotationKeepsEverythingAndFileGrows) {
     WriteFile(path, std::string(kLimit, '\n'));
-    WriteFile(dir / "zn.4.log/in the way", "");
-    WriteFile(dir / "zn.3.log", "old\n");
+    WriteOlderFiles();
+    WriteFile(dir / "zn.5.log/in the way", "");
     EXPECT_TRUE(file.Append("one\n"));
     EXPECT_EQ(file.RotationError(), EISDIR);
     EXPECT_TRUE(file.Append("two\n"));
     EXPECT_EQ(fs::file_size(path), kLimit + 8);
-    EXPECT_EQ(ReadFile(dir / "zn.3.log"), "old\n");
+    EXPECT_THAT(OlderFiles(), UnorderedElementsAre("first", "second", "third", "fourth"));
 
-    fs::remove_all(dir / "zn.4.log");
+    fs::remove_all(dir / "zn.5.log");
     EXPECT_TRUE(file.Append("three\n"));
     EXPECT_EQ(file.RotationError(), 0);
     EXPECT_EQ(ReadFile(path), "three\n");
+}
+
+#ifdef __linux__
+
+TEST_F(LogFileTest, FileThatCannotBeRenamedErasesNoOlderOne) {
+    WriteFile(path, std::string(kLimit, '\n'));
+    WriteOlderFiles();
+    ExpectHolds(InChild([&] {
+        if (!EnterPrivateMountNamespace() ||
+            mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount(path.c_str(), path.c_str(), nullptr, MS_BIND, nullptr) != 0) {
+            NotPossibleHere("mount a file");
+        }
+        bool isGood = true;
+        for (int i = 0; i < 10; ++i) {
+            isGood = file.Append("one\n") && file.RotationError() == EBUSY && isGood;
+        }
+        return isGood;
+    }));
+    EXPECT_EQ(fs::file_size(path), kLimit + 40);
+    EXPECT_THAT(OlderFiles(), UnorderedElementsAre("first", "second", "third", "fourth"));
+}
+
+#endif
+
+TEST_F(LogFileTest, OlderFilesMoveUpToFreeNumberOnly) {
+    WriteFile(path, std::string(kLimit, '\n'));
+    WriteFile(dir / "zn.1.log", "first");
+    WriteFile(dir / "zn.4.log", "fourth");
+    EXPECT_TRUE(file.Append("x\n"));
+    EXPECT_EQ(ReadFile(dir / "zn.2.log"), "first");
+    EXPECT_EQ(ReadFile(dir / "zn.4.log"), "fourth");
+    EXPECT_FALSE(fs::exists(dir / "zn.3.log"));
 }
 
 TEST_F(LogFileTest, RotationInReadOnlyDirectoryLosesNothing) {

@@ -68,10 +68,10 @@ TEST(LogOutputTest, NotesFileErrorOnceUntilFileWorksAgain) {
 TEST(LogOutputTest, NotesFailedRotationOnce) {
     const TemporaryDirectory dir;
     WriteFile(dir / "zn.log", std::string(size_t{10} << 20, '\n'));
-    WriteFile(dir / "zn.1.log/in the way", "");
-    WriteFile(dir / "zn.2.log", "");
-    WriteFile(dir / "zn.3.log", "");
-    WriteFile(dir / "zn.4.log/in the way", "");
+    for (const char* name : {"zn.1.log", "zn.2.log", "zn.3.log", "zn.4.log"}) {
+        WriteFile(dir / name, "");
+    }
+    WriteFile(dir / "zn.5.log/in the way", "");
     const std::string error = ErrorOf([&] {
         LogOutput output(dir / "zn.log");
         output.Write(spdlog::level::info, "one");
