@@ -1,5 +1,6 @@
 // Package update with the default services, real zips and the real unzip, in a private mount
 // namespace.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -20,7 +21,9 @@
 #include "ZnVcUpdate.h"
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::UnorderedElementsAre;
 
 namespace fs = std::filesystem;
@@ -318,6 +321,35 @@ TEST_F(PackageUpdate, ClosedStandardDescriptorsDoNotCorruptUnpackedFiles) {
         for (const auto& [name, text] : files) {
             EXPECT_EQ(ReadFile(temporary_ / ("zips/a/" + name)), text);
         }
+    }
+}
+
+// Such a descriptor is closed when the command starts.
+TEST_F(PackageUpdate, CloseOnExecStandardDescriptorsDoNotCorruptUnpackedFiles) {
+    const std::map<std::string, std::string> files = {
+        {"a", std::string(100, 'a')}, {"b", std::string(1000, 'b')}, {"c", "c"}};
+    const std::string zip = temporary_ / "zips/a.zip";
+    MakeZip(zip, files);
+    const std::set<int> cases[] = {{0}, {1}, {2}, {0, 1}, {0, 2}, {1, 2}, {0, 1, 2}};
+    for (const std::set<int>& descriptors : cases) {
+        SCOPED_TRACE(testing::PrintToString(descriptors));
+        fs::remove_all(temporary_ / "zips/a");
+        const ProcessResult result = RunInChild([&] {
+            for (const int descriptor : descriptors) {
+                close(descriptor);
+                open((temporary_ / "host's file").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+            }
+            bool good = ZnVcUpdate::UnZipVcPackage(zip) == kSuccess;
+            for (const int descriptor : descriptors) {
+                good = good && fcntl(descriptor, F_GETFD) == FD_CLOEXEC;
+            }
+            std::exit(good ? 0 : 1);
+        });
+        EXPECT_TRUE(result.Succeeded());
+        for (const auto& [name, text] : files) {
+            EXPECT_EQ(ReadFile(temporary_ / ("zips/a/" + name)), text);
+        }
+        EXPECT_THAT(ReadFile(temporary_ / "host's file"), Not(HasSubstr("Archive:")));
     }
 }
 

@@ -20,7 +20,8 @@ class ZN_API ZnVcUpdate {
     // Runs `exeName` + " " + `args` through the shell and waits for it without a time limit:
     // `timeoutMs` is only logged. Always returns 0; a caller that needs the outcome checks what the
     // command left in the file system. Nothing is quoted: the caller makes the arguments safe.
-    // Closed descriptors among 0 to 2 are opened on /dev/null before, and stay open.
+    // Closed descriptors among 0 to 2 are opened on /dev/null before, and stay open. For those that
+    // are close-on-exec, the command gets /dev/null; they do not change for the caller.
     static int ShellCall(std::string exeName, std::string args, int timeoutMs);
 
     // Creates, below the process directory, "microservices", in it "Package", and in that "Client"

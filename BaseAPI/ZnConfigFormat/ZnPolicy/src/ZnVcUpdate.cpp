@@ -2,10 +2,12 @@
 #include "ZnVcUpdate.h"
 
 #include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
@@ -78,14 +80,46 @@ static void OpenStandardDescriptors() {
     }
 }
 
+static bool IsOpenInCommands(int descriptor) {
+    return fcntl(descriptor, F_GETFD) == 0;
+}
+
+// Like system(), but for the command, those of the descriptors 0 to 2 that are close-on-exec are
+// open on /dev/null. They are replaced in a child process, because the host's own descriptors must
+// not change. SIGINT and SIGQUIT are not ignored meanwhile: that would affect other threads.
+static void RunWithStandardDescriptors(const std::string& cmd) {
+    const pid_t child = fork();
+    if (child == 0) {  // only async-signal-safe calls: the host may have threads
+        for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+            if (!IsOpenInCommands(descriptor)) {
+                close(descriptor);
+                open("/dev/null", O_RDWR);  // gets the lowest free number, `descriptor`
+            }
+        }
+        execl("/bin/sh", "sh", "-c", cmd.c_str(), nullptr);
+        _exit(127);
+    }
+    while (child > 0 && waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+    }
+}
+
+static void RunCommand(const std::string& cmd) {
+    OpenStandardDescriptors();
+    if (IsOpenInCommands(STDIN_FILENO) && IsOpenInCommands(STDOUT_FILENO) &&
+        IsOpenInCommands(STDERR_FILENO)) {
+        // The command's outcome is deliberately ignored: callers check what it left behind.
+        [[maybe_unused]] const int status = system(cmd.c_str());
+    } else {
+        RunWithStandardDescriptors(cmd);
+    }
+}
+
 int ZnVcUpdate::ShellCall(std::string exeName, std::string args, int timeoutMs) {
     ZN_LOG(LogLevelInfo, "exeName=%s,args=%s,timeoutMs=%d", exeName.c_str(), args.c_str(),
            timeoutMs);
     const std::string cmd = exeName + " " + args;
     ZN_LOG(LogLevelInfo, "cmd=%s", cmd.c_str());
-    OpenStandardDescriptors();
-    // The command's outcome is deliberately ignored: callers check what it left behind.
-    [[maybe_unused]] const int status = system(cmd.c_str());
+    RunCommand(cmd);
     return kSuccess;
 }
 
