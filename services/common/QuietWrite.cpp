@@ -37,6 +37,12 @@ bool HasRoom(int fd) {
 // Writes to something other than a regular file without waiting; the descriptor is usually a
 // blocking one.
 ssize_t WriteWithoutWaiting(int fd, const struct stat& status, std::string_view text) {
+    // Needed even if the write does not wait: short notes would fill up a pipe that is too full
+    // for a record.
+    if (!HasRoom(fd)) {
+        errno = EAGAIN;
+        return -1;
+    }
     if (S_ISSOCK(status.st_mode)) {
         return send(fd, text.data(), text.size(), MSG_DONTWAIT);
     }
@@ -47,10 +53,6 @@ ssize_t WriteWithoutWaiting(int fd, const struct stat& status, std::string_view 
         return count;
     }
 #endif
-    if (!HasRoom(fd)) {
-        errno = EAGAIN;
-        return -1;
-    }
     return write(fd, text.data(), text.size());
 }
 
