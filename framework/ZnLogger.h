@@ -8,6 +8,8 @@
 //
 //     2024-05-01T12:34:56.789+02:00 error 4711/4713 ZnVcInstall.cpp:84 InstallFile Failed:copy a b
 //
+// Times are local; a forked process keeps the UTC offset of its parent.
+//
 // A character that could end the line, start another one or change how it is displayed (control
 // characters, line separators, bytes that are not UTF-8) is escaped as \n, \r, \t, \xNN or \uNNNN.
 // A record is handed to the system before Log returns.

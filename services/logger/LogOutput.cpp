@@ -9,11 +9,13 @@
 #include <system_error>
 
 #include "EscapeText.h"
+#include "LogTime.h"
 
 namespace {
 
-// Time with offset, level, process/thread; the text contains the rest.
-constexpr const char* kLinePattern = "%Y-%m-%dT%H:%M:%S.%e%z %l %P/%t %v";
+// Level, process/thread; the text contains the rest. The time is not formatted by spdlog, because
+// that could hang in a forked process; see LogTime.h.
+constexpr const char* kLinePattern = " %l %P/%t %v";
 
 }  // namespace
 
@@ -68,7 +70,7 @@ std::string LogOutput::Line(spdlog::level::level_enum level, std::string_view te
     record.thread_id = spdlog::details::os::_thread_id();
     spdlog::memory_buf_t line;
     formatter_->format(record, line);
-    return {line.data(), line.size()};
+    return FormatLogTime(record.time).append(line.data(), line.size());
 }
 
 std::string LogOutput::NoteLine(std::string_view text) {

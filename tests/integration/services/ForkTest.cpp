@@ -1,8 +1,10 @@
 // Processes that fork while other threads use the services.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
+#include <ctime>
 #include <functional>
 #include <iostream>
 #include <string>
@@ -20,15 +22,15 @@ namespace {
 constexpr int kThreads = 4;
 constexpr int kForks = 40;
 
-// Whether `use` works in children that are forked while other threads are inside it.
-bool WorksAfterFork(const std::function<bool()>& use) {
+// Whether `use` works in children that are forked while other threads are inside `meanwhile`.
+bool WorksAfterFork(const std::function<bool()>& use, const std::function<void()>& meanwhile) {
     std::atomic<bool> isDone = false;
     std::vector<std::thread> threads;
     threads.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&] {
             while (!isDone) {
-                use();
+                meanwhile();
             }
         });
     }
@@ -50,20 +52,41 @@ bool WorksAfterFork(const std::function<bool()>& use) {
     return failures == 0;
 }
 
+// Whether `use` works in children that are forked while other threads are inside it.
+bool WorksAfterFork(const std::function<bool()>& use) {
+    return WorksAfterFork(use, use);
+}
+
+bool LogText() {
+    ZnLogger::GetInstance()->Log("f", 1, "F", " ", "", LogLevelInfo, "text");
+    return true;
+}
+
 }  // namespace
 
 TEST(ForkTest, ChildOfThreadedProcessLogs) {
     const TemporaryDirectory dir;
     ProcessOptions options;
     options.environment["ZN_LOG_FILE"] = dir / "zn.log";
+    ExpectHolds(InChild([] { return WorksAfterFork(LogText); }, options));
+}
+
+// Another thread may hold the C library's lock for time zones.
+TEST(ForkTest, ChildOfProcessThatConvertsTimesLogs) {
+    const TemporaryDirectory dir;
+    ProcessOptions options;
+    options.environment["ZN_LOG_FILE"] = dir / "zn.log";
     ExpectHolds(InChild(
         [] {
-            return WorksAfterFork([] {
-                ZnLogger::GetInstance()->Log("f", 1, "F", " ", "", LogLevelInfo, "text");
-                return true;
+            return WorksAfterFork(LogText, [] {
+                const std::time_t now = std::time(nullptr);
+                std::tm local = {};
+                localtime_r(&now, &local);
             });
         },
         options));
+    const std::string log = ReadFile(dir / "zn.log");
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), kForks);
 }
 
 TEST(ForkTest, ChildOfThreadedProcessReadsIniFiles) {
