@@ -11,24 +11,26 @@
 
 #include "IsolatedCheck.h"
 #include "Platform.h"
+#include "PolicyStore.h"
 #include "TemporaryDirectory.h"
 #include "ZnCrypto.h"
 #include "ZnFileSys.h"
 #include "ZnIni.h"
 #include "ZnLogger.h"
+#include "ZnXml.h"
 
 namespace {
 
 // Runs `check` in a child for every set of closed standard descriptors, while another thread logs
 // to standard error and prints to standard output.
-void ExpectHoldsWithClosedDescriptors(const std::function<bool()>& check) {
+void ExpectHoldsWithClosedDescriptors(const std::function<bool()>& check,
+                                      ProcessOptions options = {}) {
     if (kThreadSanitizer) {
         GTEST_SKIP() << kNoDescriptorRaces;
     }
+    options.environment["ZN_LOG_FILE"] = std::nullopt;
     for (int closed = 1; closed < 8; ++closed) {
         SCOPED_TRACE(closed);
-        ProcessOptions options;
-        options.environment["ZN_LOG_FILE"] = std::nullopt;
         ExpectHolds(InChild(
             [&] {
                 for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
@@ -84,6 +86,28 @@ TEST(ClosedDescriptorsTest, WrittenAndAppendedFilesAreNotCorrupted) {
         }
         return true;
     });
+}
+
+TEST(ClosedDescriptorsTest, PublishedPoliciesAreUsable) {
+    const TemporaryDirectory dir;
+    ProcessOptions options;
+    options.environment["ZN_POLICY_STORE"] = dir.Path();
+    ExpectHoldsWithClosedDescriptors(
+        [&] {
+            for (int i = 0; i < 30; ++i) {
+                const std::string value = std::to_string(i);
+                PolicyStore(dir.Path())
+                    .Publish(i, "<Policy><V>" + value + "</V></Policy>", "policy.xml");
+                ZnXml policy;
+                std::string read;
+                if (!policy.LoadPolicyShareMemory(i) || !policy.GetXmlContent("V", read) ||
+                    read != value) {
+                    return false;
+                }
+            }
+            return true;
+        },
+        options);
 }
 
 TEST(ClosedDescriptorsTest, ServicesKeepNoStandardDescriptor) {

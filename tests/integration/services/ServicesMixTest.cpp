@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "IsolatedCheck.h"
+#include "PolicyStore.h"
 #include "TemporaryDirectory.h"
 #include "ZnCrypto.h"
 #include "ZnFileSys.h"
@@ -15,6 +16,7 @@
 #include "ZnJson.h"
 #include "ZnLogger.h"
 #include "ZnSysInfo.h"
+#include "ZnXml.h"
 
 namespace {
 
@@ -42,6 +44,16 @@ bool UseServices(const TemporaryDirectory& dir, int thread, int round) {
     isGood = ZnBase64::Decode("QUJD", decoded, sizeof decoded) == 3 && isGood;
     isGood = !ZnSysInfo::GetCurrentProcessDirectory().empty() && isGood;
 
+    // Other threads publish the same policy, each with two equal items.
+    PolicyStore(dir.Path())
+        .Publish(1, "<Policy><A>" + own + number + "</A><B>" + own + number + "</B></Policy>",
+                 "policy.xml");
+    ZnXml policy;
+    std::string a;
+    std::string b;
+    isGood = policy.LoadPolicyShareMemory(1) && policy.GetXmlContent("A", a) &&
+             policy.GetXmlContent("B", b) && !a.empty() && a == b && isGood;
+
     std::vector<std::string> files;
     ZnFile::ScanDirectoriesFiles(dir.Path(), files);
     isGood = !files.empty() && isGood;
@@ -56,6 +68,7 @@ TEST(ServicesMixTest, ThreadsUseAllServicesAtOnce) {
     const TemporaryDirectory dir;
     ProcessOptions options;
     options.environment["ZN_LOG_FILE"] = dir / "zn.log";
+    options.environment["ZN_POLICY_STORE"] = dir.Path();
     ExpectHolds(InChild(
         [&] {
             std::atomic<int> failures = 0;
