@@ -112,7 +112,7 @@ std::size_t PolicyStore::Publish(int id, std::string_view xml, const std::string
     if (!WritePolicyFile(file.File(), items) || !file.SetMode(kFileMode)) {
         Fail("cannot write", path);
     }
-    if (!file.Commit()) {
+    if (!file.Commit(Cleanup::kAlways)) {
         Fail("cannot replace", path);
     }
     SyncDirectory(directory_);

@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "SyncToDisk.h"
-#include "TemporaryFiles.h"
 
 AtomicFile::AtomicFile(std::string path, mode_t mode) : path_(std::move(path)) {
     // Another process may remove the file before it is claimed; it then gets another name.
@@ -34,13 +33,13 @@ bool AtomicFile::SetMode(mode_t mode) const {
     return fchmod(file_.Get(), mode) == 0;
 }
 
-bool AtomicFile::Commit() {
+bool AtomicFile::Commit(Cleanup cleanup) {
     // The file stays open until it is renamed: closing it would give up the claim.
     if (!SyncToDisk(file_.Get()) || rename(temporary_.c_str(), path_.c_str()) != 0) {
         return false;
     }
     temporary_.clear();
     file_.Close();
-    RemoveAbandonedFilesBeside(path_);
+    RemoveAbandonedFilesBeside(path_, cleanup);
     return true;
 }

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "FileDescriptor.h"
+#include "TemporaryFiles.h"
 
 // Writes a temporary file in the same directory, fsyncs it and renames it over `path`. Without a
 // successful Commit() the temporary file is removed and `path` is untouched. What a killed process
@@ -32,8 +33,9 @@ class AtomicFile {
     bool SetMode(mode_t mode) const;
 
     // Flushes the temporary file to stable storage and renames it over `path`. Returns false, with
-    // errno set, when `path` was not replaced. The directory itself is not synced.
-    bool Commit();
+    // errno set, when `path` was not replaced. The directory itself is not synced. `cleanup` says
+    // when to look for abandoned files.
+    bool Commit(Cleanup cleanup = Cleanup::kNowAndThen);
 
    private:
     const std::string path_;

@@ -82,13 +82,13 @@ bool ClaimTemporaryFile(const FileDescriptor& file) {
     return !isContested && fstat(file.Get(), &status) == 0 && status.st_nlink > 0;
 }
 
-void RemoveAbandonedFilesBeside(const std::string& path) try {
+void RemoveAbandonedFilesBeside(const std::string& path, Cleanup cleanup) try {
     static thread_local std::size_t lastDirectory = 0;  // its hash
     static thread_local long callsToSkip = 0;
     const int error = errno;
     const std::string directory = DirectoryPrefix(path);
     const std::size_t hash = std::hash<std::string>()(directory);
-    if (hash != lastDirectory || --callsToSkip < 0) {
+    if (cleanup == Cleanup::kAlways || hash != lastDirectory || --callsToSkip < 0) {
         lastDirectory = hash;
         callsToSkip = RemoveAbandonedFiles(directory.empty() ? "." : directory);
     }

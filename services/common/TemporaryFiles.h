@@ -1,4 +1,4 @@
-// Temporary files that stand beside the file which they are to replace.
+// Temporary files in the directory of the file that they replace.
 #pragma once
 
 #include <string>
@@ -17,9 +17,13 @@ bool IsTemporaryName(std::string_view name);
 // false when another process has removed the file in the meantime, or is about to.
 bool ClaimTemporaryFile(const FileDescriptor& file);
 
+enum class Cleanup {
+    kAlways,
+    // Per thread, a directory with n entries is read only once in n calls in a row, so that the
+    // cost per call does not depend on n.
+    kNowAndThen,
+};
+
 // Removes temporary files in the directory of `path` that nobody uses any more, because the process
 // that wrote them was killed. Keeps errno, and ignores failures.
-//
-// Meant to be called after every replaced file: per thread, a directory with n entries is read only
-// once in n calls in a row, so that the cost per call does not depend on n.
-void RemoveAbandonedFilesBeside(const std::string& path);
+void RemoveAbandonedFilesBeside(const std::string& path, Cleanup cleanup);

@@ -57,7 +57,7 @@ TEST_F(TemporaryFilesTest, RemovesAbandonedFilesAndNothingElse) {
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
 
     errno = EXDEV;
-    RemoveAbandonedFilesBeside(dir / "file");
+    RemoveAbandonedFilesBeside(dir / "file", Cleanup::kNowAndThen);
 
     EXPECT_EQ(errno, EXDEV);
     EXPECT_FALSE(fs::exists(abandoned));
@@ -72,7 +72,7 @@ TEST_F(TemporaryFilesTest, RemovesAbandonedFilesAndNothingElse) {
 TEST_F(TemporaryFilesTest, KeepsFilesInUse) {
     const auto file = FileDescriptor::Open(abandoned.c_str(), O_RDWR | O_CREAT, 0600);
     EXPECT_TRUE(ClaimTemporaryFile(file));
-    RemoveAbandonedFilesBeside(dir / "file");
+    RemoveAbandonedFilesBeside(dir / "file", Cleanup::kNowAndThen);
 
     EXPECT_TRUE(fs::exists(abandoned));
 }
@@ -90,7 +90,7 @@ TEST_F(TemporaryFilesTest, RemovesFileOfKilledProcess) {
     EXPECT_EQ(claimed, 'y');
     owner.Send(SIGKILL);
     owner.Wait();
-    RemoveAbandonedFilesBeside(dir / "file");
+    RemoveAbandonedFilesBeside(dir / "file", Cleanup::kNowAndThen);
 
     EXPECT_FALSE(fs::exists(abandoned));
     close(ready[0]);
@@ -111,7 +111,7 @@ TEST_F(TemporaryFilesTest, WorksInWorkingDirectory) {
     ExpectHolds(InChild([&] {
         WriteFile(abandoned, "");
         fs::current_path(dir.Path());
-        RemoveAbandonedFilesBeside("file");
+        RemoveAbandonedFilesBeside("file", Cleanup::kNowAndThen);
         return !fs::exists(abandoned);
     }));
 }
@@ -120,22 +120,30 @@ TEST_F(TemporaryFilesTest, ReadsDirectoryOncePerNumberOfEntries) {
     for (int i = 0; i < 10; ++i) {
         WriteFile(dir / std::to_string(i), "");
     }
-    RemoveAbandonedFilesBeside(dir / "0");
+    RemoveAbandonedFilesBeside(dir / "0", Cleanup::kNowAndThen);
     WriteFile(abandoned, "");
     const long entries = 12;  // with "." and ".."
     for (long call = 0; call < entries; ++call) {
-        RemoveAbandonedFilesBeside(dir / "0");
+        RemoveAbandonedFilesBeside(dir / "0", Cleanup::kNowAndThen);
         EXPECT_TRUE(fs::exists(abandoned)) << call;
     }
-    RemoveAbandonedFilesBeside(dir / "0");
+    RemoveAbandonedFilesBeside(dir / "0", Cleanup::kNowAndThen);
     EXPECT_FALSE(fs::exists(abandoned));
+}
+
+TEST_F(TemporaryFilesTest, ReadsDirectoryInEveryCallOnRequest) {
+    for (int call = 0; call < 5; ++call) {
+        WriteFile(abandoned, "");
+        RemoveAbandonedFilesBeside(dir / "0", Cleanup::kAlways);
+        EXPECT_FALSE(fs::exists(abandoned)) << call;
+    }
 }
 
 TEST_F(TemporaryFilesTest, ReadsOtherDirectoryAtOnce) {
     WriteFile(dir / "a/.zn-0123456789abcdef", "");
     WriteFile(dir / "b/.zn-0123456789abcdef", "");
-    RemoveAbandonedFilesBeside(dir / "a/file");
-    RemoveAbandonedFilesBeside(dir / "b/file");
+    RemoveAbandonedFilesBeside(dir / "a/file", Cleanup::kNowAndThen);
+    RemoveAbandonedFilesBeside(dir / "b/file", Cleanup::kNowAndThen);
 
     EXPECT_TRUE(fs::is_empty(dir / "a"));
     EXPECT_TRUE(fs::is_empty(dir / "b"));

@@ -89,6 +89,15 @@ TEST_F(PolicyStoreTest, FullDiskLeavesThePublishedPolicyAndNoTemporary) {
     }
 }
 
+TEST_F(PolicyStoreTest, EveryPublicationRemovesAbandonedTemporaryFiles) {
+    Publish(1, "<Policy/>");
+    for (int i = 0; i < 5; ++i) {
+        WriteFile(store_.Directory() + "/.zn-0123456789abcdef", "");
+        Publish(1, "<Policy/>");
+        EXPECT_THAT(FilesInStore(), ElementsAre("1.cdb"));
+    }
+}
+
 TEST_F(PolicyStoreTest, StoreThatIsNoDirectoryIsAnError) {
     WriteFile(store_.Directory(), "");
     EXPECT_THAT(ErrorOf([this] { Publish(1, "<Policy/>"); }), HasSubstr("Not a directory"));
