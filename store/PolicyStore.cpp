@@ -1,6 +1,5 @@
 #include "PolicyStore.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,12 +9,13 @@
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <optional>
 #include <system_error>
 #include <utility>
 
 #include "AtomicFile.h"
+#include "Directory.h"
+#include "FileDescriptor.h"
 #include "PolicyDocument.h"
 #include "PolicyFile.h"
 #include "SyncToDisk.h"
@@ -120,7 +120,8 @@ std::size_t PolicyStore::Publish(int id, std::string_view xml, const std::string
 }
 
 std::vector<int> PolicyStore::List() const {
-    const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(directory_.c_str()), closedir);
+    const auto directory =
+        ReadDirectory(FileDescriptor::Open(directory_.c_str(), O_RDONLY | O_DIRECTORY));
     if (!directory) {
         if (errno == ENOENT) {
             return {};

@@ -17,10 +17,10 @@ struct CloseDirectory {
 // A directory stream for readdir(), or null.
 using Directory = std::unique_ptr<DIR, CloseDirectory>;
 
-// Reads the directory `fd`, taking ownership of it. Returns null, with errno set, when `fd` is not
-// an open directory.
+// Reads the directory `fd`, taking ownership of it. Returns null when `fd` is not a
+// directory, with errno set, or not open, with errno unchanged.
 inline Directory ReadDirectory(FileDescriptor fd) {
-    Directory directory(fdopendir(fd.Get()));
+    Directory directory(fd.IsOpen() ? fdopendir(fd.Get()) : nullptr);
     if (directory) {
         (void)fd.Release();
     }

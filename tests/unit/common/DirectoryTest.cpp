@@ -27,5 +27,7 @@ TEST(DirectoryTest, IsNullForOtherFilesAndClosesThem) {
     EXPECT_FALSE(ReadDirectory(std::move(file)));
     EXPECT_EQ(errno, ENOTDIR);
     EXPECT_LT(fcntl(number, F_GETFD), 0);
+    errno = ENOENT;
     EXPECT_FALSE(ReadDirectory(FileDescriptor()));
+    EXPECT_EQ(errno, ENOENT);
 }
