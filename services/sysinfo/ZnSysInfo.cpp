@@ -34,14 +34,14 @@ fs::path Resolved(const char* path) {
 
 // The path of the running executable with links resolved; empty when it is unknown.
 #ifdef __APPLE__
-fs::path ExecutablePath() {
+fs::path FindExecutable() {
     uint32_t size = 0;
     _NSGetExecutablePath(nullptr, &size);
     std::string path(size, '\0');
     return _NSGetExecutablePath(path.data(), &size) == 0 ? Resolved(path.c_str()) : fs::path();
 }
 #else
-fs::path ExecutablePath() {
+fs::path FindExecutable() {
     std::error_code error;
     fs::path path = fs::read_symlink("/proc/self/exe", error);
     if (error) {  // /proc is not mounted
@@ -51,6 +51,22 @@ fs::path ExecutablePath() {
     return path.is_absolute() ? path : fs::path();
 }
 #endif
+
+// Never destroyed, because other libraries may still ask while the process ends.
+const fs::path& ExecutablePath() {
+    static const fs::path& path = *new fs::path(FindExecutable());
+    return path;
+}
+
+// Finds the executable when the library is loaded: later, the program may have changed its working
+// directory, and a relative path would lead elsewhere.
+[[maybe_unused]] const bool isFoundAtStart = []() noexcept {
+    try {
+        return !ExecutablePath().empty();
+    } catch (const std::exception&) {
+        return false;  // out of memory; tried again later
+    }
+}();
 
 // The directory that the environment chooses; empty when it chooses none.
 fs::path OverridingDirectory() {

@@ -90,7 +90,7 @@ TEST_F(ZnSysInfoTest, DeletedExecutableStillHasDirectory) {
     EXPECT_EQ(DirectoryIn(result), fs::canonical(directory.Path()).string());
 }
 
-TEST_F(ZnSysInfoTest, DirectoryIsKnownWithoutProc) {
+TEST_F(ZnSysInfoTest, DirectoryIsKnownWithoutProcAndAfterChangeOfWorkingDirectory) {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "the address sanitizer itself needs /proc";
 #endif
@@ -103,7 +103,7 @@ TEST_F(ZnSysInfoTest, DirectoryIsKnownWithoutProc) {
         const ProcessResult result = InChild([&] {
             fs::current_path(directory.Path());
             MountPrivately("tmpfs", "/proc", "");
-            execl(program.c_str(), "other name", nullptr);
+            execl(program.c_str(), "other name", "/", nullptr);
             return false;
         });
         if (result.exitCode == kNotPossibleHere) {
