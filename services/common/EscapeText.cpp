@@ -36,25 +36,10 @@ void AppendEscape(std::string& line, unsigned code, bool isByte) {
     line += escape.data();
 }
 
-// The length of the printable ASCII text that `text` starts with.
-std::size_t PlainLength(std::string_view text) {
-    std::size_t length = 0;
-    while (length < text.size() && text[length] >= 0x20 && text[length] < 0x7F) {
-        ++length;
-    }
-    return length;
-}
-
 }  // namespace
 
 void AppendEscaped(std::string& line, std::string_view text) {
     while (!text.empty()) {
-        const std::size_t plain = PlainLength(text);
-        line.append(text.substr(0, plain));
-        text.remove_prefix(plain);
-        if (text.empty()) {
-            return;
-        }
         const Utf8Character character = FirstUtf8Character(text);
         if (character.bytes == 0) {
             AppendEscape(line, static_cast<unsigned char>(text[0]), true);

@@ -20,7 +20,8 @@ bool ClaimTemporaryFile(const FileDescriptor& file);
 enum class Cleanup {
     kAlways,
     // Per thread, a directory with n entries is read only once in n calls in a row, so that the
-    // cost per call does not depend on n.
+    // cost per call does not depend on n. The bound of install/ours in bench/InstallBench.bounds
+    // needs this.
     kNowAndThen,
 };
 
