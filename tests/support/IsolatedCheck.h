@@ -82,13 +82,31 @@ inline bool EnterPrivateMountNamespace() {
     return true;
 }
 
-// Mounts a file system of this type on `directory`, for this process only.
-inline void MountPrivately(const char* type, const std::string& directory, const char* options) {
-    if (!EnterPrivateMountNamespace() ||
-        mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-        mount("none", directory.c_str(), type, 0, options) != 0) {
-        NotPossibleHere(std::string("mount a ") + type);
-    }
+inline bool MountPrivately(const char* source, const char* target, const char* type,
+                           unsigned long flags, const char* options) {
+    return EnterPrivateMountNamespace() &&
+           mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount(source, target, type, flags, options) == 0;
 }
 
 #endif
+
+// Mounts a file system of this type on `directory`, for this process only.
+inline void MountPrivately(const char* type, const std::string& directory, const char* options) {
+#ifdef __linux__
+    if (MountPrivately("none", directory.c_str(), type, 0, options)) {
+        return;
+    }
+#endif
+    NotPossibleHere("mount a " + std::string(type) + " with " + options + " on " + directory);
+}
+
+// Makes the file `path` a mount point, which cannot be renamed, for this process only.
+inline void MountFilePrivately(const std::string& path) {
+#ifdef __linux__
+    if (MountPrivately(path.c_str(), path.c_str(), nullptr, MS_BIND, nullptr)) {
+        return;
+    }
+#endif
+    NotPossibleHere("mount the file " + path);
+}

@@ -1,5 +1,7 @@
 #include "SystemCallHooks.h"
 
+SystemCallHooks systemCallHooks;
+
 #ifdef __linux__
 
 #include <sys/syscall.h>
@@ -7,8 +9,6 @@
 
 #include <cstdarg>
 #include <utility>
-
-SystemCallHooks systemCallHooks;
 
 namespace {
 

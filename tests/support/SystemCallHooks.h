@@ -12,3 +12,5 @@ struct SystemCallHooks {
 };
 
 extern SystemCallHooks systemCallHooks;
+
+inline constexpr const char* kNoSystemCallHooks = "system calls are hooked on Linux only";

@@ -659,8 +659,6 @@ TEST_F(NoRoomTest, FileSizeLimitChangesNothing) {
     }));
 }
 
-#ifdef __linux__
-
 TEST_F(NoRoomTest, FullDiskChangesNothing) {
     const ProcessResult result = InChild([&] {
         MountPrivately("tmpfs", dir / "small", "size=128k");
@@ -668,7 +666,5 @@ TEST_F(NoRoomTest, FullDiskChangesNothing) {
     });
     ExpectHolds(result);
 }
-
-#endif
 
 }  // namespace

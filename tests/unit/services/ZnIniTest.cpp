@@ -463,8 +463,6 @@ TEST_F(IniChangedFileTest, SeesEveryChangeWithinOneClockTick) {
     EXPECT_TRUE(EveryChangeIsSeen(file));
 }
 
-#ifdef __linux__
-
 TEST_F(IniChangedFileTest, SeesEveryChangeOnFileSystemWithCoarseClock) {
     // Newer kernels give most file systems a finer clock, but not this one.
     ExpectHolds(InChild([&] {
@@ -472,8 +470,6 @@ TEST_F(IniChangedFileTest, SeesEveryChangeOnFileSystemWithCoarseClock) {
         return EveryChangeIsSeen(file);
     }));
 }
-
-#endif
 
 TEST_F(IniChangedFileTest, ReadsFileWithModificationTimeInFuture) {
     WriteFile(file, "[s]\nkey=old\n");

@@ -373,7 +373,9 @@ TEST(ZnLoggerTest, CommandsDoNotInheritFile) {
     const TemporaryDirectory directory;
     const ProcessResult outcome = LogInChild({{"ZN_LOG_FILE", directory / "zn.log"}}, [] {
         LogText("text");
-        exit(system(("ls -l " + DescriptorDirectory() + "/").c_str()));
+        const ProcessResult list = RunProgram({"ls", "-l", DescriptorDirectory() + "/"});
+        std::cout << list.out;
+        exit(list.exitCode);
     });
 
     EXPECT_TRUE(outcome.Succeeded());

@@ -73,7 +73,7 @@ TEST_F(ZnSysInfoTest, WorkingDirectoryDoesNotMatter) {
     EXPECT_NE(before.back(), '/');
 }
 
-#ifdef __linux__
+#ifdef __linux__  // macOS cannot run an open file
 
 TEST_F(ZnSysInfoTest, DeletedExecutableStillHasDirectory) {
     const TemporaryDirectory directory;
@@ -89,6 +89,8 @@ TEST_F(ZnSysInfoTest, DeletedExecutableStillHasDirectory) {
 
     EXPECT_EQ(DirectoryIn(result), fs::canonical(directory.Path()).string());
 }
+
+#endif
 
 TEST_F(ZnSysInfoTest, DirectoryIsKnownWithoutProcAndAfterChangeOfWorkingDirectory) {
 #ifdef __SANITIZE_ADDRESS__
@@ -112,8 +114,6 @@ TEST_F(ZnSysInfoTest, DirectoryIsKnownWithoutProcAndAfterChangeOfWorkingDirector
         EXPECT_EQ(DirectoryIn(result), fs::canonical(directory.Path()).string()) << start;
     }
 }
-
-#endif
 
 TEST_F(ZnSysInfoTest, EnvironmentOverridesDirectory) {
     struct {
