@@ -20,8 +20,7 @@ class ZN_API ZnBase64 {
 class ZN_API ZnSha256 {
    public:
     // Returns the SHA-256 digest of the file's contents as 64 lower-case hexadecimal digits.
-    // Returns
-    // "" when `path` is not a regular file or a link to one, cannot be read, or changes its size
-    // meanwhile. Memory use does not depend on the size of the file.
+    // The result is "" when `path` is not a regular file or a link to one, cannot be read, or
+    // changes its size meanwhile. Memory use does not depend on the size of the file.
     static std::string FileSha256Value(std::string path);
 };

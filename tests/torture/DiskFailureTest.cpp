@@ -62,7 +62,7 @@ class Mounted {
     bool mounted_ = false;
 };
 
-// A tmpfs of so many kibibytes.
+// A tmpfs of `kibibytes` KiB.
 class SmallDisk {
    public:
     explicit SmallDisk(int kibibytes)
@@ -192,7 +192,7 @@ TEST(FailingDisk, ReadersReportFailureAndSurvive) {
     EXPECT_EQ(reader.out, "failures reported\n") << reader;
 }
 
-// Somebody overwrites and truncates policy files in place, against all rules.
+// Somebody overwrites and truncates policy files in place, contrary to the documented use.
 TEST(TruncationInPlace, NeverCrashesAReader) {
     const TemporaryDirectory directory;
     const PolicyStore store(directory.Path());

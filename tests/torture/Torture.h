@@ -78,9 +78,9 @@ class SharedCounters {
     void* memory_;
 };
 
-// Runs `write` for ever in several processes while `read` runs in others, and kills a random writer
-// in every round. `write` gets random numbers of its own and counts what it did in `writes`; `read`
-// runs until `stop`. Afterwards no process is left. Returns the number of writers killed.
+// Runs `write` endlessly in several processes while `read` runs in others, and kills a random
+// writer in every round. `write` gets random numbers of its own and counts what it did in `writes`;
+// `read` runs until `stop`. Afterwards no process is left. Returns the number of writers killed.
 inline uint64_t KillWritersAtRandom(const SharedCounters& counters,
                                     const std::function<void(std::mt19937_64&)>& write,
                                     const std::function<void()>& read) {

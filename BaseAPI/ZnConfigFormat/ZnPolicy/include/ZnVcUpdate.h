@@ -52,9 +52,9 @@ class ZN_API ZnVcUpdate {
     // "VirtualChannelPluginDetails", decodes it if it is Base64, and writes it to the update-policy
     // file. When the item is missing and debugging is enabled in the debug INI file, the item
     // "ThirdPartyPluginNames" is read instead. `vekJsonUpdateInfo` is the JSON text; on failure it
-    // is
-    // "", or the text that was refused or could not be written. A disabled "VirtualChannelEnable"
-    // fails without a log record, a missing "PolicyName" with one at level 3.
+    // is empty, or the text that was refused or could not be written. A disabled
+    // "VirtualChannelEnable" fails without a log record, a missing "PolicyName" with one at
+    // level 3.
     static int ZnVmVekJsonUpdateInfo(int terminalId, std::string& vekJsonUpdateInfo);
 
     // Appends one record to `vekPackInfo` for each element of the array "packageInfo" of the update

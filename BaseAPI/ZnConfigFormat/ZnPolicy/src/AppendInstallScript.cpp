@@ -47,9 +47,8 @@ static void SplitString(std::string text, std::set<std::string>& out) {
     }
 }
 
-// Installs one file, unless the destination has the same content already. A replaced file is kept
-// as
-// ".bak".
+// Installs one file, unless the destination has the same content already. A replaced file is kept,
+// with ".bak" appended to its name.
 static int InstallFile(const std::string& dstDir, const std::string& srcDir,
                        const std::string& name) {
     const std::string src = srcDir + name;
