@@ -4,8 +4,9 @@
 //
 // A file that has changed since the last call is seen by the next one. A file that has not is not
 // parsed again, nor even read once its last change is a moment old, so reading a large file key by
-// key is cheap. For that, the documents used last stay in memory: up to eight, and up to 32 MiB of
-// text in total.
+// key is cheap. For that, the documents used last stay in memory: up to eight, which take up to
+// about 64 MiB in total (the last one stays in any case; in the worst case, a file of very short
+// keys, it takes some fifteen times the size of the file).
 //
 // A file consists of lines that end with LF, CRLF or CR:
 //   [section]     begins a section. Sections of the same name are merged. Keys before the first

@@ -6,7 +6,7 @@
 namespace {
 
 constexpr size_t kMaxDocuments = 8;
-constexpr size_t kMaxTextSize = size_t{32} << 20;  // enough for any single file
+constexpr size_t kMaxMemorySize = size_t{64} << 20;
 
 }  // namespace
 
@@ -48,12 +48,12 @@ void IniCache::Keep(CacheEntry entry) {
     std::vector<CacheEntry> dropped;
     const std::lock_guard<std::mutex> lock(mutex_);
     std::vector<CacheEntry> kept;
-    size_t textSize = entry.document->Text().size();
+    size_t memorySize = entry.document->MemorySize();
     kept.push_back(std::move(entry));
     for (CacheEntry& old : entries_) {
-        textSize += old.document->Text().size();
+        memorySize += old.document->MemorySize();
         const bool keep = !old.stamp.IsOfSameFile(kept.front().stamp) &&
-                          kept.size() < kMaxDocuments && textSize <= kMaxTextSize;
+                          kept.size() < kMaxDocuments && memorySize <= kMaxMemorySize;
         (keep ? kept : dropped).push_back(std::move(old));
     }
     entries_.swap(kept);

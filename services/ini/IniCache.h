@@ -16,7 +16,8 @@ struct IniFileAccess {
     std::function<std::optional<FileContents>(const char* path)> read;
 };
 
-// Keeps up to eight documents with 32 MiB of text in total. Safe from any thread.
+// Keeps the document used last, and up to seven more as long as all take up to 64 MiB of memory,
+// estimated by IniDocument::MemorySize(). Safe from any thread.
 class IniCache {
    public:
     explicit IniCache(IniFileAccess access) : access_(std::move(access)) {}

@@ -1,5 +1,6 @@
 #include "IniDocument.h"
 
+#include <algorithm>
 #include <utility>
 
 std::shared_ptr<const IniDocument> IniDocument::Parse(std::string text) {
@@ -10,6 +11,14 @@ std::shared_ptr<const IniDocument> IniDocument::Parse(std::string text) {
     auto document = std::make_shared<IniDocument>();
     document->text_ = std::move(text);
     return document->ini_.LoadData(document->text_) < 0 ? nullptr : document;
+}
+
+std::size_t IniDocument::MemorySize() const {
+    constexpr std::size_t kEntrySize = 128;  // a node of a map, with what malloc() adds
+    const auto entries =
+        std::count(text_.begin(), text_.end(), '=') + std::count(text_.begin(), text_.end(), '[');
+    // SimpleIni keeps a copy of the text.
+    return 2 * text_.size() + kEntrySize * static_cast<std::size_t>(entries);
 }
 
 const char* IniDocument::Value(const char* section, const char* key) const {

@@ -5,6 +5,7 @@
 #define SI_IMPLEMENTATION  // SimpleIni is used header-only
 #include <SimpleIni.h>
 
+#include <cstddef>
 #include <memory>
 #include <set>
 #include <string>
@@ -19,6 +20,10 @@ class IniDocument {
     const std::string& Text() const {
         return text_;
     }
+
+    // How much memory the document takes in bytes, roughly and rather more than less. Short keys
+    // take many times the size of their text.
+    std::size_t MemorySize() const;
 
     // Returns the value of `key` in `section`, or null. It lives as long as the document.
     const char* Value(const char* section, const char* key) const;

@@ -140,7 +140,7 @@ TEST_F(IniCacheTest, DropsLeastRecentlyUsedDocumentBeyondEight) {
     EXPECT_EQ(ReadsOnOpen("1"), 1);
 }
 
-TEST_F(IniCacheTest, FreesDocumentsBeyond32MiBOfText) {
+TEST_F(IniCacheTest, FreesDocumentsBeyond64MiBOfMemory) {
     const std::string text = "[s]\n;" + std::string(size_t{12} << 20, ' ');
     std::weak_ptr<const IniDocument> documents[3];
     for (const int i : {0, 1, 2}) {
@@ -152,6 +152,19 @@ TEST_F(IniCacheTest, FreesDocumentsBeyond32MiBOfText) {
     EXPECT_TRUE(documents[0].expired());
     EXPECT_FALSE(documents[1].expired());
     EXPECT_FALSE(documents[2].expired());
+}
+
+TEST_F(IniCacheTest, CountsMemoryOfShortKeys) {
+    std::string text = "[s]\n";
+    for (int i = 0; i < 400'000; ++i) {
+        text += std::to_string(i) + "=\n";
+    }
+    Add("0", text);
+    const std::weak_ptr<const IniDocument> first = cache_.Open("0");
+    Add("1", text);
+    ReadsOnOpen("1");
+
+    EXPECT_TRUE(first.expired());
 }
 
 TEST_F(IniCacheTest, FreesOldDocumentOfChangedFile) {

@@ -1,7 +1,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <string>
+#include <utility>
+
 #include "IniDocument.h"
+#include "IsolatedCheck.h"
+#include "Platform.h"
 
 TEST(IniDocumentTest, FindsValuesAndKeysBySection) {
     const auto document = IniDocument::Parse("[a]\nx=1\ny=2\n[b]\nx=3\n");
@@ -24,6 +29,24 @@ TEST(IniDocumentTest, SectionWithoutKeysExists) {
 
 TEST(IniDocumentTest, KeepsParsedText) {
     EXPECT_EQ(IniDocument::Parse("[s]\r\nkey=1")->Text(), "[s]\r\nkey=1");
+}
+
+TEST(IniDocumentTest, MemorySizeCoversWhatParsingTakes) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the address sanitizer takes more";
+#endif
+    ExpectHolds(InChild([] {
+        std::string text = "[s]\n";
+        for (int i = 0; i < 300'000; ++i) {
+            text += std::to_string(i) + "=\n";
+        }
+        const auto size = static_cast<long long>(text.size());
+        const long long before = PeakMemoryBytes() - size;
+        const auto document = IniDocument::Parse(std::move(text));
+        const long long used = PeakMemoryBytes() - before;
+        const auto estimate = static_cast<long long>(document->MemorySize());
+        return used > size && used < estimate;
+    }));
 }
 
 TEST(IniDocumentTest, RefusesNulByte) {
