@@ -15,7 +15,7 @@
 // A record is handed to the system before Log returns.
 //
 // Two environment variables are read on the first call. In a process with raised privileges they
-// are ignored, with a note on standard error.
+// are ignored, with one note on standard error each.
 //   ZN_LOG_LEVEL  the least severe level that is written: error, warning, info (the default), debug
 //                 or its number, or off (0).
 //   ZN_LOG_FILE   the file that records are appended to instead of standard error; its directory

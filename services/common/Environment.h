@@ -10,5 +10,5 @@ bool HasRaisedPrivileges();
 //
 // In a process with raised privileges the result is always null, because whoever starts such a
 // process must not choose its files. A variable that is set nevertheless is noted on standard
-// error, once per variable.
+// error, once per variable and library: each library that reads it notes it once.
 const char* GetOverride(const char* name);
