@@ -4,6 +4,8 @@ SystemCallHooks systemCallHooks;
 
 #ifdef __linux__
 
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -24,17 +26,20 @@ void CallOnce(Hook& hook, Arguments... arguments) {
 extern "C" {
 
 int openat(int directory, const char* path, int flags, ...) {
-    va_list arguments;
-    va_start(arguments, flags);
-    const unsigned mode = va_arg(arguments, unsigned);
-    va_end(arguments);
+    unsigned mode = 0;
+    if ((flags & O_CREAT) != 0) {
+        va_list arguments;
+        va_start(arguments, flags);
+        mode = va_arg(arguments, unsigned);
+        va_end(arguments);
+    }
     CallOnce(systemCallHooks.beforeOpenat);
     const int fd = static_cast<int>(syscall(SYS_openat, directory, path, flags, mode));
     CallOnce(systemCallHooks.afterOpenat, fd);
     return fd;
 }
 
-int poll(struct pollfd* descriptors, unsigned long count, int timeout) {
+int poll(pollfd* descriptors, nfds_t count, int timeout) {
     const int result = static_cast<int>(syscall(SYS_poll, descriptors, count, timeout));
     CallOnce(systemCallHooks.afterPoll);
     return result;
