@@ -5,6 +5,7 @@
 #include <string>
 
 #include "ManifestFormat.h"
+#include "UpdateMark.h"
 #include "ZnCrypto.h"
 #include "ZnFileExists.h"
 #include "ZnFileSys.h"
@@ -15,9 +16,6 @@
 #include "bounded.h"
 
 static const std::string SP = "/";
-
-static const char VEK_MICROSERVICES_VM_SERVER_VC_UPDATED_MARK[] =
-    "/usr/local/vornserver/bin/microservices/vcUpdated.mark";
 
 // Reads one value of the manifest. Returns false when it is missing.
 static bool ReadManifest(const std::string& section, const std::string& key,
