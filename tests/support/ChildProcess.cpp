@@ -36,7 +36,9 @@ void ApplyOptions(const ProcessOptions& options) {
     }
 }
 
-[[noreturn]] void Execute(const std::vector<std::string>& command) {
+}  // namespace
+
+void ReplaceProcess(const std::vector<std::string>& command) {
     std::vector<char*> words;
     for (const std::string& word : command) {
         words.push_back(const_cast<char*>(word.c_str()));
@@ -45,8 +47,6 @@ void ApplyOptions(const ProcessOptions& options) {
     execvp(words[0], words.data());
     _exit(kCannotRun);
 }
-
-}  // namespace
 
 std::ostream& operator<<(std::ostream& out, const ProcessResult& result) {
     out << "exit code " << result.exitCode << ", signal " << result.signal;
@@ -72,7 +72,7 @@ ChildProcess::ChildProcess(const std::function<void()>& body, const ProcessOptio
 }
 
 ChildProcess::ChildProcess(const std::vector<std::string>& command, const ProcessOptions& options)
-    : ChildProcess([&] { Execute(command); }, options) {}
+    : ChildProcess([&] { ReplaceProcess(command); }, options) {}
 
 ChildProcess::~ChildProcess() {
     if (id_ > 0) {
@@ -92,6 +92,10 @@ ProcessResult ChildProcess::Wait() {
     if (id_ <= 0 || waitpid(id_, &status, 0) != id_) {
         throw std::runtime_error("no process to wait for");
     }
+    return Finish(status);
+}
+
+ProcessResult ChildProcess::Finish(int status) {
     id_ = -1;
     ProcessResult result;
     if (WIFEXITED(status)) {

@@ -61,11 +61,19 @@ class ChildProcess {
     // Waits for the end of the process.
     ProcessResult Wait();
 
+    // The same for a process that somebody else, such as a tracer, has waited for with the result
+    // `status` of waitpid.
+    ProcessResult Finish(int status);
+
    private:
     TemporaryDirectory files_;
     std::string outputFile_;
     pid_t id_ = -1;  // -1 once it has ended
 };
+
+// Replaces this process by the program command[0], found on the search path; exits with 127 when it
+// cannot be run.
+[[noreturn]] void ReplaceProcess(const std::vector<std::string>& command);
 
 // Runs a function or a program to its end.
 ProcessResult RunInChild(const std::function<void()>& body, const ProcessOptions& options = {});
