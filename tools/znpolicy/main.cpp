@@ -8,10 +8,12 @@
 #include <stdexcept>
 #include <string>
 
+#include "Arguments.h"
 #include "Commands.h"
 #include "Environment.h"
 #include "EscapeText.h"
 #include "GlobalOptions.h"
+#include "Interrupt.h"
 
 namespace {
 
@@ -72,11 +74,11 @@ int main(int argc, char** argv) {
                 "bits and file capabilities from the program");
         }
         const int status = RunCommandLine(argc, argv);
-        std::cout.flush();
-        if (!std::cout) {
-            throw std::runtime_error("cannot write to standard output");
-        }
+        RequireOutput();
         return status;
+    } catch (const Interrupted& interrupted) {
+        std::cerr << "znpolicy: interrupted; nothing was changed\n";
+        return 128 + interrupted.Signal();
     } catch (const std::exception& error) {
         std::cout.flush();
         std::cerr << "znpolicy: " << Escaped(error.what()) << '\n';

@@ -55,6 +55,14 @@ TEST_F(PackageCommands, UnzipReportsUnreadableZip) {
 }
 
 // The library does not look at what became of unzip.
+TEST_F(PackageCommands, UnzipReportsEncryptedFilesWithoutAsking) {
+    const std::string zip = packages_ + "P_Server.zip";
+    WriteFile(directory_ / "secret", "contents");
+    OutputOf("zip -q -j -P password " + zip + " " + directory_ / "secret");
+    EXPECT_THAT(Failure({"package", "unzip", zip}), HasSubstr("secret: is encrypted"));
+    EXPECT_FALSE(fs::exists(packages_ + "P_Server"));
+}
+
 TEST_F(PackageCommands, UnzipReportsWhenNothingWasUnpacked) {
     const std::string zip = AddZip("P_Server.zip", {{"file", "old"}});
     Output({"package", "unzip", zip});

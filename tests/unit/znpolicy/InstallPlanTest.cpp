@@ -71,17 +71,21 @@ TEST_F(InstallPlanTest, ReadsZipsThatABundleReplaces) {
     ZnPackageInfo named = record_;
     std::string("https://host/All_Server_Release.zip").copy(named.downloadUrl, 255);
     const InstallPlan plan = Plan({named});
-    EXPECT_THAT(plan.bundles, ElementsAre(bundle));
+    ASSERT_EQ(plan.bundles.size(), 1U);
+    EXPECT_EQ(plan.bundles[0].zip, bundle);
     ASSERT_EQ(plan.packages.size(), 1U);
     EXPECT_EQ(plan.packages[0].zip, inner);
     EXPECT_EQ(ReadFile(inner), "older");
 }
 
-TEST_F(InstallPlanTest, IgnoresBundleThatCannotBeRead) {
+TEST_F(InstallPlanTest, ReportsBundleThatCannotBeRead) {
     WriteFile(test_.Root() + "/Package/All_Server_Release.zip", "no zip");
     ZnPackageInfo named = record_;
     std::string("All_Server_Release.zip").copy(named.downloadUrl, 255);
-    EXPECT_EQ(Plan({named}).packages.size(), 1U);
+    const InstallPlan plan = Plan({named});
+    EXPECT_EQ(plan.packages.size(), 1U);
+    ASSERT_EQ(plan.bundles.size(), 1U);
+    EXPECT_THAT(plan.bundles[0].problems, testing::SizeIs(1));
 }
 
 TEST_F(InstallPlanTest, RejectsPathsThatShellWouldInterpretOnlyWhenUsed) {

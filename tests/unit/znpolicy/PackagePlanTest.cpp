@@ -14,7 +14,9 @@ namespace fs = std::filesystem;
 class PackagePlanTest : public testing::Test {
    protected:
     PlannedPackage Plan(const std::string& platform = "Model-A") {
-        return PlanPackage(test_.Zip(), test_.Zip(), platform, SERVER_SIDE, files_);
+        ZnPackageInfo record = {};
+        platform.copy(record.platform, sizeof record.platform - 1);
+        return PlanPackage(test_.Zip(), test_.Zip(), record, SERVER_SIDE, files_);
     }
 
     std::vector<std::string> Actions() {

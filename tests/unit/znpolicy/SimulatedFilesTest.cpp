@@ -30,7 +30,7 @@ TEST_F(SimulatedFilesTest, StartsFromTheDisk) {
 }
 
 TEST_F(SimulatedFilesTest, KeepsWhatIsAssigned) {
-    files_.At(directory_ / "a") = {true, "digest", true};
+    files_.At(directory_ / "a") = {true, "digest", true, ""};
     EXPECT_EQ(files_.At(directory_ / "a").digest, "digest");
     EXPECT_FALSE(fs::exists(directory_ / "a"));
 }

@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 #include <charconv>
+#include <iostream>
+#include <stdexcept>
 #include <utility>
 
 std::string NotEmpty(const std::string& value) {
@@ -18,10 +20,30 @@ void AddIdArgument(CLI::App& command, int& id, const std::string& description) {
     command.add_option("ID", id, description)->required()->check(IsId);
 }
 
+void AddRootOption(CLI::App& command, std::string& root) {
+    command.add_option("--root", root, "The microservices directory, with Package in it")
+        ->type_name("DIR")
+        ->check(NotEmpty)
+        ->required();
+}
+
+void AddWaitOption(CLI::App& command, int& seconds) {
+    command.add_option("--wait", seconds, "How long to wait for another command that works on DIR")
+        ->type_name("SECONDS")
+        ->check(CLI::NonNegativeNumber);
+}
+
 void AddJsonOption(CLI::App& command, Context& context) {
     command.add_flag("--json", context.json, "Print JSON");
 }
 
 void SetAction(CLI::App& command, Context& context, std::function<void()> action) {
     command.callback([&context, action = std::move(action)] { context.run = action; });
+}
+
+void RequireOutput() {
+    std::cout.flush();
+    if (!std::cout) {
+        throw std::runtime_error("cannot write to standard output");
+    }
 }

@@ -20,8 +20,9 @@ void AddSessionCommand(CLI::App& app, Context& context);
 void AddVcCommands(CLI::App& app, Context& context);
 void AddUpdateCommands(CLI::App& app, Context& context);
 
-// Adds the group "package", to which the three below belong.
+// Adds the group "package", to which those below belong.
 void AddPackageCommands(CLI::App& app, Context& context);
 void AddAuthorCommands(CLI::App& package, Context& context);
 void AddInstallCommands(CLI::App& package, Context& context);
+void AddHistoryCommands(CLI::App& package, Context& context);
 void AddRollbackCommand(CLI::App& package, Context& context);

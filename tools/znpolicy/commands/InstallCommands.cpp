@@ -1,5 +1,7 @@
 // znpolicy package plan and install: the whole installation of one side.
 #include <CLI/CLI.hpp>
+#include <cstdlib>
+#include <iostream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -7,12 +9,15 @@
 #include <vector>
 
 #include "Arguments.h"
+#include "EscapeText.h"
 #include "Input.h"
+#include "InstallCheck.h"
 #include "InstallOutput.h"
+#include "InstallRun.h"
+#include "Interrupt.h"
 #include "Progress.h"
-#include "RedirectedStdio.h"
+#include "ScratchDirectory.h"
 #include "UpdateDescription.h"
-#include "ZnVcUpdate.h"
 
 namespace {
 
@@ -21,6 +26,10 @@ struct InstallArguments {
     std::string root;
     std::string update;
     std::optional<int> terminal;
+    bool dryRun = false;
+    int wait = 0;
+    size_t keep = 3;
+    bool ignoreMissing = false;
 
     ZnSide Side() const {
         return side == "server" ? SERVER_SIDE : CLIENT_SIDE;
@@ -31,36 +40,74 @@ std::vector<ZnPackageInfo> ReadUpdateFile(const std::string& file) {
     return ParseUpdate(ReadInput(file, kMaxUpdateSize), InputTitle(file));
 }
 
+std::vector<ZnPackageInfo> ReadRecords(const InstallArguments& arguments) {
+    return arguments.terminal ? PeekUpdate(*arguments.terminal) : ReadUpdateFile(arguments.update);
+}
+
 void Plan(const InstallArguments& arguments, bool json) {
-    InstallPlan plan;
+    CheckedPlan checked;
     {
+        const InterruptScope interrupts;
         const Progress progress("planning", 0);
-        plan = PlanInstallation(arguments.root, arguments.Side(),
-                                arguments.terminal ? PeekUpdate(*arguments.terminal)
-                                                   : ReadUpdateFile(arguments.update));
+        checked = CheckInstallation(arguments.root, arguments.Side(), ReadRecords(arguments));
     }
-    PrintPlan(plan, json);
-    if (plan.Fails()) {
+    PrintPlan(checked, json);
+    for (const std::string& problem : checked.problems) {
+        std::cerr << "znpolicy: " << Escaped(problem) << '\n';
+    }
+    if (!checked.problems.empty()) {
         throw std::runtime_error("the installation would fail");
     }
 }
 
+// Lets the library log errors to a file that only this run sees, unless the user wants its records
+// elsewhere: they say why an installation failed.
+void CaptureErrors(const ScratchDirectory& scratch) {
+    const char* const file = std::getenv("ZN_LOG_FILE");
+    const char* const level = std::getenv("ZN_LOG_LEVEL");
+    if ((file == nullptr || *file == '\0') && level != nullptr && std::string(level) == "off") {
+        setenv("ZN_LOG_LEVEL", "error", 1);
+        setenv("ZN_LOG_FILE", (scratch.Path() + "/log").c_str(), 1);
+    }
+}
+
+RunOptions OptionsOf(const InstallArguments& arguments) {
+    RunOptions options;
+    options.root = arguments.root;
+    options.side = arguments.Side();
+    options.records = ReadRecords(arguments);
+    options.terminal = arguments.terminal;
+    options.waitSeconds = arguments.wait;
+    options.keep = arguments.keep;
+    options.ignoreMissing = arguments.ignoreMissing;
+    return options;
+}
+
 void Install(const InstallArguments& arguments, bool json) {
-    const std::vector<ZnPackageInfo> records =
-        arguments.terminal ? TakeUpdate(*arguments.terminal) : ReadUpdateFile(arguments.update);
-    const InstallPlan plan = PlanInstallation(arguments.root, arguments.Side(), records);
-    int result = 0;
-    {
-        const Progress progress("installing", 0);
-        const RedirectedStdio silenced;
-        result = ZnVcUpdate::BuildVcInstallList(arguments.root, arguments.Side(), records);
+    if (arguments.dryRun) {
+        Plan(arguments, json);
+        return;
     }
-    const size_t failures = PrintOutcome(plan, json);
-    if (result != 0) {
-        throw std::runtime_error("the installation stopped: a zip could not be unpacked");
-    }
-    if (failures > 0) {
-        throw std::runtime_error("packages that failed: " + std::to_string(failures));
+    InterruptScope interrupts;
+    const ScratchDirectory scratch;
+    CaptureErrors(scratch);
+    try {
+        RunInstallation(OptionsOf(arguments), [&](const RunReport& report) {
+            PrintRun(report, json);
+            RequireOutput();
+        });
+        interrupts.Complete();
+    } catch (const RunFailed& failure) {
+        PrintFailure(failure, json);
+        for (const std::string& reason : failure.Reasons()) {
+            std::cerr << "znpolicy: " << Escaped(reason) << '\n';
+        }
+        throw;
+    } catch (const std::exception& error) {
+        if (json) {
+            PrintFailure(RunFailed(error.what(), {}, {error.what()}), json);
+        }
+        throw;
     }
 }
 
@@ -68,10 +115,7 @@ void AddArguments(CLI::App& command, InstallArguments& arguments) {
     command.add_option("--side", arguments.side, "server or client")
         ->check(CLI::IsMember({"server", "client"}))
         ->required();
-    command.add_option("--root", arguments.root, "The microservices directory, with Package in it")
-        ->type_name("DIR")
-        ->check(NotEmpty)
-        ->required();
+    AddRootOption(command, arguments.root);
     CLI::Option_group* source = command.add_option_group("records", "Where the records come from");
     source
         ->add_option("--update", arguments.update,
@@ -92,6 +136,13 @@ void AddInstallCommands(CLI::App& package, Context& context) {
     CLI::App* install =
         package.add_subcommand("install", "Install the packages of one side that records ask for");
     AddArguments(*install, *arguments);
+    install->add_flag("--dry-run", arguments->dryRun, "Show what would change, and change nothing");
+    AddWaitOption(*install, arguments->wait);
+    install->add_option("--keep", arguments->keep, "How many runs to keep for rolling back")
+        ->type_name("N")
+        ->capture_default_str();
+    install->add_flag("--ignore-missing", arguments->ignoreMissing,
+                      "Install although records of this side have no zip");
     AddJsonOption(*install, context);
     SetAction(*install, context, [=, &context] { Install(*arguments, context.json); });
 

@@ -1,12 +1,13 @@
 // What package plan and package install print.
 #pragma once
 
-#include <cstddef>
+#include "InstallCheck.h"
+#include "InstallRun.h"
 
-#include "InstallPlan.h"
+void PrintPlan(const CheckedPlan& checked, bool json);
 
-void PrintPlan(const InstallPlan& plan, bool json);
+// Prints the result of a run that succeeded.
+void PrintRun(const RunReport& report, bool json);
 
-// Prints what became of the packages of `plan` after the installation. Returns the number of
-// packages that failed.
-size_t PrintOutcome(const InstallPlan& plan, bool json);
+// Prints the result of a run that failed and changed nothing.
+void PrintFailure(const RunFailed& failure, bool json);

@@ -47,6 +47,14 @@ void Scan(const std::string& directory, bool json) {
 void UnpackOne(const std::string& zip) {
     RequirePlainPath(zip);
     const UnpackedPackage package(zip);
+    // Otherwise unzip would ask for a password, or create a part of what the zip has.
+    std::string problems;
+    for (const std::string& problem : package.PlanUnpacking(zip).problems) {
+        problems += (problems.empty() ? "" : "; ") + problem;
+    }
+    if (!problems.empty()) {
+        throw std::runtime_error(problems);
+    }
     const RedirectedStdio silenced;
     if (ZnVcUpdate::UnZipVcPackage(zip) != 0) {
         throw std::runtime_error(zip + ": no \".zip\" in the path");
@@ -114,5 +122,6 @@ void AddPackageCommands(CLI::App& app, Context& context) {
 
     AddAuthorCommands(*package, context);
     AddInstallCommands(*package, context);
+    AddHistoryCommands(*package, context);
     AddRollbackCommand(*package, context);
 }

@@ -1,14 +1,18 @@
 // znpolicy package rollback.
 #include <CLI/CLI.hpp>
+#include <iostream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "Arguments.h"
+#include "EscapeText.h"
 #include "Json.h"
 #include "Paths.h"
 #include "Rollback.h"
+#include "RunRollback.h"
 #include "Table.h"
 
 static void RollBackPackage(const std::string& package, bool force, bool json) {
@@ -32,14 +36,61 @@ static void RollBackPackage(const std::string& package, bool force, bool json) {
     }
 }
 
+namespace {
+
+struct RollbackArguments {
+    std::string package;
+    std::string root;
+    std::optional<int> run;
+    bool force = false;
+    int wait = 0;
+};
+
+}  // namespace
+
+static void PrintRestored(const std::vector<std::string>& restored, bool json) {
+    if (json) {
+        PrintJson({{"restored", restored}});
+        return;
+    }
+    for (const std::string& path : restored) {
+        std::cout << "restored " << Escaped(path) << '\n';
+    }
+}
+
+static void RollBackLastRun(const RollbackArguments& arguments, bool json) {
+    RollBackRun(arguments.root, arguments.run, arguments.force, arguments.wait,
+                [json](const std::vector<std::string>& restored) {
+                    PrintRestored(restored, json);
+                    RequireOutput();
+                });
+}
+
 void AddRollbackCommand(CLI::App& package, Context& context) {
-    const auto name = std::make_shared<std::string>();
-    const auto force = std::make_shared<bool>(false);
+    const auto arguments = std::make_shared<RollbackArguments>();
     CLI::App* rollback =
-        package.add_subcommand("rollback", "Restore the files that a package replaced");
-    rollback->add_option("PACKAGE", *name, "The zip, or the directory it was unpacked into")
-        ->required();
-    rollback->add_flag("--force", *force, "Restore files that were changed since, too");
+        package.add_subcommand("rollback",
+                               "Restore the state before an installation, or the files that a "
+                               "package replaced");
+    CLI::Option_group* what = rollback->add_option_group("what", "What to roll back");
+    what->add_option("PACKAGE", arguments->package,
+                     "The zip, or the directory it was unpacked into: restores its .bak files");
+    what->add_option("--root", arguments->root,
+                     "The microservices directory: restores the state before its last installation")
+        ->type_name("DIR")
+        ->check(NotEmpty);
+    what->require_option(1);
+    rollback->add_option("--run", arguments->run, "Another installation than the last, by number")
+        ->type_name("N")
+        ->needs("--root");
+    rollback->add_flag("--force", arguments->force, "Restore files that were changed since, too");
+    AddWaitOption(*rollback, arguments->wait);
     AddJsonOption(*rollback, context);
-    SetAction(*rollback, context, [=, &context] { RollBackPackage(*name, *force, context.json); });
+    SetAction(*rollback, context, [=, &context] {
+        if (arguments->root.empty()) {
+            RollBackPackage(arguments->package, arguments->force, context.json);
+        } else {
+            RollBackLastRun(*arguments, context.json);
+        }
+    });
 }

@@ -3,8 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <deque>
 #include <iterator>
+#include <set>
 #include <stdexcept>
 #include <string_view>
 
@@ -54,6 +54,7 @@ class Planner {
             }
         }
         SetDigestsAtEnd();
+        FindMissing(side, records);
         return plan_;
     }
 
@@ -68,11 +69,10 @@ class Planner {
             return;
         }
         RequirePlainPath(zip);
-        plan_.bundles.push_back(zip);
         try {
-            bundles_.emplace_back(zip);
-        } catch (const PackageError&) {
-            // The installer ignores a bundle that cannot be unpacked.
+            plan_.bundles.push_back(UnpackedPackage(zip).PlanUnpacking(zip));
+        } catch (const PackageError& error) {
+            plan_.bundles.push_back({zip, "", {}, {error.what()}});
         }
     }
 
@@ -85,8 +85,8 @@ class Planner {
         }
         RequirePlainPath(zip);
         for (const ZnPackageInfo* record : matches) {
-            plan_.packages.push_back(
-                PlanPackage(zip, contents, std::string(FieldText(record->platform)), side, files_));
+            matched_.insert(record);
+            plan_.packages.push_back(PlanPackage(zip, contents, *record, side, files_));
         }
     }
 
@@ -96,11 +96,11 @@ class Planner {
         std::string path = zip;
         ZnVcUpdate::RepairPath(path);
         std::string contents = zip;
-        for (const UnpackedPackage& bundle : bundles_) {
-            const std::string directory = bundle.UnpackedPath() + "/";
+        for (const PlannedUnpacking& bundle : plan_.bundles) {
+            const std::string directory = bundle.directory + "/";
             const std::string file = scratch_.Path() + "/zip";
-            if (path.compare(0, directory.size(), directory) == 0 &&
-                bundle.Extract(path.substr(directory.size()), file)) {
+            if (bundle.problems.empty() && path.compare(0, directory.size(), directory) == 0 &&
+                UnpackedPackage(bundle.zip).Extract(path.substr(directory.size()), file)) {
                 contents = file;
             }
         }
@@ -117,8 +117,33 @@ class Planner {
         }
     }
 
+    // The records of this side that no zip matches, neither now nor once the bundles have brought
+    // in theirs.
+    void FindMissing(ZnSide side, const std::vector<ZnPackageInfo>& records) {
+        std::set<std::string> arriving;
+        for (const PlannedUnpacking& bundle : plan_.bundles) {
+            for (const PlannedUnpacking::Entry& entry : bundle.entries) {
+                arriving.insert(entry.digest);
+            }
+        }
+        for (const ZnPackageInfo& record : records) {
+            const std::string name(FieldText(record.packageName));
+            if (IsOfSide(record, side) && matched_.count(&record) == 0 &&
+                arriving.count(std::string(FieldText(record.sha256Hash))) == 0) {
+                plan_.missing.push_back(name);
+            }
+        }
+    }
+
+    // A record itself does not tell its side; the names of its files do.
+    static bool IsOfSide(const ZnPackageInfo& record, ZnSide side) {
+        const std::string mark = SideMark(side);
+        return FieldText(record.packageName).find(mark) != std::string_view::npos ||
+               FieldText(record.downloadUrl).find(mark) != std::string_view::npos;
+    }
+
     InstallPlan plan_;
-    std::deque<UnpackedPackage> bundles_;
+    std::set<const ZnPackageInfo*> matched_;
     ScratchDirectory scratch_;
     SimulatedFiles files_;
 };

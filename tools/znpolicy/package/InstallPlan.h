@@ -9,8 +9,9 @@
 #include "ZnSide.h"
 
 struct InstallPlan {
-    std::vector<std::string> bundles;    // release bundles, which are unpacked first
-    std::vector<std::string> unmatched;  // zips of the side that no record asks for
+    std::vector<PlannedUnpacking> bundles;  // release bundles, which are unpacked first
+    std::vector<std::string> unmatched;     // zips of the side that no record asks for
+    std::vector<std::string> missing;       // names of this side's records that no zip matches
     std::vector<PlannedPackage> packages;
 
     bool Fails() const;

@@ -6,8 +6,10 @@
 
 #include "ManifestFormat.h"
 #include "PackageError.h"
+#include "PackageSelection.h"
 #include "Paths.h"
 #include "UnpackedPackage.h"
+#include "ZnSysInfo.h"
 #include "ZnVcUpdate.h"
 
 static void Fail(PlannedFile& file, const std::string& reason) {
@@ -48,7 +50,7 @@ static void PlanFile(const std::optional<FileFacts>& source, const std::string& 
         target.hasBackup = false;
     } else {
         file.action = target.exists ? FileAction::kReplace : FileAction::kInstall;
-        target = {true, source->digest, target.exists};
+        target = {true, source->digest, target.exists, target.digestAtStart};
     }
 }
 
@@ -61,16 +63,23 @@ static void PlanFiles(const UnpackedPackage& unpacked, PlannedPackage& package,
     }
     bool failed = false;
     for (const ManifestPath& path : manifest.paths) {
+        package.mark = "";  // written anew for each directory
         for (const std::string& name : path.files) {
             const auto source = unpacked.Look(std::string(kPayloadDirectory) + "/" + name);
             PlannedFile file;
             file.source = name;
+            file.sourcePath = unpacked.InstallPath() + "/" + kPayloadDirectory + "/" + name;
             file.destination = path.destination + name;
+            file.size = source ? source->size : 0;
             file.digest = source && source->size > 0 ? source->digest : "";
+            file.digestAtStart = files.AtStart(file.destination);
             file.digestBefore = files.At(file.destination).digest;
             if (!failed) {
                 PlanFile(source, path.destination, file, files);
                 failed = file.action == FileAction::kFail;
+            }
+            if (file.action == FileAction::kInstall || file.action == FileAction::kReplace) {
+                *package.mark += file.destination;
             }
             package.files.push_back(file);
         }
@@ -100,19 +109,33 @@ bool PlannedPackage::Fails() const {
     });
 }
 
+// Why no package for this platform is installed on this machine, or "".
+static std::string PlatformProblem(const std::string& platform, ZnSide side) {
+    const std::string local = ZnVcUpdate::GetModelPlatform(side);
+    if (local.size() < 2) {
+        return "this machine has no platform model; expected [os] platform in " +
+               ZnSysInfo::GetCurrentProcessDirectory() + "/platforminfo.ini";
+    }
+    return platform == local ? ""
+                             : "this machine's platform is \"" + local +
+                                   "\", the record asks for \"" + platform + "\"";
+}
+
 PlannedPackage PlanPackage(const std::string& zip, const std::string& contents,
-                           const std::string& platform, ZnSide side, SimulatedFiles& files) {
+                           const ZnPackageInfo& record, ZnSide side, SimulatedFiles& files) {
     PlannedPackage package;
     package.zip = zip;
-    package.platform = platform;
-    const std::string local = ZnVcUpdate::GetModelPlatform(side);
-    if (platform.size() < 2 || local.size() < 2 || platform != local) {
-        package.reason = "this machine's platform is \"" + local + "\", the record asks for \"" +
-                         platform + "\"";
+    package.name = FieldText(record.packageName);
+    package.version = FieldText(record.version);
+    package.platform = FieldText(record.platform);
+    package.reason = PlatformProblem(package.platform, side);
+    if (!package.reason.empty()) {
         return package;
     }
     try {
-        PlanFiles(UnpackedPackage(zip, contents), package, files);
+        const UnpackedPackage unpacked(zip, contents);
+        package.unpacking = unpacked.PlanUnpacking(zip);
+        PlanFiles(unpacked, package, files);
     } catch (const PackageError& error) {
         package.reason = error.what();
     }

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "Paths.h"
 #include "ZnCrypto.h"
 
 namespace fs = std::filesystem;
@@ -20,13 +21,14 @@ static std::string Normal(const std::string& directory) {
 }
 
 SimulatedFiles::Target& SimulatedFiles::At(const std::string& destination) {
-    const auto known = targets_.find(destination);
+    const std::string path = CanonicalPath(destination);
+    const auto known = targets_.find(path);
     if (known != targets_.end()) {
         return known->second;
     }
-    const Target onDisk = {Exists(destination), ZnSha256::FileSha256Value(destination),
-                           Exists(destination + ".bak")};
-    return targets_.emplace(destination, onDisk).first->second;
+    const std::string digest = ZnSha256::FileSha256Value(destination);
+    const Target onDisk = {Exists(destination), digest, Exists(destination + ".bak"), digest};
+    return targets_.emplace(path, onDisk).first->second;
 }
 
 void SimulatedFiles::MakeDirectory(const std::string& directory) {

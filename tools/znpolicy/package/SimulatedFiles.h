@@ -12,10 +12,16 @@ class SimulatedFiles {
         bool exists;
         std::string digest;  // SHA-256, "" when there is no readable file
         bool hasBackup;
+        std::string digestAtStart;  // before the installation
     };
 
     // What the installer finds at a destination. Assign what it leaves there.
     Target& At(const std::string& destination);
+
+    // The digest of a destination before the installation.
+    const std::string& AtStart(const std::string& destination) {
+        return At(destination).digestAtStart;
+    }
 
     // Records that the installer creates a destination directory if it is missing. Only the last
     // level is created.

@@ -76,10 +76,40 @@ std::optional<FileFacts> UnpackedPackage::Look(const std::string& name) const {
         return std::nullopt;
     }
     if (source->entry != nullptr) {
-        return archive_->Look(*source->entry);
+        return FactsOf(*source->entry);
     }
     return FileFacts{static_cast<uint64_t>(ZnFile::FileSize(source->path.c_str())),
                      ZnSha256::FileSha256Value(source->path)};
+}
+
+const FileFacts& UnpackedPackage::FactsOf(const ZipEntry& entry) const {
+    const auto known = facts_.find(&entry);
+    return known != facts_.end() ? known->second
+                                 : facts_.emplace(&entry, archive_->Look(entry)).first->second;
+}
+
+PlannedUnpacking UnpackedPackage::PlanUnpacking(const std::string& zipPath) const {
+    PlannedUnpacking unpacking = {zipPath, unpackedPath_, {}, {}};
+    for (const ZipEntry& entry : archive_->Entries()) {
+        std::string problem =
+            entry.problem.empty() ? "" : zipPath + ": " + entry.name + ": " + entry.problem;
+        try {
+            if (problem.empty() && entry.isLink && archive_->LinkTarget(entry).empty()) {
+                problem = zipPath + ": " + entry.name + ": the link has no usable target";
+            } else if (problem.empty() && !entry.isDirectory) {
+                unpacking.entries.push_back(
+                    {entry.path, FactsOf(entry).size, FactsOf(entry).digest});
+            } else {
+                unpacking.entries.push_back({entry.path, 0, ""});
+            }
+        } catch (const PackageError& error) {
+            problem = error.what();
+        }
+        if (!problem.empty()) {
+            unpacking.problems.push_back(problem);
+        }
+    }
+    return unpacking;
 }
 
 bool UnpackedPackage::Extract(const std::string& name, const std::string& path) const {

@@ -4,14 +4,17 @@
 #include <sys/stat.h>
 #include <zip.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <iterator>
 #include <stdexcept>
 
 #include "Digest.h"
 #include "FileDescriptor.h"
+#include "Interrupt.h"
 #include "PackageError.h"
 
 namespace {
@@ -50,6 +53,20 @@ std::string UnpackedPath(const std::string& name) {
     return path.string();
 }
 
+// Why unzip, which is never asked for a password, cannot unpack an entry, or "".
+std::string ProblemOf(const zip_stat_t& status) {
+    constexpr zip_uint16_t kMethods[] = {ZIP_CM_STORE,   ZIP_CM_SHRINK,    ZIP_CM_IMPLODE,
+                                         ZIP_CM_DEFLATE, ZIP_CM_DEFLATE64, ZIP_CM_BZIP2};
+    if (status.encryption_method != ZIP_EM_NONE) {
+        return "is encrypted";
+    }
+    return std::find(std::begin(kMethods), std::end(kMethods), status.comp_method) !=
+                   std::end(kMethods)
+               ? ""
+               : "uses compression method " + std::to_string(status.comp_method) +
+                     ", which unzip does not have";
+}
+
 ZipEntry ReadEntry(zip* archive, zip_uint64_t index, const std::string& path) {
     zip_stat_t status;
     if (zip_stat_index(archive, index, ZIP_FL_ENC_RAW, &status) != 0) {
@@ -61,6 +78,7 @@ ZipEntry ReadEntry(zip* archive, zip_uint64_t index, const std::string& path) {
     entry.size = status.size;
     entry.isDirectory = !entry.name.empty() && entry.name.back() == '/';
     entry.isLink = S_ISLNK(UnixMode(archive, index));
+    entry.problem = ProblemOf(status);
     return entry;
 }
 
@@ -101,6 +119,7 @@ void ZipArchive::Read(const ZipEntry& entry,
     uint64_t total = 0;
     zip_int64_t count = 0;
     while ((count = zip_fread(file.get(), buffer.data(), buffer.size())) > 0) {
+        ThrowIfInterrupted();
         total += static_cast<uint64_t>(count);
         if (total > entry.size) {
             Fail(path_, entry.name + ": larger than the " + std::to_string(entry.size) +

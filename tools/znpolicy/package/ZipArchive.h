@@ -17,7 +17,8 @@ struct ZipEntry {
     std::string path;  // where unzip creates it: without "/" at its ends, "." and ".."
     uint64_t size;     // unpacked size as the archive declares it, in bytes
     bool isDirectory;
-    bool isLink;  // unpacked as a symbolic link
+    bool isLink;          // unpacked as a symbolic link
+    std::string problem;  // why unzip cannot unpack it, else ""
 };
 
 // What an installation compares.

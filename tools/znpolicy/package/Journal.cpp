@@ -1,0 +1,251 @@
+#include "Journal.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+
+#include "FileDescriptor.h"
+#include "SyncToDisk.h"
+#include "TemporaryFiles.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* kRecordFile = "/record";
+constexpr size_t kMaxRecordSize = size_t{1} << 30;
+
+[[noreturn]] void Fail(const std::string& what, const std::string& path) {
+    throw std::runtime_error(what + " " + path + ": " + std::strerror(errno));
+}
+
+std::string ParentOf(const std::string& path) {
+    const size_t separator = path.find_last_of('/');
+    if (separator == std::string::npos) {
+        return ".";
+    }
+    return separator == 0 ? "/" : path.substr(0, separator);
+}
+
+bool IsAbsent(const std::string& path) {
+    return PathState::Of(path).kind == PathState::Kind::kAbsent;
+}
+
+// `paths`, and the directories above them that do not exist.
+std::set<std::string> WithMissingDirectories(const std::set<std::string>& paths) {
+    std::set<std::string> all = paths;
+    for (const std::string& path : paths) {
+        for (std::string parent = ParentOf(path);
+             parent != "/" && parent != "." && all.count(parent) == 0 && IsAbsent(parent);
+             parent = ParentOf(parent)) {
+            all.insert(parent);
+        }
+    }
+    return all;
+}
+
+Json ToJson(const Journal::Entry& entry) {
+    const PathState& state = entry.before;
+    return {{"path", entry.path},
+            {"kind", static_cast<int>(state.kind)},
+            {"mode", state.mode},
+            {"owner", state.owner},
+            {"group", state.group},
+            {"size", state.size},
+            {"seconds", static_cast<int64_t>(state.modified.tv_sec)},
+            {"nanoseconds", static_cast<int64_t>(state.modified.tv_nsec)},
+            {"target", state.target},
+            {"copy", entry.copy},
+            {"tree", entry.isTree}};
+}
+
+Journal::Entry FromJson(const Json& json) {
+    Journal::Entry entry;
+    entry.path = json.at("path").get<std::string>();
+    entry.copy = json.at("copy").get<std::string>();
+    entry.isTree = json.at("tree").get<bool>();
+    PathState& state = entry.before;
+    state.kind = static_cast<PathState::Kind>(json.at("kind").get<int>());
+    state.mode = json.at("mode").get<mode_t>();
+    state.owner = json.at("owner").get<uid_t>();
+    state.group = json.at("group").get<gid_t>();
+    state.size = json.at("size").get<off_t>();
+    state.modified.tv_sec = json.at("seconds").get<time_t>();
+    state.modified.tv_nsec = json.at("nanoseconds").get<long>();
+    state.target = json.at("target").get<std::string>();
+    return entry;
+}
+
+// Writes the record as CBOR, in which paths may be any bytes.
+void WriteRecord(const std::string& path, const Json& record) {
+    const std::vector<uint8_t> bytes = Json::to_cbor(record);
+    FileDescriptor file = FileDescriptor::Open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+    const auto size = static_cast<long long>(bytes.size());
+    if (!file.IsOpen() || file.Write(reinterpret_cast<const char*>(bytes.data()), size) != size ||
+        !SyncToDisk(file.Get()) || !file.Close()) {
+        Fail("cannot write", path);
+    }
+}
+
+// Where a journal is while it is made, or while it is removed.
+std::string DraftOf(const std::string& directory) {
+    return directory + ".incomplete";
+}
+
+// Renames a directory so that the new name survives a power loss; if it cannot, the old name stays.
+void Move(const std::string& from, const std::string& to) {
+    if (std::rename(from.c_str(), to.c_str()) != 0) {
+        Fail("cannot rename", from);
+    }
+    if (!SyncDirectoryToDisk(ParentOf(to)) || !SyncDirectoryToDisk(ParentOf(from))) {
+        const int error = errno;
+        (void)std::rename(to.c_str(), from.c_str());
+        errno = error;
+        Fail("cannot flush to disk", ParentOf(to));
+    }
+}
+
+}  // namespace
+
+Journal Journal::Create(const std::string& directory, const std::set<std::string>& paths,
+                        const std::set<std::string>& newTrees, const Json& description) {
+    std::set<std::string> all = paths;
+    all.insert(newTrees.begin(), newTrees.end());
+    const std::string draft = DraftOf(directory);
+    fs::remove_all(draft);  // of a run that was interrupted before it changed anything
+    if (mkdir(draft.c_str(), 0700) != 0) {
+        Fail("cannot create", draft);
+    }
+    try {
+        Journal journal;
+        journal.directory_ = directory;
+        journal.description_ = description;
+        Json entries = Json::array();
+        for (const std::string& path : WithMissingDirectories(all)) {
+            Entry entry;
+            entry.path = path;
+            entry.before = PathState::Of(path);
+            entry.isTree = newTrees.count(path) != 0;
+            if (entry.before.kind == PathState::Kind::kFile) {
+                entry.copy = std::to_string(journal.entries_.size());
+                KeepFile(path, entry.before, draft + "/" + entry.copy);
+            }
+            entries.push_back(ToJson(entry));
+            journal.entries_.push_back(std::move(entry));
+        }
+        WriteRecord(draft + kRecordFile, {{"description", description}, {"entries", entries}});
+        if (!SyncDirectoryToDisk(draft) || std::rename(draft.c_str(), directory.c_str()) != 0 ||
+            !SyncDirectoryToDisk(ParentOf(directory))) {
+            Fail("cannot complete the journal", directory);
+        }
+        return journal;
+    } catch (...) {
+        std::error_code ignored;
+        fs::remove_all(draft, ignored);
+        throw;
+    }
+}
+
+Journal Journal::Open(const std::string& directory) try {
+    const std::string path = directory + kRecordFile;
+    const FileDescriptor file = FileDescriptor::OpenRegularFile(path.c_str());
+    std::string bytes;
+    if (!file.IsOpen() || !file.ReadAll(bytes, kMaxRecordSize)) {
+        Fail("cannot read", path);
+    }
+    const Json record = Json::from_cbor(bytes);
+    Journal journal;
+    journal.directory_ = directory;
+    journal.description_ = record.at("description");
+    for (const Json& entry : record.at("entries")) {
+        journal.entries_.push_back(FromJson(entry));
+    }
+    return journal;
+} catch (const Json::exception& error) {
+    throw std::runtime_error("damaged journal " + directory + ": " + error.what());
+}
+
+bool Journal::Exists(const std::string& directory) {
+    return access((directory + kRecordFile).c_str(), F_OK) == 0;
+}
+
+const Journal::Entry* Journal::Find(const std::string& path) const {
+    const auto found = std::lower_bound(
+        entries_.begin(), entries_.end(), path,
+        [](const Entry& entry, const std::string& wanted) { return entry.path < wanted; });
+    return found != entries_.end() && found->path == path ? &*found : nullptr;
+}
+
+void Journal::Restore(const Entry& entry) const {
+    if (entry.isTree) {
+        fs::remove_all(entry.path);
+        return;
+    }
+    RestoreAs(entry, entry.path);
+}
+
+void Journal::RestoreAs(const Entry& entry, const std::string& path) const {
+    RestorePath(path, entry.before, directory_ + "/" + entry.copy);
+}
+
+void Journal::RestoreAll() const {
+    std::string failures;
+    const auto restore = [&](const Entry& entry) {
+        try {
+            Restore(entry);
+        } catch (const std::runtime_error& error) {  // fs::filesystem_error is one
+            failures += (failures.empty() ? "" : "; ") + std::string(error.what());
+        }
+    };
+    for (const Entry& entry : entries_) {
+        if (entry.before.kind == PathState::Kind::kDirectory) {
+            restore(entry);  // the files in it need it
+        }
+    }
+    std::for_each(entries_.rbegin(), entries_.rend(), restore);
+    if (!failures.empty()) {
+        throw std::runtime_error(failures);
+    }
+    for (const std::string& directory : Directories()) {
+        // Those of the installer, or of a restoration that was interrupted.
+        RemoveAbandonedFilesBeside(directory + "/", Cleanup::kAlways);
+    }
+    SyncDirectories();
+}
+
+std::set<std::string> Journal::Directories() const {
+    std::set<std::string> directories;
+    for (const Entry& entry : entries_) {
+        directories.insert(ParentOf(entry.path));
+    }
+    return directories;
+}
+
+void Journal::SyncDirectories() const {
+    for (const std::string& directory : Directories()) {
+        if (!IsAbsent(directory) && !SyncDirectoryToDisk(directory)) {
+            Fail("cannot flush to disk", directory);
+        }
+    }
+}
+
+void Journal::MoveTo(const std::string& directory) {
+    Move(directory_, directory);
+    directory_ = directory;
+}
+
+void DiscardJournal(const std::string& directory) {
+    const std::string draft = DraftOf(directory);
+    fs::remove_all(draft);
+    Move(directory, draft);
+    std::error_code ignored;  // what is left is removed by the next journal
+    fs::remove_all(draft, ignored);
+}

@@ -1,0 +1,84 @@
+#include "RunDirectory.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// The directory for the state of `root`, readable for its owner only: it keeps old files.
+std::string MakeStateDirectory(const std::string& root) {
+    const std::string path = root + "/.znpolicy";
+    for (const std::string& directory : {path, path + "/history"}) {
+        if (mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST) {
+            throw std::runtime_error("cannot create " + directory + ": " + std::strerror(errno));
+        }
+    }
+    return path;
+}
+
+}  // namespace
+
+bool RunDirectory::Exists(const std::string& root) {
+    if (!fs::is_directory(root)) {
+        throw std::runtime_error(root + ": no such directory");
+    }
+    return fs::exists(root + "/.znpolicy");
+}
+
+RunDirectory::RunDirectory(const std::string& root, int waitSeconds)
+    : path_(MakeStateDirectory(root)), lock_(path_ + "/lock", waitSeconds) {}
+
+std::vector<std::string> RunDirectory::Recover() const {
+    std::vector<std::string> restored;
+    if (!Journal::Exists(JournalPath())) {
+        return restored;
+    }
+    const Journal journal = Journal::Open(JournalPath());
+    for (const Journal::Entry& entry : journal.Entries()) {
+        if (PathState::Of(entry.path) != entry.before) {
+            restored.push_back(entry.path);
+        }
+    }
+    journal.RestoreAll();
+    DiscardJournal(JournalPath());
+    return restored;
+}
+
+std::vector<int> RunDirectory::History() const {
+    std::vector<int> runs;
+    for (const auto& entry : fs::directory_iterator(path_ + "/history")) {
+        const std::string name = entry.path().filename().string();
+        int run = 0;
+        const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), run);
+        if (error == std::errc() && name == std::to_string(run)) {
+            runs.push_back(run);
+        }
+    }
+    std::sort(runs.begin(), runs.end());
+    return runs;
+}
+
+std::string RunDirectory::HistoryPath(int run) const {
+    return path_ + "/history/" + std::to_string(run);
+}
+
+void RunDirectory::AddToHistory(Journal& journal, size_t keep) const {
+    std::vector<int> runs = History();
+    runs.push_back(runs.empty() ? 1 : runs.back() + 1);
+    journal.MoveTo(HistoryPath(runs.back()));
+    for (size_t i = 0; i + keep < runs.size(); ++i) {
+        try {
+            DiscardJournal(HistoryPath(runs[i]));
+        } catch (const std::runtime_error&) {
+            // The run has succeeded; the next one tries again.
+        }
+    }
+}

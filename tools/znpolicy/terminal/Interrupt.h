@@ -1,0 +1,44 @@
+// Stopping cleanly on SIGINT, SIGTERM and SIGHUP.
+#pragma once
+
+#include <exception>
+
+// Thrown at safe points once a signal has asked the program to stop.
+class Interrupted : public std::exception {
+   public:
+    explicit Interrupted(int signal) : signal_(signal) {}
+    int Signal() const {
+        return signal_;
+    }
+    const char* what() const noexcept override {
+        return "interrupted";
+    }
+
+   private:
+    int signal_;
+};
+
+// While an object lives, the signals do not end the process but are noted.
+class InterruptScope {
+   public:
+    InterruptScope();
+    ~InterruptScope();
+    InterruptScope(const InterruptScope&) = delete;
+    InterruptScope& operator=(const InterruptScope&) = delete;
+
+    // Ignores the signals until the process ends: what it had to do is done, and its exit status
+    // has to say so.
+    void Complete();
+
+   private:
+    bool isComplete_ = false;
+};
+
+// The signal noted first in the present InterruptScope, or 0.
+int PendingInterrupt();
+
+// Throws Interrupted when a signal has been noted.
+void ThrowIfInterrupted();
+
+// In a child process: gives the signals their default action again.
+void ResetInterruptHandlers();
