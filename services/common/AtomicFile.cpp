@@ -14,11 +14,14 @@ AtomicFile::AtomicFile(std::string path, mode_t mode) : path_(std::move(path)) {
     // Another process may remove the file before it is claimed; it then gets another name. This is
     // not tried endlessly, because some file systems report no links for any file.
     constexpr int kMaxAttempts = 5;
-    int attempts = 0;
-    do {
+    for (int attempt = 1;; ++attempt) {
         temporary_ = TemporaryNameBeside(path_);
         file_ = FileDescriptor::Open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL, mode);
-    } while (file_.IsOpen() && !ClaimTemporaryFile(file_) && ++attempts < kMaxAttempts);
+        if (!file_.IsOpen() || ClaimTemporaryFile(file_) || attempt == kMaxAttempts) {
+            break;
+        }
+        unlink(temporary_.c_str());  // in case it is still there
+    }
     if (!file_.IsOpen()) {
         temporary_.clear();
     }
