@@ -342,19 +342,19 @@ TEST(ZnJsonTest, ReadingStringFromEmptyValueClearsTarget) {
 
 TEST(ZnJsonTest, FindsMembersOfWideObjects) {
     std::string json = R"({"twice":"first")";
-    for (int i = 0; i < 100000; ++i) {
+    for (int i = 0; i < 2000; ++i) {
         json += ",\"key" + std::to_string(i) + "\":\"" + std::to_string(i) + "\"";
     }
     json += R"(,"twice":"second"})";
     Value value(json);
 
-    for (int i = 0; i < 100000; ++i) {
+    for (int i = 0; i < 2000; ++i) {
         ASSERT_EQ(Text(value, "key" + std::to_string(i)), std::to_string(i));
         ASSERT_FALSE(value["key" + std::to_string(i)].IsEmpty());
     }
     EXPECT_EQ(Text(value, "twice"), "first");
-    EXPECT_EQ(Text(value, "key100000"), "");
-    EXPECT_TRUE(value["key100000"].IsEmpty());
+    EXPECT_EQ(Text(value, "key2000"), "");
+    EXPECT_TRUE(value["key2000"].IsEmpty());
 }
 
 TEST(ZnJsonTest, ReadsLongArrays) {
