@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <exception>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <optional>
@@ -17,14 +19,14 @@
 
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr const char* kBlanks = " \t\r\n";
 
 // Collects the items of one document from Expat's events. Expat checks that the document is
 // well-formed; the handlers refuse what is not a policy.
 class DocumentReader {
    public:
-    DocumentReader(std::string_view xml, const std::string& name) : xml_(xml), name_(name) {}
+    DocumentReader(std::string_view xml, const std::string& name, std::vector<ItemPlace>* places)
+        : xml_(xml), name_(name), places_(places) {}
 
     std::vector<PolicyStore::Item> Read() {
         if (xml_.size() > PolicyStore::kMaxDocumentSize) {
@@ -43,7 +45,7 @@ class DocumentReader {
     // An open element. The root element is a group, and so is every element that has an element in
     // it; any other element is an item.
     struct Element {
-        std::size_t offset;
+        ItemPlace place;
         std::size_t parentKeyLength;
         bool isGroup;
     };
@@ -118,7 +120,7 @@ class DocumentReader {
         if (key_.size() > PolicyStore::kMaxKeyLength) {
             Refuse(offset, "the item's name is longer than 255 bytes");
         }
-        open_.push_back({offset, parentKeyLength, isRoot});
+        open_.push_back({ItemPlace(offset), parentKeyLength, isRoot});
         value_.clear();
     }
 
@@ -136,19 +138,23 @@ class DocumentReader {
             textOffset_ = Offset() + blanks;
         }
         CheckGroupHasNoText();
+        if (places_ != nullptr && !open_.back().isGroup) {
+            open_.back().place.AddPiece(value_.size(), Offset());
+        }
         value_ += part;
     }
 
     void EndElement(const char* /*name*/) {
-        const Element element = open_.back();
+        Element& element = open_.back();
         if (!element.isGroup) {
-            AddItem(element.offset);
+            AddItem(std::move(element.place));
         }
-        open_.pop_back();
         key_.resize(element.parentKeyLength);
+        open_.pop_back();
     }
 
-    void AddItem(std::size_t offset) {
+    void AddItem(ItemPlace place) {
+        const std::size_t offset = place.Offset();
         if (!keys_.insert(key_).second) {
             Refuse(offset, "a second item \"" + key_ + "\"");
         }
@@ -159,6 +165,9 @@ class DocumentReader {
             Refuse(offset, "the compiled policy would be larger than 64 MiB");
         }
         items_.push_back({key_, std::move(value_)});
+        if (places_ != nullptr) {
+            places_->push_back(std::move(place));
+        }
         textOffset_.reset();
     }
 
@@ -185,24 +194,13 @@ class DocumentReader {
         Refuse(Offset(), XML_ErrorString(error));
     }
 
-    // Throws the error "NAME:LINE:COLUMN: REASON" for the place `offset` bytes into the document.
-    // Columns count characters, not bytes; a byte order mark does not count.
     [[noreturn]] void Refuse(std::size_t offset, const std::string& reason) const {
-        const std::string_view before = xml_.substr(0, offset);
-        const auto line = 1 + std::count(before.begin(), before.end(), '\n');
-        std::string_view lineStart = before.substr(before.rfind('\n') + 1);
-        if (line == 1 && lineStart.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
-            lineStart.remove_prefix(kByteOrderMark.size());
-        }
-        const auto column = 1 + std::count_if(lineStart.begin(), lineStart.end(), [](char byte) {
-                                return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
-                            });
-        throw PolicyStore::Error(name_ + ":" + std::to_string(line) + ":" + std::to_string(column) +
-                                 ": " + reason);
+        throw DocumentRefusal(name_, TextPositions(xml_).At(offset), reason);
     }
 
     const std::string_view xml_;
     const std::string& name_;
+    std::vector<ItemPlace>* const places_;
     const std::unique_ptr<std::remove_pointer_t<XML_Parser>, decltype(&XML_ParserFree)> parser_{
         XML_ParserCreate("UTF-8"), XML_ParserFree};
     std::exception_ptr failure_;
@@ -219,6 +217,33 @@ class DocumentReader {
 
 }  // namespace
 
-std::vector<PolicyStore::Item> ParsePolicyDocument(std::string_view xml, const std::string& name) {
-    return DocumentReader(xml, name).Read();
+DocumentRefusal::DocumentRefusal(const std::string& name, TextPosition position,
+                                 const std::string& reason)
+    : Error(name + ":" + std::to_string(position.line) + ":" + std::to_string(position.column) +
+            ": " + reason),
+      position_(position),
+      reasonOffset_(std::strlen(what()) - reason.size()) {}
+
+DocumentRefusal::~DocumentRefusal() = default;
+
+std::size_t ItemPlace::OffsetOf(std::size_t valueOffset) const {
+    const auto next = std::upper_bound(
+        pieces_.begin(), pieces_.end(), valueOffset,
+        [](std::size_t offset, const Piece& piece) { return offset < piece.valueOffset; });
+    if (next == pieces_.begin()) {
+        return offset_;
+    }
+    const Piece& piece = *std::prev(next);
+    return piece.documentOffset + (valueOffset - piece.valueOffset);
+}
+
+void ItemPlace::AddPiece(std::size_t valueSize, std::size_t documentOffset) {
+    if (pieces_.empty() || OffsetOf(valueSize) != documentOffset) {
+        pieces_.push_back({valueSize, documentOffset});
+    }
+}
+
+std::vector<PolicyStore::Item> ParsePolicyDocument(std::string_view xml, const std::string& name,
+                                                   std::vector<ItemPlace>* places) {
+    return DocumentReader(xml, name, places).Read();
 }

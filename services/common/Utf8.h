@@ -4,6 +4,18 @@
 #include <cstddef>
 #include <string_view>
 
+// The size of the byte order mark that `text` begins with, or 0.
+inline std::size_t ByteOrderMarkSize(std::string_view text) {
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    return text.substr(0, kByteOrderMark.size()) == kByteOrderMark ? kByteOrderMark.size() : 0;
+}
+
+// Whether a character of valid UTF-8 starts with this byte. The number of such bytes is the number
+// of characters.
+inline bool StartsUtf8Character(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
+}
+
 // A code point and the number of bytes that encode it; 0 bytes for an invalid sequence.
 struct Utf8Character {
     char32_t code = 0;

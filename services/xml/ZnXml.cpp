@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "PolicyFile.h"
+#include "PolicyNumber.h"
 
 struct ZnXml::Impl {
     PolicyFile policy;
@@ -31,28 +32,6 @@ bool MakePolicyPath(Path& path, int id) {
     end += kPolicyFileSuffix.copy(end, kPolicyFileSuffix.size());
     *end = '\0';
     return true;
-}
-
-// Converts a decimal number with an optional sign and optional blanks around it.
-std::optional<int> ToInteger(std::string_view text) {
-    constexpr const char* blanks = " \t\r\n";
-    const std::size_t begin = text.find_first_not_of(blanks);
-    if (begin == std::string_view::npos) {
-        return std::nullopt;
-    }
-    text = text.substr(begin, text.find_last_not_of(blanks) + 1 - begin);
-    if (text[0] == '+') {
-        text.remove_prefix(1);
-        if (!text.empty() && text[0] == '-') {
-            return std::nullopt;
-        }
-    }
-    int number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size()) {
-        return std::nullopt;
-    }
-    return number;
 }
 
 }  // namespace
@@ -85,7 +64,7 @@ bool ZnXml::GetXmlContent(const char* key, std::string& value) try {
 
 bool ZnXml::GetXmlContent(const char* key, int& value) {
     std::string text;
-    const auto number = GetXmlContent(key, text) ? ToInteger(text) : std::nullopt;
+    const auto number = GetXmlContent(key, text) ? PolicyNumber(text) : std::nullopt;
     if (number) {
         value = *number;
     }

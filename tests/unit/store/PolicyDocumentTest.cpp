@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "PolicyDocument.h"
 #include "StoreTest.h"
 
 namespace {
@@ -348,6 +349,78 @@ TEST(PolicyDocumentTest, CompiledPolicyHasAtMost64MiB) {
     EXPECT_EQ(RefusalOf(document(kMostItems + 1)),
               "p.xml:3:" + std::to_string(1 + kMostItems * std::string("<nNNNNNN/>").size()) +
                   ": the compiled policy would be larger than 64 MiB");
+}
+
+// The bytes of the document that the parser names for each byte of the first item's value.
+std::string FoundAgain(const std::string& xml) {
+    std::vector<ItemPlace> places;
+    const std::string value = ParsePolicyDocument(xml, "p.xml", &places).at(0).value;
+    std::string found;
+    for (std::size_t i = 0; i < value.size(); ++i) {
+        found += xml.at(places.at(0).OffsetOf(i));
+    }
+    return found;
+}
+
+TEST(PolicyDocumentTest, PlaceOfAnItemIsThatOfItsTag) {
+    const std::string xml =
+        "\xEF\xBB\xBF<?xml version='1.0'?>\n<Policy> <A/><B>1</B>\r\n<C> <D>2</D> <E >3</E>\n"
+        "</C></Policy>";
+    std::vector<ItemPlace> places;
+    ASSERT_EQ(ParsePolicyDocument(xml, "p.xml", &places).size(), 4U);
+    ASSERT_EQ(places.size(), 4U);
+    EXPECT_EQ(places[0].Offset(), xml.find("<A"));
+    EXPECT_EQ(places[1].Offset(), xml.find("<B"));
+    EXPECT_EQ(places[2].Offset(), xml.find("<D"));
+    EXPECT_EQ(places[3].Offset(), xml.find("<E"));
+}
+
+TEST(PolicyDocumentTest, BytesOfAValueAreFoundInTheDocument) {
+    const std::pair<std::string, const char*> cases[] = {
+        {"text", "text"},
+        {"\xC3\xA4\xE2\x82\xAC", "\xC3\xA4\xE2\x82\xAC"},
+        {"a\n\r\n\r\rb", "a\n\r\n\r\rb"},
+        {"1&amp;2&#65;3", "1&2&3"},
+        {"<![CDATA[1<&]]>2<![CDATA[\r\n]]>3", "1<&2\r\n3"},
+        {"1<!-- x -->2<?x x?>\n3", "12\n3"},
+        {"<!-- x --> <![CDATA[]]>1&lt;&lt;2", " 1&&2"},
+    };
+    for (const auto& [text, found] : cases) {
+        for (const std::string start : {"<Policy><A>", "\xEF\xBB\xBF<Policy>\n <G> <A>"}) {
+            const std::string end = start.size() > 11 ? "</A></G></Policy>" : "</A></Policy>";
+            EXPECT_EQ(FoundAgain(start + text + end), found) << text;
+        }
+    }
+}
+
+TEST(PolicyDocumentTest, BytesOfALongValueAreFoundInTheDocument) {
+    std::string text;
+    std::string found;
+    for (int i = 0; i < 3000; ++i) {
+        text += "\r\n&#65;<![CDATA[b]]>" + std::string(50, 'c');
+        found += "\r\n&b" + std::string(50, 'c');
+    }
+    EXPECT_TRUE(FoundAgain("<Policy><A>" + text + "</A></Policy>") == found);
+}
+
+TEST(PolicyDocumentTest, EndOfAValueFollowsItsLastByte) {
+    const std::string xml = "<Policy><A>1&amp;<![CDATA[23]]></A><B/></Policy>";
+    std::vector<ItemPlace> places;
+    ParsePolicyDocument(xml, "p.xml", &places);
+    EXPECT_EQ(places.at(0).OffsetOf(4), xml.find("]]>"));
+    EXPECT_EQ(places.at(1).OffsetOf(0), xml.find("<B"));
+}
+
+TEST(PolicyDocumentTest, RefusalHasPositionAndReason) {
+    try {
+        ParsePolicyDocument("<Policy>\n <A/><A/></Policy>", "p.xml");
+        FAIL();
+    } catch (const DocumentRefusal& refusal) {
+        EXPECT_EQ(refusal.Position().line, 2U);
+        EXPECT_EQ(refusal.Position().column, 6U);
+        EXPECT_STREQ(refusal.Reason(), "a second item \"A\"");
+        EXPECT_STREQ(refusal.what(), "p.xml:2:6: a second item \"A\"");
+    }
 }
 
 }  // namespace
