@@ -11,45 +11,10 @@
 static const std::set<std::string> MODULE_NAME(std::begin(kRedirectionModules),
                                                std::end(kRedirectionModules));
 
-std::string GetCfgName(std::string moduleName, CfgNameType type) {
-    switch (type) {
-        case BANDWIDTH_SPECIFIED:
-            return moduleName + "BandwidthSpecified";
-        case BANDWIDTH:
-            return moduleName + "Bandwidth";
-        case BANDWIDTH_PERCENT_SPECIFIED:
-            return moduleName + "BandwidthPercentSpecified";
-        case BANDWIDTH_PERCENT:
-            return moduleName + "BandwidthPercent";
-    }
-    return "";
-}
-
 namespace {
 
-// A module with the names of its items. They are made once, for the bound of the benchmark
-// bandwidth-read.
-struct ModuleItems {
-    std::string module;
-    std::string bandwidthSpecified;
-    std::string bandwidth;
-    std::string bandwidthPercentSpecified;
-    std::string bandwidthPercent;
-};
-
-std::vector<ModuleItems> NameModuleItems() {
-    std::vector<ModuleItems> named;
-    named.reserve(MODULE_NAME.size());
-    for (const std::string& module : MODULE_NAME) {
-        named.push_back({module, GetCfgName(module, BANDWIDTH_SPECIFIED),
-                         GetCfgName(module, BANDWIDTH),
-                         GetCfgName(module, BANDWIDTH_PERCENT_SPECIFIED),
-                         GetCfgName(module, BANDWIDTH_PERCENT)});
-    }
-    return named;
-}
-
-const std::vector<ModuleItems> g_moduleItems = NameModuleItems();
+// The names of items are made once, for the bound of the benchmark bandwidth-read.
+const std::vector<ModuleItems> g_moduleItems(MODULE_NAME.begin(), MODULE_NAME.end());
 
 bool ReadItems(ZnXml& xml, const ModuleItems& names, PolicyCfgItemValue& item) {
     return xml.GetXmlContent(names.bandwidthSpecified.c_str(), item.bandwidthSpecified) &&
@@ -77,7 +42,6 @@ void ZnBandwidthPolicyPrivate::Clear() {
 }
 
 void ZnBandwidthPolicyPrivate::SetAllowance(const std::string& moduleName, int kilobitsPerSecond) {
-    constexpr int kBytesPerKilobit = 125;
     allowances_[moduleName] = WrappingProduct(kilobitsPerSecond, kBytesPerKilobit);
 }
 

@@ -6,20 +6,9 @@
 #include <string>
 #include <string_view>
 
+#include "ModuleItems.h"
 #include "PolicyCfgItemValue.h"
 #include "ZnXml.h"
-
-// Selects one of the four policy items of a module.
-enum CfgNameType : int {
-    BANDWIDTH_SPECIFIED = 1,
-    BANDWIDTH = 2,
-    BANDWIDTH_PERCENT_SPECIFIED = 3,
-    BANDWIDTH_PERCENT = 4,
-};
-
-// Returns the name of a module's policy item: "AudioBandwidth" for "Audio" and BANDWIDTH; "" for a
-// type outside 1 to 4.
-std::string GetCfgName(std::string moduleName, CfgNameType type);
 
 class ZnBandwidthPolicyPrivate {
    public:
