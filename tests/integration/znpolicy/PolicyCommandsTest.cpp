@@ -21,7 +21,7 @@ class PolicyCommands : public CommandTest {};
 TEST_F(PolicyCommands, PublishesListsAndShows) {
     WriteFile(directory_ / "policy.xml",
               "<Policy><Short>1</Short><MuchLongerName>two words</MuchLongerName></Policy>");
-    EXPECT_EQ(Output({"policy", "publish", "1001", directory_ / "policy.xml"}),
+    EXPECT_EQ(Output({"policy", "publish", "--quiet", "1001", directory_ / "policy.xml"}),
               "policy 1001: 2 items published in " + store_ + "\n");
     EXPECT_EQ(Output({"policy", "list"}), "1001\n");
     EXPECT_EQ(Output({"policy", "show", "1001"}),

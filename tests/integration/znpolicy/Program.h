@@ -58,8 +58,9 @@ class CommandTest : public testing::Test {
         return result.err;
     }
 
+    // Publishes a document, which may have mistakes.
     void Publish(const std::string& id, const std::string& xml) {
-        Output({"policy", "publish", id, "-"}, Input(xml));
+        Output({"policy", "publish", "--quiet", id, "-"}, Input(xml));
     }
 
     static ProcessOptions Input(const std::string& text) {

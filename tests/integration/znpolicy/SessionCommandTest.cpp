@@ -9,6 +9,7 @@
 
 namespace {
 
+using testing::ContainsRegex;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
@@ -156,6 +157,38 @@ TEST_F(SessionCommand, ExamplePolicySetsEveryItem) {
     EXPECT_THAT(result.err, Not(HasSubstr("disable\n")));
     EXPECT_THAT(result.out, HasSubstr("disable login hint               yes\n"));
     EXPECT_THAT(result.out, HasSubstr("auto-close displayer after       600 s\n"));
+}
+
+// --- --explain ---
+
+TEST_F(SessionCommand, ExplainsMistakesOfExample) {
+    Publish("5", ReadFile(EXAMPLES "/policy-mistakes.xml"));
+    const std::string text = Output({"session", "5", "--explain"});
+    EXPECT_THAT(text, ContainsRegex("reconnect interval +0 +SessionKeepliveTime is missing +"
+                                    "PolicyName=\"Back office\" AutoConnectInterval=\"30\" "
+                                    "SessionKeepliveTime missing\n"));
+    EXPECT_THAT(text, ContainsRegex("auto-close displayer seconds +0 +"
+                                    "AutoCloseDisplayerSecond is not a number .*=\"600s\"\n"));
+    EXPECT_THAT(text, ContainsRegex("Audio +0 +- +- +none +AudioBandwidthPercent is missing: "
+                                    "module ignored +\"1\" \"800\" \"0\" -\n"));
+    EXPECT_THAT(text, ContainsRegex("Total +2500000 +20000 +- +total "));
+}
+
+TEST_F(SessionCommand, ExplanationInJsonHasEverySettingAndModule) {
+    Publish("5", ReadFile(EXAMPLES "/policy-mistakes.xml"));
+    const Json json = Json::parse(Output({"session", "5", "--explain", "--json"}));
+    EXPECT_EQ(json["id"], 5);
+    EXPECT_EQ(json["settings"].size(), 7U);
+    EXPECT_EQ(json["bandwidth"].size(), 16U);
+    EXPECT_EQ(json["bandwidth"][0]["reason"], "AudioBandwidthPercent is missing: module ignored");
+    EXPECT_EQ(json["bandwidth"][0]["items"][1],
+              Json({{"item", "AudioBandwidth"}, {"text", "800"}}));
+}
+
+TEST_F(SessionCommand, ExplainReportsMissingPolicy) {
+    std::filesystem::create_directory(store_);
+    EXPECT_EQ(Failure({"session", "6", "--explain"}),
+              "znpolicy: no policy for id 6 in " + store_ + "\n");
 }
 
 }  // namespace

@@ -75,4 +75,15 @@ TEST(Input, ReportsWhatCannotBeRead) {
                 ThrowsMessage<std::runtime_error>(directory.Path() + ": Is a directory"));
 }
 
+TEST(Input, TryReadInputReturnsTheReasonAlone) {
+    const TemporaryDirectory directory;
+    WriteFile(directory / "file", "text");
+    std::string contents;
+    std::string reason;
+    EXPECT_TRUE(TryReadInput(directory / "file", kMiB, contents, reason));
+    EXPECT_EQ(contents, "text");
+    EXPECT_FALSE(TryReadInput(directory / "missing", kMiB, contents, reason));
+    EXPECT_EQ(reason, "No such file or directory");
+}
+
 }  // namespace

@@ -15,10 +15,16 @@ struct Context {
     std::function<void()> run;
 };
 
+// Adds the group "policy", to which the one below belongs.
 void AddPolicyCommands(CLI::App& app, Context& context);
+void AddPolicyCheckCommands(CLI::App& policy, Context& context);
+
 void AddSessionCommand(CLI::App& app, Context& context);
 void AddVcCommands(CLI::App& app, Context& context);
+
+// Adds the group "update", to which the one below belongs.
 void AddUpdateCommands(CLI::App& app, Context& context);
+void AddUpdateCheckCommands(CLI::App& update, Context& context);
 
 // Adds the group "package", to which those below belong.
 void AddPackageCommands(CLI::App& app, Context& context);

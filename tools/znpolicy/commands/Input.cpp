@@ -14,14 +14,22 @@ std::string InputTitle(const std::string& name) {
 }
 
 std::string ReadInput(const std::string& name, size_t maxSize) {
-    FileDescriptor file = name == "-" ? FileDescriptor(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3))
-                                      : FileDescriptor::Open(name.c_str(), O_RDONLY);
     std::string contents;
-    if (!file.IsOpen() || !file.ReadAll(contents, maxSize)) {
-        const std::string reason =
-            errno == EFBIG ? "larger than the limit of " + std::to_string(maxSize >> 20U) + " MiB"
-                           : std::strerror(errno);
+    std::string reason;
+    if (!TryReadInput(name, maxSize, contents, reason)) {
         throw std::runtime_error(InputTitle(name) + ": " + reason);
     }
     return contents;
+}
+
+bool TryReadInput(const std::string& name, size_t maxSize, std::string& contents,
+                  std::string& reason) {
+    FileDescriptor file = name == "-" ? FileDescriptor(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3))
+                                      : FileDescriptor::Open(name.c_str(), O_RDONLY);
+    if (file.IsOpen() && file.ReadAll(contents, maxSize)) {
+        return true;
+    }
+    reason = errno == EFBIG ? "larger than the limit of " + std::to_string(maxSize >> 20U) + " MiB"
+                            : std::strerror(errno);
+    return false;
 }

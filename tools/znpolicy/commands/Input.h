@@ -11,3 +11,7 @@ std::string InputTitle(const std::string& name);
 // naming the input, when it cannot be read or is larger than `maxSize` bytes; no more than that is
 // read.
 std::string ReadInput(const std::string& name, size_t maxSize);
+
+// Reads like ReadInput, but returns false and sets `reason`, without the input's name, on failure.
+bool TryReadInput(const std::string& name, size_t maxSize, std::string& contents,
+                  std::string& reason);

@@ -11,6 +11,7 @@
 #include "Input.h"
 #include "Json.h"
 #include "PolicyAccess.h"
+#include "PolicyCheck.h"
 #include "Table.h"
 
 namespace {
@@ -20,15 +21,31 @@ struct PolicyArguments {
     int id = 0;
     std::string file;
     std::optional<std::string> item;
+    bool quiet = false;
+    bool strict = false;
 };
 
+// Publishes the document and then reports mistakes in it; if `strict`, it publishes only a document
+// without mistakes.
 void Publish(const PolicyArguments& arguments) {
     const std::string name = InputTitle(arguments.file);
+    const std::string document = ReadInput(arguments.file, PolicyStore::kMaxDocumentSize);
+    const CheckedInput checked = {name, CheckPolicyDocument(document)};
+    const bool isReported = !arguments.quiet && !checked.findings.empty();
+    if (arguments.strict && CountFindings({checked}).warnings > 0) {
+        if (isReported) {
+            PrintFindings(std::cerr, {checked});
+        }
+        throw std::runtime_error("policy " + std::to_string(arguments.id) +
+                                 " not published: there are warnings");
+    }
     const PolicyStore store;
-    const size_t count =
-        store.Publish(arguments.id, ReadInput(arguments.file, PolicyStore::kMaxDocumentSize), name);
+    const size_t count = store.Publish(arguments.id, document, name);  // throws if it is refused
     std::cout << "policy " << arguments.id << ": " << count << " items published in "
               << Escaped(store.Directory()) << '\n';
+    if (isReported) {
+        PrintFindings(std::cerr, {checked});
+    }
 }
 
 void List(bool json) {
@@ -95,7 +112,11 @@ void AddPolicyCommands(CLI::App& app, Context& context) {
     CLI::App* publish = policy->add_subcommand("publish", "Publish an XML document as a policy");
     addId(publish);
     publish->add_option("FILE", arguments->file, "The document; - for standard input")->required();
+    publish->add_flag("--quiet", arguments->quiet, "Do not report mistakes in the document");
+    publish->add_flag("--strict", arguments->strict, "Publish only a document without mistakes");
     SetAction(*publish, context, [=] { Publish(*arguments); });
+
+    AddPolicyCheckCommands(*policy, context);
 
     CLI::App* list = policy->add_subcommand("list", "List the ids that have a policy");
     AddJsonOption(*list, context);

@@ -3,8 +3,12 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "Arguments.h"
+#include "ExplanationOutput.h"
+#include "ItemReference.h"
+#include "PolicyAccess.h"
 #include "Session.h"
 #include "Table.h"
 #include "VcItems.h"
@@ -83,6 +87,20 @@ void ShowSession(int id, bool json) {
     PrintPlugins(session);
 }
 
+// Asks the library's policy store for the items, whichever service that is.
+std::vector<PolicyStore::Item> ReadKnownItems(int id) {
+    ZnXml xml;
+    LoadPolicy(xml, id);
+    std::vector<PolicyStore::Item> items;
+    for (const ItemDescription& item : KnownItems()) {
+        std::string text;
+        if (xml.GetXmlContent(item.name.c_str(), text)) {
+            items.push_back({item.name, text});
+        }
+    }
+    return items;
+}
+
 }  // namespace
 
 void AddSessionCommand(CLI::App& app, Context& context) {
@@ -90,6 +108,14 @@ void AddSessionCommand(CLI::App& app, Context& context) {
     CLI::App* session =
         app.add_subcommand("session", "Show what the library's readers return for a session");
     AddIdArgument(*session, *id, "Terminal or session");
+    const auto explain = std::make_shared<bool>(false);
+    session->add_flag("--explain", *explain, "Show which items the values come from, and why");
     AddJsonOption(*session, context);
-    SetAction(*session, context, [=, &context] { ShowSession(*id, context.json); });
+    SetAction(*session, context, [=, &context] {
+        if (*explain) {
+            PrintExplanation(*id, ExplainPolicy(ReadKnownItems(*id)), context.json);
+        } else {
+            ShowSession(*id, context.json);
+        }
+    });
 }

@@ -43,4 +43,6 @@ void AddUpdateCommands(CLI::App& app, Context& context) {
     convert->add_option("FILE", *file, "JSON or Base64 of it; - for standard input")->required();
     AddJsonOption(*convert, context);
     SetAction(*convert, context, [=, &context] { Convert(*file, context.json); });
+
+    AddUpdateCheckCommands(*update, context);
 }

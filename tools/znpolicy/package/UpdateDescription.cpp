@@ -2,14 +2,12 @@
 
 #include <unistd.h>
 
-#include <algorithm>
-#include <climits>
 #include <cstring>
 #include <stdexcept>
 
+#include "Base64.h"
 #include "PolicyAccess.h"
 #include "UpdateSource.h"
-#include "ZnCrypto.h"
 #include "ZnIni.h"
 #include "ZnSysInfo.h"
 #include "ZnVcUpdate.h"
@@ -18,18 +16,6 @@ namespace {
 
 std::string PolicyName(int terminalId) {
     return "policy " + std::to_string(terminalId);
-}
-
-// Decodes Base64; "" when the text is not Base64.
-std::string DecodeBase64(const std::string& text) {
-    if (text.size() > INT_MAX) {
-        return "";
-    }
-    std::string decoded(text.size(), '\0');
-    const int size = ZnBase64::Decode(text, reinterpret_cast<unsigned char*>(decoded.data()),
-                                      static_cast<int>(decoded.size()));
-    decoded.resize(static_cast<size_t>(std::max(size, 0)));
-    return decoded;
 }
 
 // Loads a terminal's policy. Throws std::runtime_error when the library would not look for an

@@ -1,8 +1,6 @@
 #include "Session.h"
 
-#include <iterator>
-#include <set>
-
+#include "ItemReference.h"
 #include "PolicyAccess.h"
 #include "RedirectionModules.h"
 #include "VcItems.h"
@@ -12,30 +10,29 @@
 #include "ZnVcVek.h"
 
 // Finds out whether the absolute bandwidth of a module alone gives its allowance.
-static std::string WinningLimit(ZnXml& xml, const std::string& module, int bytesPerSecond) {
-    if (module == kTotalBandwidth) {
+static std::string WinningLimit(ZnXml& xml, const ModuleItems& names, int bytesPerSecond) {
+    if (names.module == kTotalBandwidth) {
         return "total";
     }
     PolicyCfgItemValue absolute = {};
-    xml.GetXmlContent((module + "BandwidthSpecified").c_str(), absolute.bandwidthSpecified);
-    xml.GetXmlContent((module + "Bandwidth").c_str(), absolute.bandwidth);
+    xml.GetXmlContent(names.bandwidthSpecified.c_str(), absolute.bandwidthSpecified);
+    xml.GetXmlContent(names.bandwidth.c_str(), absolute.bandwidth);
     ZnBandwidthPolicy alone;
-    alone.CalculateModuleAllowedBandwidth(0, module, absolute);
-    return alone.GetBandwidthBytesPerSec(module.c_str()) == bytesPerSecond ? "absolute" : "share";
+    alone.CalculateModuleAllowedBandwidth(0, names.module, absolute);
+    return alone.GetBandwidthBytesPerSec(names.module.c_str()) == bytesPerSecond ? "absolute"
+                                                                                 : "share";
 }
 
 static std::vector<Allowance> ReadBandwidth(ZnXml& xml, int id) {
     ZnBandwidthPolicy policy;
     policy.ReadBandwidthPolicy(id);
-    const std::set<std::string> modules(std::begin(kRedirectionModules),
-                                        std::end(kRedirectionModules));
     std::vector<Allowance> allowances;
-    for (const std::string& module : modules) {
-        const int bytesPerSecond = policy.GetBandwidthBytesPerSec(module.c_str());
+    for (const ModuleItems& names : BandwidthModules()) {
+        const int bytesPerSecond = policy.GetBandwidthBytesPerSec(names.module.c_str());
         if (bytesPerSecond != 0) {
-            allowances.push_back({module, bytesPerSecond,
-                                  policy.GetBandwidthBytesPerMs(module.c_str()),
-                                  WinningLimit(xml, module, bytesPerSecond)});
+            allowances.push_back({names.module, bytesPerSecond,
+                                  policy.GetBandwidthBytesPerMs(names.module.c_str()),
+                                  WinningLimit(xml, names, bytesPerSecond)});
         }
     }
     return allowances;

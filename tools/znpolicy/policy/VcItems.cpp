@@ -1,13 +1,10 @@
 #include "VcItems.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
-#include <iostream>
 
-#include "EscapeText.h"
+#include "PluginListCheck.h"
 #include "Table.h"
-#include "VcListFormat.h"
 
 static std::string Hex(int32_t value) {
     std::array<char, 16> text = {};
@@ -38,59 +35,8 @@ void PrintVcItems(const std::vector<VekVcItems>& items) {
     table.Print();
 }
 
-// The non-empty pieces of `text` between any of the separators.
-static std::vector<std::string> Pieces(const std::string& text, const char* separators) {
-    std::vector<std::string> pieces;
-    for (size_t start = 0; start < text.size();) {
-        const size_t end = std::min(text.find_first_of(separators, start), text.size());
-        if (end > start) {
-            pieces.push_back(text.substr(start, end - start));
-        }
-        start = end + 1;
-    }
-    return pieces;
-}
-
-// The beginning of `text` in quotes, short enough for a message.
-static std::string Quoted(const std::string& text) {
-    constexpr size_t kShown = 60;
-    const std::string shown = text.size() > kShown ? text.substr(0, kShown) + "..." : text;
-    return "\"" + Escaped(shown) + "\"";
-}
-
-// Returns what is wrong with one item, or "".
-static std::string ItemProblem(const std::string& item) {
-    if (std::string("@{}").find(item.front()) != std::string::npos) {
-        return " begins with a separator, so it has no fields";
-    }
-    const std::vector<std::string> fields = Pieces(item, "@{}");
-    if (fields.size() < kVcFieldCount) {
-        return " has " + std::to_string(fields.size()) + " fields; " +
-               std::to_string(kVcFieldCount) + " are needed";
-    }
-    for (size_t i = 0; i < fields.size(); ++i) {
-        if (fields[i].size() > kVcFieldMax) {
-            return ", field " + std::to_string(i + 1) + " (" + Quoted(fields[i]) + ") has " +
-                   std::to_string(fields[i].size()) + " characters; at most " +
-                   std::to_string(kVcFieldMax) + " are allowed";
-        }
-    }
-    return "";
-}
-
 std::string DescribeVcProblem(const std::string& list) {
-    if (list.size() < 2) {
-        return "the list is shorter than 2 characters";
-    }
-    if (list.front() == ',') {
-        return "";  // the library takes it for an empty list
-    }
-    const std::vector<std::string> items = Pieces(list, ",");
-    for (size_t i = 0; i < items.size(); ++i) {
-        const std::string problem = ItemProblem(items[i]);
-        if (!problem.empty()) {
-            return "item " + std::to_string(i + 1) + " (" + Quoted(items[i]) + ")" + problem;
-        }
-    }
-    return "";
+    const PluginListReport report = CheckPluginList(list);
+    const PluginListProblem* const failure = report.Failure();
+    return failure == nullptr ? "" : failure->message;
 }

@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "EscapeText.h"
+#include "Utf8.h"
 
 std::string HumanSize(int64_t bytes) {
     static const char* const kUnits[] = {"KiB", "MiB", "GiB"};
@@ -24,11 +25,9 @@ std::string HumanSize(int64_t bytes) {
     return text.data();
 }
 
-// Counts characters, not bytes: those bytes of UTF-8 text that start a character.
+// Counts characters, not bytes.
 static size_t Width(const std::string& cell) {
-    return static_cast<size_t>(std::count_if(cell.begin(), cell.end(), [](char c) {
-        return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U;
-    }));
+    return static_cast<size_t>(std::count_if(cell.begin(), cell.end(), StartsUtf8Character));
 }
 
 Table::Table(std::vector<std::string> headings) : rows_({std::move(headings)}) {}
