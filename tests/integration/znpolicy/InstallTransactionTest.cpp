@@ -55,15 +55,15 @@ Fact FactOf(const std::string& path) {
 // Everything below /usr/local but the state of the runs and what was there before the first one.
 Tree TreeNow(bool withTimes) {
     Tree tree;
-    auto entries = fs::recursive_directory_iterator("/usr/local");
-    for (const auto& entry : entries) {
-        if (entry.path().filename() == ".znpolicy") {
-            entries.disable_recursion_pending();
+    for (fs::recursive_directory_iterator entry("/usr/local"), end; entry != end; ++entry) {
+        const std::string path = entry->path();
+        if (entry->path().filename() == ".znpolicy") {
+            entry.disable_recursion_pending();
             continue;
         }
-        Fact fact = FactOf(entry.path());
+        Fact fact = FactOf(path);
         std::get<2>(fact) = withTimes ? std::get<2>(fact) : 0;
-        tree[entry.path()] = fact;
+        tree[path] = fact;
     }
     return tree;
 }
