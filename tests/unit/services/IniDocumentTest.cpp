@@ -32,8 +32,8 @@ TEST(IniDocumentTest, KeepsParsedText) {
 }
 
 TEST(IniDocumentTest, MemorySizeCoversWhatParsingTakes) {
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "the address sanitizer takes more";
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer takes more";
 #endif
     ExpectHolds(InChild([] {
         std::string text = "[s]\n";
