@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <filesystem>
 #include <string>
@@ -129,6 +130,8 @@ TEST_F(InstallRun, SecondRunFailsOrWaitsWhileOneIsGoingOn) {
                 AllOf(HasSubstr("process 4711"), HasSubstr("--wait")));
     EXPECT_THAT(ExpectNothingChanged(Command("recover")), HasSubstr("process 4711"));
     EXPECT_THAT(ExpectNothingChanged(Command("rollback")), HasSubstr("process 4711"));
+    EXPECT_THAT(ExpectNothingChanged({"package", "rollback", packages_ + "P_1.0_Server.zip"}),
+                HasSubstr("process 4711"));
 
     auto arguments = ServerSide("install", update);
     arguments.insert(arguments.end(), {"--wait", "60"});
@@ -211,6 +214,9 @@ TEST_F(InstallRun, RecordWithoutZipFailsUnlessIgnored) {
     auto arguments = ServerSide("install", DescribeZips({missing, zip}));
     fs::remove(missing);
     EXPECT_THAT(ExpectNothingChanged(arguments), HasSubstr("Missing_Server.zip"));
+    arguments.emplace_back("--dry-run");
+    EXPECT_THAT(ExpectNothingChanged(arguments), HasSubstr("Missing_Server.zip"));
+    arguments.pop_back();
     arguments.emplace_back("--ignore-missing");
     const Json answer = Json::parse(RunForJson(arguments).out);
     EXPECT_EQ(answer.at("result"), "installed");
@@ -234,6 +240,57 @@ TEST_F(InstallRun, OutputThatCannotBeWrittenRollsBack) {
                 HasSubstr("standard output"));
 }
 
+TEST_F(InstallRun, ReaderThatWentAwayRollsBack) {
+    std::vector<std::string> command = ServerSide("install", DescribeZips({AddPackage()}));
+    command.insert(command.begin(), {ZNPOLICY, "--process-dir", process_});
+    const auto before = State();
+    const ProcessResult result = RunInChild([&] {
+        std::array<int, 2> ends = {};
+        if (pipe(ends.data()) == 0 && dup2(ends[1], STDOUT_FILENO) >= 0) {
+            close(ends[0]);
+            close(ends[1]);
+            ReplaceProcess(command);
+        }
+    });
+    EXPECT_EQ(result.exitCode, kFailed) << result;
+    EXPECT_EQ(State(), before);
+}
+
+TEST_F(InstallRun, ReasonComesFromTheLog) {
+    const std::string update = DescribeZips({AddPackage()});
+    fs::create_directories("/usr/local/vornserver/bin/microservices/vcUpdated.mark");
+    EXPECT_THAT(ExpectNothingChanged(ServerSide("install", update)),
+                HasSubstr("Failed RemoveFile:"));
+}
+
+TEST_F(InstallRun, MissingDirectoryOfTheMarkIsReportedBefore) {
+    const std::string update = DescribeZips({AddPackage()});
+    fs::remove_all("/usr/local/vornserver");
+    EXPECT_THAT(ExpectNothingChanged(ServerSide("install", update)),
+                HasSubstr("the update mark cannot be written"));
+}
+
+TEST_F(InstallRun, BackupThatIsNoFileIsNotTouched) {
+    const std::string update = DescribeZips({AddPackage()});
+    fs::create_directories(kPlugins);
+    ASSERT_EQ(mkfifo((kPlugins + "a.so.bak").c_str(), 0600), 0);
+    EXPECT_THAT(ExpectNothingChanged(ServerSide("install", update)),
+                HasSubstr("a.so.bak is not a regular file"));
+}
+
+TEST_F(InstallRun, RecoveredPathsAreReportedWhenTheRunFails) {
+    const std::string update = DescribeZips({AddPackage()});
+    Output(ServerSide("install", update));
+    // As if the run had been interrupted.
+    fs::rename(root_ + "/.znpolicy/history/1", root_ + "/.znpolicy/journal");
+    fs::remove_all(root_ + "/Package");
+    fs::create_directory(root_ + "/Package");
+    const ProcessResult result = RunForJson(ServerSide("install", update));
+    EXPECT_EQ(result.exitCode, kFailed);
+    EXPECT_THAT(Json::parse(result.out).at("recovered").dump(), HasSubstr(kPlugins + "a.so"));
+    EXPECT_FALSE(fs::exists(kPlugins + "a.so"));
+}
+
 TEST_F(InstallRun, JsonContainsErrors) {
     auto arguments = ServerSide("install", DescribeZips({AddPackage()}));
     const ProcessResult refused =
@@ -247,6 +304,9 @@ TEST_F(InstallRun, JsonContainsErrors) {
     EXPECT_EQ(Json::parse(impossible.out).at("result"), "failed");
     EXPECT_THAT(Json::parse(impossible.out).at("reasons").at(0).get<std::string>(),
                 HasSubstr("no such directory"));
+    const ProcessResult nothing = RunForJson(Command("rollback"));
+    EXPECT_THAT(Json::parse(nothing.out).at("error").get<std::string>(),
+                HasSubstr("there is no run to roll back"));
 }
 
 TEST_F(InstallRun, HistoryListsTheLastRuns) {
@@ -292,6 +352,27 @@ TEST_F(InstallRun, RollbackRefusesFilesThatWereChangedSince) {
                 AllOf(HasSubstr("a.so was changed after the run"), HasSubstr("--force")));
     Output(Command("rollback", {"--force"}));
     EXPECT_EQ(ReadFile(kPlugins + "a.so"), "original");
+}
+
+TEST_F(InstallRun, RollbackLeavesWhatTheRunDidNotChange) {
+    WriteFile(kPlugins + "a.so", "contents of a");  // as in the package
+    Output(ServerSide("install", DescribeZips({AddPackage()})));
+    WriteFile(kPlugins + "a.so", "newer");
+    WriteFile(kPlugins + "a.so.bak", "by hand");
+    WriteFile(packages_ + "P_1.0_Server/user/file", "by hand");
+    Output(Command("rollback"));
+    EXPECT_FALSE(fs::exists(kPlugins + "b.so"));
+    EXPECT_EQ(ReadFile(kPlugins + "a.so"), "newer");
+    EXPECT_EQ(ReadFile(kPlugins + "a.so.bak"), "by hand");
+    EXPECT_EQ(ReadFile(packages_ + "P_1.0_Server/user/file"), "by hand");
+}
+
+TEST_F(InstallRun, RollbackRefusesBackupsThatWereChangedSince) {
+    WriteFile(kPlugins + "a.so", "original");
+    Output(ServerSide("install", DescribeZips({AddPackage()})));
+    fs::permissions(kPlugins + "a.so.bak", fs::perms::owner_read);
+    EXPECT_THAT(ExpectNothingChanged(Command("rollback")),
+                HasSubstr("a.so.bak was changed after the run"));
 }
 
 TEST_F(InstallRun, RollbackOfAnEarlierRunIsNamedByNumber) {

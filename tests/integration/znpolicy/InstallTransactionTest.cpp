@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -36,6 +37,11 @@ const std::string kSettings = kProcess + "/settings/";
 uint64_t Every() {
     const char* const value = std::getenv("ZN_TORTURE_EVERY");
     return value != nullptr ? std::strtoull(value, nullptr, 10) : 97;
+}
+
+// The same for the last calls, which commit; their number varies.
+uint64_t EveryAtTheEnd() {
+    return std::min<uint64_t>(Every(), 7);
 }
 
 // What is at a path: type and mode, contents or target, and modification time.
@@ -211,10 +217,15 @@ class InstallTransaction : public testing::TestWithParam<bool> {
                          const std::function<void(const std::string& state)>& check) const {
         prepare();
         const uint64_t calls = RunTraced(command, {}, {}).calls;
-        for (const uint64_t at : Tried(calls)) {
+        bool isKilled = true;
+        for (uint64_t at = 1; isKilled; at += at + 100 < calls ? Every() : EveryAtTheEnd()) {
             prepare();
+            const TemporaryDirectory temporary;  // a killed run leaves an empty directory there
+            ProcessOptions options;
+            options.environment["TMPDIR"] = temporary.Path();
             const TracedResult traced =
-                RunTraced(command, {}, {SyscallFault::Kind::kKillAll, at, 0});
+                RunTraced(command, options, {SyscallFault::Kind::kKillAll, at, 0});
+            isKilled = traced.happened;
             const ProcessResult recovered = RunProgram(Recover());
             ASSERT_TRUE(recovered.Succeeded()) << "call " << at << '\n' << recovered;
             check(State());
@@ -333,7 +344,10 @@ TEST_P(InstallTransaction, KilledRecoveryIsCompletedByTheNext) {
     const auto interrupt = [&] {
         for (;;) {
             Reset();
-            RunTraced(Install(), {}, {SyscallFault::Kind::kKillAll, at, 0});
+            const TemporaryDirectory temporary;
+            ProcessOptions options;
+            options.environment["TMPDIR"] = temporary.Path();
+            RunTraced(Install(), options, {SyscallFault::Kind::kKillAll, at, 0});
             if (fs::exists(kRoot + "/.znpolicy/journal/record")) {
                 return;
             }
@@ -358,6 +372,20 @@ TEST_P(InstallTransaction, InstallationThatChangesNothingKeepsBackupsAndHistory)
     }
     EXPECT_TRUE(RunProgram(RollBack()).Succeeded());
     EXPECT_EQ(State(), "before");
+}
+
+// On one file system, the backup and the kept version are links to one file.
+TEST_P(InstallTransaction, RollbackRefusesVersionsThatWereChangedThroughABackup) {
+    ASSERT_TRUE(RunProgram(Install()).Succeeded());
+    fs::permissions(kPlugins + "replaced1.so.bak", fs::perms::owner_read);
+    const Tree installed = TreeNow(true);
+    const ProcessResult refused = RunProgram(RollBack());
+    EXPECT_EQ(refused.exitCode, 1) << refused;
+    EXPECT_EQ(refused.err.find("the kept version of " + kPlugins + "replaced1.so was changed") ==
+                  std::string::npos,
+              GetParam())
+        << refused;
+    EXPECT_EQ(TreeNow(true), installed);
 }
 
 TEST_P(InstallTransaction, FullDiskAtAnySizeChangesNothingOrInstalls) {

@@ -4,6 +4,8 @@
 #include <map>
 #include <set>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "Journal.h"
 #include "TemporaryDirectory.h"
@@ -92,6 +94,25 @@ TEST_F(JournalTest, IsNoLongerInForceAfterAMove) {
     journal.MoveTo(directory_ / "history/1");
     EXPECT_FALSE(Journal::Exists(journal_));
     EXPECT_EQ(Journal::Open(directory_ / "history/1").Entries().size(), journal.Entries().size());
+}
+
+TEST_F(JournalTest, KeepsChangedPathsOnlyAndAllThatIsInNewTrees) {
+    const auto before = Tree();
+    paths_.insert(In("added"));
+    Journal journal = Journal::Create(journal_, paths_, {In("tree")}, nullptr);
+    fs::remove(In("changed"));
+    WriteFile(In("changed"), "a longer text");
+    WriteFile(In("tree/new"), "new");
+    journal.KeepChanges();
+    const Journal opened = Journal::Open(journal_);
+    std::vector<std::string> paths;
+    for (const Journal::Entry& entry : opened.Entries()) {
+        paths.push_back(entry.path);
+        EXPECT_EQ(entry.after, PathState::Of(entry.path)) << entry.path;
+    }
+    EXPECT_EQ(paths, std::vector<std::string>({In("changed"), In("tree"), In("tree/new")}));
+    opened.RestoreAll();
+    EXPECT_EQ(Tree(), before);
 }
 
 TEST_F(JournalTest, RestoresOnePathOnly) {

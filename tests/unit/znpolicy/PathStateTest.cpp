@@ -46,6 +46,13 @@ TEST_F(PathStateTest, RestoresAReplacedFileWithContentsModeAndTime) {
     EXPECT_EQ(ReadFile(path_), "old");
 }
 
+TEST_F(PathStateTest, LeavesAnUntouchedFileAlone) {
+    WriteFile(path_, "contents");
+    const PathState before = PathState::Of(path_);
+    RestorePath(path_, before, directory_ / "no copy is needed");
+    EXPECT_EQ(ReadFile(path_), "contents");
+}
+
 TEST_F(PathStateTest, RestoresARemovedFile) {
     WriteFile(path_, "old");
     EXPECT_EQ(RestoreAfter([&] { fs::remove(path_); }), before_);

@@ -6,6 +6,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Arguments.h"
@@ -45,11 +46,14 @@ std::vector<ZnPackageInfo> ReadRecords(const InstallArguments& arguments) {
 }
 
 void Plan(const InstallArguments& arguments, bool json) {
+    const std::vector<ZnPackageInfo> records = ReadRecords(arguments);
     CheckedPlan checked;
     {
-        const InterruptScope interrupts;
+        const InterruptScope interrupts;  // removes temporary files
         const Progress progress("planning", 0);
-        checked = CheckInstallation(arguments.root, arguments.Side(), ReadRecords(arguments));
+        checked =
+            CheckInstallation(arguments.root, arguments.Side(), records, arguments.ignoreMissing);
+        ThrowIfInterrupted();
     }
     PrintPlan(checked, json);
     for (const std::string& problem : checked.problems) {
@@ -71,11 +75,11 @@ void CaptureErrors(const ScratchDirectory& scratch) {
     }
 }
 
-RunOptions OptionsOf(const InstallArguments& arguments) {
+RunOptions OptionsOf(const InstallArguments& arguments, std::vector<ZnPackageInfo> records) {
     RunOptions options;
     options.root = arguments.root;
     options.side = arguments.Side();
-    options.records = ReadRecords(arguments);
+    options.records = std::move(records);
     options.terminal = arguments.terminal;
     options.waitSeconds = arguments.wait;
     options.keep = arguments.keep;
@@ -88,23 +92,32 @@ void Install(const InstallArguments& arguments, bool json) {
         Plan(arguments, json);
         return;
     }
+    // May wait for a terminal or pipe, where signals have to end the program.
+    std::vector<ZnPackageInfo> records = ReadRecords(arguments);
     InterruptScope interrupts;
     const ScratchDirectory scratch;
     CaptureErrors(scratch);
+    bool isPrinted = false;
     try {
-        RunInstallation(OptionsOf(arguments), [&](const RunReport& report) {
+        RunInstallation(OptionsOf(arguments, std::move(records)), [&](const RunReport& report) {
+            isPrinted = true;
             PrintRun(report, json);
             RequireOutput();
         });
         interrupts.Complete();
     } catch (const RunFailed& failure) {
-        PrintFailure(failure, json);
+        if (!isPrinted) {
+            PrintFailure(failure, json);
+        }
         for (const std::string& reason : failure.Reasons()) {
+            if (reason == failure.what()) {
+                continue;  // printed last
+            }
             std::cerr << "znpolicy: " << Escaped(reason) << '\n';
         }
         throw;
     } catch (const std::exception& error) {
-        if (json) {
+        if (json && !isPrinted) {
             PrintFailure(RunFailed(error.what(), {}, {error.what()}), json);
         }
         throw;
@@ -127,6 +140,8 @@ void AddArguments(CLI::App& command, InstallArguments& arguments) {
         ->type_name("ID")
         ->check(IsId);
     source->require_option(1);
+    command.add_flag("--ignore-missing", arguments.ignoreMissing,
+                     "Install although records of this side have no zip");
 }
 
 }  // namespace
@@ -141,8 +156,6 @@ void AddInstallCommands(CLI::App& package, Context& context) {
     install->add_option("--keep", arguments->keep, "How many runs to keep for rolling back")
         ->type_name("N")
         ->capture_default_str();
-    install->add_flag("--ignore-missing", arguments->ignoreMissing,
-                      "Install although records of this side have no zip");
     AddJsonOption(*install, context);
     SetAction(*install, context, [=, &context] { Install(*arguments, context.json); });
 

@@ -65,6 +65,9 @@ void PrintPlanAsTable(const InstallPlan& plan) {
     for (const std::string& zip : plan.unmatched) {
         std::cout << "ignore " << Escaped(zip) << ": no record asks for it\n";
     }
+    for (const std::string& name : plan.missing) {
+        std::cout << "missing: no zip has the digest of the record \"" << Escaped(name) << "\"\n";
+    }
     for (const PlannedPackage& package : plan.packages) {
         std::cout << Escaped(package.zip) << '\n';
         Table table({"  ACTION", "DESTINATION", "NOTE"});
@@ -144,10 +147,10 @@ void PrintResults(Json answer, const RunReport& report, const std::vector<Packag
         std::cout << "release bundle " << Escaped(bundle.zip)
                   << ": zips that it added are installed by the next run\n";
     }
-    if (table.IsEmpty()) {
-        std::cout << "nothing to install: no record asks for a zip of this side\n";
-    } else {
+    if (!table.IsEmpty()) {
         table.Print();
+    } else if (answer.at("result") != "failed") {
+        std::cout << "nothing to install: no record asks for a zip of this side\n";
     }
 }
 

@@ -5,6 +5,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Arguments.h"
@@ -12,10 +13,28 @@
 #include "Json.h"
 #include "Paths.h"
 #include "Rollback.h"
+#include "RunDirectory.h"
 #include "RunRollback.h"
 #include "Table.h"
 
-static void RollBackPackage(const std::string& package, bool force, bool json) {
+// Keeps runs out of the package's root directory, and refuses to touch what one has left half done.
+static std::optional<RunDirectory> LockRootOf(const std::string& package, int waitSeconds) {
+    const std::string root = RunDirectory::RootAbove(package);
+    if (root.empty()) {
+        return std::nullopt;
+    }
+    std::optional<RunDirectory> directory(std::in_place, root, waitSeconds);
+    if (Journal::Exists(directory->JournalPath())) {
+        throw std::runtime_error(
+            "an installation was interrupted; first run: znpolicy package "
+            "recover --root " +
+            root);
+    }
+    return directory;
+}
+
+static void RollBackPackage(const std::string& package, bool force, int waitSeconds, bool json) {
+    const std::optional<RunDirectory> locked = LockRootOf(package, waitSeconds);
     const std::vector<RolledBackFile> files = RollBack(WithDirectory(package), force);
     Json document = Json::array();
     Table table({"FILE", "RESULT", "REASON"});
@@ -88,9 +107,9 @@ void AddRollbackCommand(CLI::App& package, Context& context) {
     AddJsonOption(*rollback, context);
     SetAction(*rollback, context, [=, &context] {
         if (arguments->root.empty()) {
-            RollBackPackage(arguments->package, arguments->force, context.json);
+            RollBackPackage(arguments->package, arguments->force, arguments->wait, context.json);
         } else {
-            RollBackLastRun(*arguments, context.json);
+            WithJsonErrors(context.json, [&] { RollBackLastRun(*arguments, context.json); });
         }
     });
 }

@@ -12,6 +12,7 @@
 #include "PackageSelection.h"
 #include "PathState.h"
 #include "SearchPath.h"
+#include "UpdateMark.h"
 #include "ZnCrypto.h"
 
 namespace fs = std::filesystem;
@@ -72,13 +73,17 @@ class SpaceNeeded {
     std::map<dev_t, Need> needs_;
 };
 
-// A destination that is neither a file nor absent, which the installer would move away as a whole.
+// A destination or backup that is neither a file nor absent, which the installer would move away or
+// delete as a whole.
 std::string DestinationProblem(const PlannedFile& file) {
-    const PathState::Kind kind = PathState::Of(file.destination).kind;
-    if (kind == PathState::Kind::kDirectory) {
-        return file.destination + " is a directory";
+    for (const std::string& path : {file.destination, file.destination + ".bak"}) {
+        const PathState::Kind kind = PathState::Of(path).kind;
+        if (kind == PathState::Kind::kDirectory || kind == PathState::Kind::kOther) {
+            return path + (kind == PathState::Kind::kDirectory ? " is a directory"
+                                                               : " is not a regular file");
+        }
     }
-    return kind == PathState::Kind::kOther ? file.destination + " is not a regular file" : "";
+    return "";
 }
 
 class Checker {
@@ -88,7 +93,7 @@ class Checker {
         checked_.plan = PlanInstallation(root, side, records);
     }
 
-    CheckedPlan Check() {
+    CheckedPlan Check(bool ignoreMissing) {
         for (const PlannedUnpacking& bundle : checked_.plan.bundles) {
             AddProblems(bundle.problems);
             NeedSpaceFor(bundle);
@@ -102,6 +107,10 @@ class Checker {
             CheckPackage(package);
         }
         CheckUnmatched();
+        CheckMarkDirectory();
+        if (!ignoreMissing) {
+            CheckMissing();
+        }
         if (!checked_.plan.packages.empty() && FindOnStandardSearchPath("unzip").empty()) {
             Problem("there is no unzip in " + StandardSearchPath() + "; install it");
         }
@@ -168,6 +177,21 @@ class Checker {
         }
     }
 
+    void CheckMarkDirectory() {
+        const std::string directory =
+            fs::path(VEK_MICROSERVICES_VM_SERVER_VC_UPDATED_MARK).parent_path();
+        if (!checked_.plan.packages.empty() && !fs::is_directory(directory)) {
+            Problem(directory + " does not exist: the update mark cannot be written");
+        }
+    }
+
+    void CheckMissing() {
+        for (const std::string& name : checked_.plan.missing) {
+            Problem("no zip has the digest of the record \"" + name +
+                    "\"; bring the zip, or use --ignore-missing");
+        }
+    }
+
     const std::string root_;
     const std::vector<ZnPackageInfo>& records_;
     CheckedPlan checked_;
@@ -177,6 +201,6 @@ class Checker {
 }  // namespace
 
 CheckedPlan CheckInstallation(const std::string& root, ZnSide side,
-                              const std::vector<ZnPackageInfo>& records) {
-    return Checker(root, side, records).Check();
+                              const std::vector<ZnPackageInfo>& records, bool ignoreMissing) {
+    return Checker(root, side, records).Check(ignoreMissing);
 }

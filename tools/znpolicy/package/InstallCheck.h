@@ -16,6 +16,7 @@ struct CheckedPlan {
 
 // Plans the installation and reads every zip that it would unpack to its end: CRC, encryption,
 // compression, links and sizes; also looks for unzip and for enough free space on every file system
-// concerned. Changes nothing. Throws std::runtime_error when there is nothing to plan.
+// concerned. A record of this side without a zip is a problem unless `ignoreMissing` is set.
+// Changes nothing. Throws std::runtime_error when there is nothing to plan.
 CheckedPlan CheckInstallation(const std::string& root, ZnSide side,
-                              const std::vector<ZnPackageInfo>& records);
+                              const std::vector<ZnPackageInfo>& records, bool ignoreMissing);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <map>
@@ -61,12 +62,19 @@ class Run {
             Verify();
             RestoreBackups(journal);
             CountBackups(journal);
-            print(report_);
+            Sync(journal);
             ThrowIfInterrupted();
+            print(report_);
             Commit(journal);
-        } catch (...) {
-            RollBack(journal);
+        } catch (const RunFailed& failure) {
+            RollBack(journal, failure.what());
             throw;
+        } catch (const Interrupted& interrupted) {
+            RollBack(journal, interrupted.what());
+            throw;
+        } catch (const std::exception& error) {
+            RollBack(journal, error.what());
+            Fail(error.what());
         }
     }
 
@@ -117,6 +125,7 @@ class Run {
             if (Changes(*file)) {
                 files.push_back({{"destination", destination},
                                  {"result", file->digestAtStart.empty() ? "installed" : "replaced"},
+                                 {"before", file->digestAtStart},
                                  {"sha256", file->digestAtEnd}});
             }
         }
@@ -165,6 +174,21 @@ class Run {
             }
         }
         VerifyMark();
+        for (const PlannedPackage& package : report_.plan.packages) {
+            VerifyUnpacking(package.unpacking);
+        }
+    }
+
+    // What was installed from the package has been compared; the rest has its size at least.
+    void VerifyUnpacking(const PlannedUnpacking& unpacking) const {
+        for (const PlannedUnpacking::Entry& entry : unpacking.entries) {
+            const std::string path = unpacking.directory + "/" + entry.path;
+            const PathState now = PathState::Of(path);
+            if (now.kind == PathState::Kind::kAbsent ||
+                (!entry.digest.empty() && now.size != static_cast<off_t>(entry.size))) {
+                Fail(path + " was not unpacked: " + Reason());
+            }
+        }
     }
 
     // The library ignores a mark that it cannot write.
@@ -233,13 +257,17 @@ class Run {
         }
     }
 
-    void Commit(Journal& journal) const {
+    void Sync(Journal& journal) const {
         const FileDescriptor mark =
             FileDescriptor::OpenRegularFile(VEK_MICROSERVICES_VM_SERVER_VC_UPDATED_MARK);
         if (mark.IsOpen() && !SyncToDisk(mark.Get())) {  // the library has synced all other files
             Fail("the update mark cannot be flushed to disk");
         }
         journal.SyncDirectories();
+        journal.KeepChanges();
+    }
+
+    void Commit(Journal& journal) const {
         for (const auto& [destination, file] : destinations_) {
             if (Changes(*file)) {
                 directory_.AddToHistory(journal, options_.keep);
@@ -249,12 +277,12 @@ class Run {
         DiscardJournal(journal.Directory());
     }
 
-    void RollBack(const Journal& journal) const {
+    void RollBack(const Journal& journal, const std::string& reason) const {
         try {
             journal.RestoreAll();
             DiscardJournal(journal.Directory());
         } catch (const std::runtime_error& error) {
-            throw std::runtime_error(std::string("rolling back failed: ") + error.what() +
+            throw std::runtime_error(reason + "; rolling back failed, too: " + error.what() +
                                      "; correct this, then run: znpolicy package recover --root " +
                                      options_.root);
         }
@@ -277,18 +305,17 @@ void RunInstallation(const RunOptions& options,
     const RunDirectory directory(options.root, options.waitSeconds);
     RunReport report;
     report.recovered = directory.Recover();
+    fs::create_directory(directory.ScratchPath());
+    setenv("TMPDIR", directory.ScratchPath().c_str(), 1);  // a later run cleans up after a kill
     CheckedPlan checked;
-    {
+    try {
         const Progress progress("checking", 0);
-        checked = CheckInstallation(options.root, options.side, options.records);
+        checked =
+            CheckInstallation(options.root, options.side, options.records, options.ignoreMissing);
+    } catch (const std::runtime_error& error) {
+        throw RunFailed(error.what(), std::move(report), {error.what()});
     }
     report.plan = std::move(checked.plan);
-    if (!options.ignoreMissing) {
-        for (const std::string& name : report.plan.missing) {
-            checked.problems.push_back("no zip has the digest of the record \"" + name +
-                                       "\"; bring the zip, or use --ignore-missing");
-        }
-    }
     if (!checked.problems.empty()) {
         throw RunFailed("nothing was changed: the installation would fail", std::move(report),
                         std::move(checked.problems));

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -63,15 +64,16 @@ class ErrorFinder {
     std::string error_;
 };
 
-// The log file of this process; closed when records go to standard error.
-FileDescriptor OpenLogFile() {
+// The log file of this process; "" when records go to standard error.
+std::string LogFilePath() {
     const char* const path = std::getenv("ZN_LOG_FILE");
-    FileDescriptor file =
-        path != nullptr && *path != '\0' ? FileDescriptor::OpenRegularFile(path) : FileDescriptor();
-    if (file.IsOpen()) {
-        lseek(file.Get(), 0, SEEK_END);
-    }
-    return file;
+    return path != nullptr ? path : "";
+}
+
+// The size of a file; 0 when there is none.
+off_t SizeOf(const std::string& path) {
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0 ? status.st_size : 0;
 }
 
 void Redirect(int target, int descriptor) {
@@ -141,7 +143,12 @@ int WaitFor(pid_t child) {
     return status;
 }
 
-void ReadRest(const FileDescriptor& file, ErrorFinder& errors) {
+// Reads what was added to a log file since it had this size.
+void ReadRest(const std::string& path, off_t size, ErrorFinder& errors) {
+    const FileDescriptor file = FileDescriptor::OpenRegularFile(path.c_str());
+    if (!file.IsOpen() || lseek(file.Get(), size, SEEK_SET) != size) {
+        return;
+    }
     std::array<char, 65536> buffer;
     ssize_t count = 0;
     while ((count = file.Read(buffer.data(), buffer.size())) > 0) {
@@ -152,7 +159,8 @@ void ReadRest(const FileDescriptor& file, ErrorFinder& errors) {
 }  // namespace
 
 InstallerResult RunInstaller(const std::function<bool()>& install, const RunLock& lock) {
-    const FileDescriptor logFile = OpenLogFile();
+    const std::string logFile = LogFilePath();
+    const off_t logSize = SizeOf(logFile);
     std::array<int, 2> ends = {};
     if (pipe(ends.data()) != 0) {
         throw std::runtime_error(std::string("cannot create a pipe: ") + std::strerror(errno));
@@ -173,9 +181,7 @@ InstallerResult RunInstaller(const std::function<bool()>& install, const RunLock
     ErrorFinder errors;
     PassOn(child, output, errors);
     const int status = WaitFor(child);
-    if (logFile.IsOpen()) {
-        ReadRest(logFile, errors);
-    }
+    ReadRest(logFile, logSize, errors);
     InstallerResult result;
     result.succeeded = WIFEXITED(status) && WEXITSTATUS(status) == EXIT_SUCCESS;
     result.reason = WIFSIGNALED(status)

@@ -52,36 +52,79 @@ std::set<std::string> WithMissingDirectories(const std::set<std::string>& paths)
     return all;
 }
 
-Json ToJson(const Journal::Entry& entry) {
-    const PathState& state = entry.before;
-    return {{"path", entry.path},
-            {"kind", static_cast<int>(state.kind)},
+Json ToJson(const timespec& time) {
+    return {static_cast<int64_t>(time.tv_sec), static_cast<int64_t>(time.tv_nsec)};
+}
+
+Json ToJson(const PathState& state) {
+    return {{"kind", static_cast<int>(state.kind)},
             {"mode", state.mode},
             {"owner", state.owner},
             {"group", state.group},
             {"size", state.size},
-            {"seconds", static_cast<int64_t>(state.modified.tv_sec)},
-            {"nanoseconds", static_cast<int64_t>(state.modified.tv_nsec)},
+            {"modified", ToJson(state.modified)},
             {"target", state.target},
-            {"copy", entry.copy},
-            {"tree", entry.isTree}};
+            {"device", static_cast<uint64_t>(state.device)},
+            {"inode", static_cast<uint64_t>(state.inode)},
+            {"changed", ToJson(state.changed)}};
 }
 
-Journal::Entry FromJson(const Json& json) {
-    Journal::Entry entry;
-    entry.path = json.at("path").get<std::string>();
-    entry.copy = json.at("copy").get<std::string>();
-    entry.isTree = json.at("tree").get<bool>();
-    PathState& state = entry.before;
+Json ToJson(const Journal::Entry& entry) {
+    return {{"path", entry.path},
+            {"before", ToJson(entry.before)},
+            {"copy", entry.copy},
+            {"tree", entry.isTree},
+            {"after", ToJson(entry.after)}};
+}
+
+timespec TimeFromJson(const Json& json) {
+    timespec time = {};
+    time.tv_sec = json.at(0).get<time_t>();
+    time.tv_nsec = json.at(1).get<long>();
+    return time;
+}
+
+PathState StateFromJson(const Json& json) {
+    PathState state;
     state.kind = static_cast<PathState::Kind>(json.at("kind").get<int>());
     state.mode = json.at("mode").get<mode_t>();
     state.owner = json.at("owner").get<uid_t>();
     state.group = json.at("group").get<gid_t>();
     state.size = json.at("size").get<off_t>();
-    state.modified.tv_sec = json.at("seconds").get<time_t>();
-    state.modified.tv_nsec = json.at("nanoseconds").get<long>();
+    state.modified = TimeFromJson(json.at("modified"));
     state.target = json.at("target").get<std::string>();
+    state.device = json.at("device").get<dev_t>();
+    state.inode = json.at("inode").get<ino_t>();
+    state.changed = TimeFromJson(json.at("changed"));
+    return state;
+}
+
+Journal::Entry FromJson(const Json& json) {
+    Journal::Entry entry;
+    entry.path = json.at("path").get<std::string>();
+    entry.before = StateFromJson(json.at("before"));
+    entry.copy = json.at("copy").get<std::string>();
+    entry.isTree = json.at("tree").get<bool>();
+    entry.after = StateFromJson(json.at("after"));
     return entry;
+}
+
+Json RecordOf(const Json& description, const std::vector<Journal::Entry>& entries) {
+    Json list = Json::array();
+    for (const Journal::Entry& entry : entries) {
+        list.push_back(ToJson(entry));
+    }
+    return {{"description", description}, {"entries", list}};
+}
+
+// What is in a new tree, each path by itself.
+void AddTree(const std::string& tree, std::vector<Journal::Entry>& entries) {
+    for (const auto& below : fs::recursive_directory_iterator(tree)) {
+        Journal::Entry entry;
+        entry.path = below.path();
+        entry.after = PathState::Of(entry.path);
+        entries.push_back(std::move(entry));
+    }
 }
 
 // Writes the record as CBOR, in which paths may be any bytes.
@@ -128,7 +171,6 @@ Journal Journal::Create(const std::string& directory, const std::set<std::string
         Journal journal;
         journal.directory_ = directory;
         journal.description_ = description;
-        Json entries = Json::array();
         for (const std::string& path : WithMissingDirectories(all)) {
             Entry entry;
             entry.path = path;
@@ -138,10 +180,9 @@ Journal Journal::Create(const std::string& directory, const std::set<std::string
                 entry.copy = std::to_string(journal.entries_.size());
                 KeepFile(path, entry.before, draft + "/" + entry.copy);
             }
-            entries.push_back(ToJson(entry));
             journal.entries_.push_back(std::move(entry));
         }
-        WriteRecord(draft + kRecordFile, {{"description", description}, {"entries", entries}});
+        WriteRecord(draft + kRecordFile, RecordOf(description, journal.entries_));
         if (!SyncDirectoryToDisk(draft) || std::rename(draft.c_str(), directory.c_str()) != 0 ||
             !SyncDirectoryToDisk(ParentOf(directory))) {
             Fail("cannot complete the journal", directory);
@@ -170,7 +211,8 @@ Journal Journal::Open(const std::string& directory) try {
     }
     return journal;
 } catch (const Json::exception& error) {
-    throw std::runtime_error("damaged journal " + directory + ": " + error.what());
+    throw std::runtime_error("damaged journal " + directory + ": " + error.what() +
+                             "; restore what you need from the files in it, then remove it");
 }
 
 bool Journal::Exists(const std::string& directory) {
@@ -197,6 +239,10 @@ void Journal::RestoreAs(const Entry& entry, const std::string& path) const {
 }
 
 void Journal::RestoreAll() const {
+    for (const std::string& directory : Directories()) {
+        // Those of the installer, or of a restoration that was interrupted; they take space.
+        RemoveAbandonedFilesBeside(directory + "/", Cleanup::kAlways);
+    }
     std::string failures;
     const auto restore = [&](const Entry& entry) {
         try {
@@ -213,10 +259,6 @@ void Journal::RestoreAll() const {
     std::for_each(entries_.rbegin(), entries_.rend(), restore);
     if (!failures.empty()) {
         throw std::runtime_error(failures);
-    }
-    for (const std::string& directory : Directories()) {
-        // Those of the installer, or of a restoration that was interrupted.
-        RemoveAbandonedFilesBeside(directory + "/", Cleanup::kAlways);
     }
     SyncDirectories();
 }
@@ -235,6 +277,42 @@ void Journal::SyncDirectories() const {
             Fail("cannot flush to disk", directory);
         }
     }
+}
+
+void Journal::KeepChanges() {
+    std::vector<Entry> changed;
+    std::vector<std::string> dropped;
+    for (const Entry& entry : entries_) {
+        const PathState now = PathState::Of(entry.path);
+        if (now == entry.before) {
+            dropped.push_back(entry.copy);
+            continue;
+        }
+        if (entry.isTree) {
+            AddTree(entry.path, changed);
+        }
+        changed.push_back({entry.path, entry.before, entry.copy, false, now});
+    }
+    std::sort(changed.begin(), changed.end(),
+              [](const Entry& a, const Entry& b) { return a.path < b.path; });
+    const std::string record = directory_ + kRecordFile;
+    WriteRecord(record + ".new", RecordOf(description_, changed));
+    if (std::rename((record + ".new").c_str(), record.c_str()) != 0 ||
+        !SyncDirectoryToDisk(directory_)) {
+        Fail("cannot replace", record);
+    }
+    entries_ = std::move(changed);
+    for (const std::string& copy : dropped) {
+        if (!copy.empty()) {
+            unlink((directory_ + "/" + copy).c_str());
+        }
+    }
+}
+
+void Journal::Retain(const std::function<bool(const Entry&)>& wanted) {
+    entries_.erase(std::remove_if(entries_.begin(), entries_.end(),
+                                  [&](const Entry& entry) { return !wanted(entry); }),
+                   entries_.end());
 }
 
 void Journal::MoveTo(const std::string& directory) {

@@ -1,6 +1,7 @@
 // The journal of an installation: what every path was before that the installation may change.
 #pragma once
 
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -18,6 +19,7 @@ class Journal {
         PathState before;
         std::string copy;     // name of the kept file in the journal; "" when there is none
         bool isTree = false;  // restored to absence with everything below
+        PathState after;      // what KeepChanges() found
     };
 
     // Keeps the present state of `paths`, and of those directories above them that do not exist, in
@@ -62,6 +64,14 @@ class Journal {
     // Makes the present state of all paths survive a power loss. Throws std::runtime_error on
     // failure.
     void SyncDirectories() const;
+
+    // Reduces the journal to the paths that differ from what they were, and records what they are
+    // now, with all that is in new trees. It stays in force meanwhile. Throws std::runtime_error on
+    // failure.
+    void KeepChanges();
+
+    // Forgets the entries that are not `wanted`, in memory only.
+    void Retain(const std::function<bool(const Entry&)>& wanted);
 
     // Moves the journal to `directory`, where it is no longer in force. When it throws
     // std::runtime_error, it is still where it was.

@@ -26,11 +26,21 @@ constexpr mode_t kPermissions = 07777;
 timespec ModificationTime(const struct stat& status) {
     return status.st_mtimespec;
 }
+timespec ChangeTime(const struct stat& status) {
+    return status.st_ctimespec;
+}
 #else
 timespec ModificationTime(const struct stat& status) {
     return status.st_mtim;
 }
+timespec ChangeTime(const struct stat& status) {
+    return status.st_ctim;
+}
 #endif
+
+bool IsSameTime(const timespec& a, const timespec& b) {
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
 
 PathState::Kind KindOf(mode_t mode) {
     switch (mode & S_IFMT) {
@@ -85,6 +95,11 @@ bool IsSameFile(const std::string& a, const std::string& b) {
     struct stat second = {};
     return lstat(a.c_str(), &first) == 0 && lstat(b.c_str(), &second) == 0 &&
            first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
+bool IsUntouched(const PathState& now, const PathState& before) {
+    return now.kind == before.kind && now.device == before.device && now.inode == before.inode &&
+           IsSameTime(now.changed, before.changed);
 }
 
 void RestoreFile(const std::string& path, const PathState& state, const std::string& copy) {
@@ -147,6 +162,9 @@ PathState PathState::Of(const std::string& path) {
     state.group = status.st_gid;
     state.size = status.st_size;
     state.modified = ModificationTime(status);
+    state.device = status.st_dev;
+    state.inode = status.st_ino;
+    state.changed = ChangeTime(status);
     if (state.kind == Kind::kLink) {
         state.target = LinkTarget(path);
     }
@@ -160,8 +178,7 @@ bool PathState::operator==(const PathState& other) const {
     // The size and times of directories and links say nothing about what a run changed.
     return kind != Kind::kFile ||
            (mode == other.mode && size == other.size && owner == other.owner &&
-            group == other.group && modified.tv_sec == other.modified.tv_sec &&
-            modified.tv_nsec == other.modified.tv_nsec);
+            group == other.group && IsSameTime(modified, other.modified));
 }
 
 void KeepFile(const std::string& path, const PathState& state, const std::string& copy) {
@@ -183,7 +200,9 @@ void RestorePath(const std::string& path, const PathState& state, const std::str
             }
             return;
         case PathState::Kind::kFile:
-            RestoreFile(path, state, copy);
+            if (!IsUntouched(now, state)) {
+                RestoreFile(path, state, copy);
+            }
             return;
         case PathState::Kind::kLink:
             if (now != state) {

@@ -18,10 +18,16 @@ struct PathState {
     timespec modified = {};
     std::string target;  // of a symbolic link
 
+    // Tell a file that was not touched from one that was replaced by its like; not compared.
+    dev_t device = 0;
+    ino_t inode = 0;
+    timespec changed = {};
+
     // The state of `path` now; links are not followed. Throws std::runtime_error when it cannot be
     // determined.
     static PathState Of(const std::string& path);
 
+    // Whether kind, contents as far as size and times tell, owner and permissions are the same.
     bool operator==(const PathState& other) const;
     bool operator!=(const PathState& other) const {
         return !(*this == other);
@@ -33,6 +39,7 @@ struct PathState {
 void KeepFile(const std::string& path, const PathState& state, const std::string& copy);
 
 // Restores `path` to `state`; for a regular file, `copy` is what KeepFile kept, and stays. Replaces
-// files atomically. A directory that was absent is removed only when it is empty, and one that was
-// there is made again. Calling it again changes nothing. Throws std::runtime_error on failure.
+// files atomically, and leaves untouched ones alone. A directory that was absent is removed only
+// when it is empty, and one that was there is made again. Calling it again changes nothing. Throws
+// std::runtime_error on failure.
 void RestorePath(const std::string& path, const PathState& state, const std::string& copy);

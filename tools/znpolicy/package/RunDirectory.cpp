@@ -9,9 +9,13 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "SyncToDisk.h"
+
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr int kMaxRun = 1'000'000'000;
 
 // The directory for the state of `root`, readable for its owner only: it keeps old files.
 std::string MakeStateDirectory(const std::string& root) {
@@ -21,10 +25,24 @@ std::string MakeStateDirectory(const std::string& root) {
             throw std::runtime_error("cannot create " + directory + ": " + std::strerror(errno));
         }
     }
+    if (!SyncDirectoryToDisk(root) || !SyncDirectoryToDisk(path)) {
+        throw std::runtime_error("cannot flush " + path + " to disk: " + std::strerror(errno));
+    }
     return path;
 }
 
 }  // namespace
+
+std::string RunDirectory::RootAbove(const std::string& path) {
+    fs::path root = fs::weakly_canonical(fs::absolute(path));
+    while (!fs::exists(root / ".znpolicy")) {
+        if (root == root.root_path()) {
+            return "";
+        }
+        root = root.parent_path();
+    }
+    return root;
+}
 
 bool RunDirectory::Exists(const std::string& root) {
     if (!fs::is_directory(root)) {
@@ -38,6 +56,8 @@ RunDirectory::RunDirectory(const std::string& root, int waitSeconds)
 
 std::vector<std::string> RunDirectory::Recover() const {
     std::vector<std::string> restored;
+    fs::remove_all(ScratchPath());
+    fs::remove_all(JournalPath() + ".incomplete");  // of a run that had changed nothing yet
     if (!Journal::Exists(JournalPath())) {
         return restored;
     }
@@ -58,7 +78,7 @@ std::vector<int> RunDirectory::History() const {
         const std::string name = entry.path().filename().string();
         int run = 0;
         const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), run);
-        if (error == std::errc() && name == std::to_string(run)) {
+        if (error == std::errc() && name == std::to_string(run) && run > 0 && run < kMaxRun) {
             runs.push_back(run);
         }
     }

@@ -9,6 +9,9 @@
 
 class RunDirectory {
    public:
+    // The root directory with state that contains `path`; "" when there is none.
+    static std::string RootAbove(const std::string& path);
+
     // Whether there is any state in `root`. Throws std::runtime_error when that is no directory.
     static bool Exists(const std::string& root);
 
@@ -26,9 +29,14 @@ class RunDirectory {
         return path_ + "/journal";
     }
 
-    // Restores what an interrupted run changed, and removes its journal. Returns the paths that
-    // were not in their state before; none when no run was interrupted. Throws std::runtime_error
-    // on failure; the journal stays then.
+    // Where a run keeps its temporary files.
+    std::string ScratchPath() const {
+        return path_ + "/scratch";
+    }
+
+    // Removes temporary files that an interrupted run left. Restores what an interrupted run
+    // changed, and removes its journal. Returns the paths that were not in their state before; none
+    // when no run was interrupted. Throws std::runtime_error on failure; the journal stays then.
     std::vector<std::string> Recover() const;
 
     // The numbers of the runs in the history, ascending.

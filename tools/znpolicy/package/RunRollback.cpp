@@ -1,7 +1,7 @@
 #include "RunRollback.h"
 
 #include <algorithm>
-#include <filesystem>
+#include <map>
 #include <set>
 #include <stdexcept>
 
@@ -9,8 +9,6 @@
 #include "Journal.h"
 #include "RunDirectory.h"
 #include "ZnCrypto.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -43,39 +41,56 @@ int FindRun(const RunDirectory& directory, const std::string& root, std::optiona
     return wanted.value_or(runs.back());
 }
 
-// What rolling back would destroy: files that are neither as the run left them nor as they were
-// before, and kept files that somebody changed.
-std::vector<std::string> ChangesSince(const Journal& journal) {
+// The files that the run installed, with their backups.
+std::set<std::string> DestinationsOf(const Journal& past) {
+    std::set<std::string> destinations;
+    for (const Json& file : past.Description().at("files")) {
+        destinations.insert(file.at("destination").get<std::string>());
+        destinations.insert(file.at("destination").get<std::string>() + ".bak");
+    }
+    return destinations;
+}
+
+// Whether the file that the journal keeps is still what it was. Its mode, times and contents can be
+// changed through other links to it.
+bool IsKept(const Journal& past, const Journal::Entry& entry, const std::string& digest) {
+    const std::string copy = past.Directory() + "/" + entry.copy;
+    return PathState::Of(copy) == entry.before &&
+           (digest.empty() || ZnSha256::FileSha256Value(copy) == digest);
+}
+
+// What rolling back would destroy or could not restore: destinations that are neither as the run
+// left them nor as they were before, and kept files that somebody changed.
+std::vector<std::string> ChangesSince(const Journal& past) {
+    std::map<std::string, const Json*> files;
+    for (const Json& file : past.Description().at("files")) {
+        files[file.at("destination").get<std::string>()] = &file;
+    }
+    const std::set<std::string> destinations = DestinationsOf(past);
     std::vector<std::string> changes;
-    for (const Json& file : journal.Description().at("files")) {
-        const std::string path = file.at("destination");
-        const Journal::Entry* const entry = journal.Find(path);
-        if (entry == nullptr) {
-            continue;
+    for (const Journal::Entry& entry : past.Entries()) {
+        const auto file = files.find(entry.path);
+        const PathState now = PathState::Of(entry.path);
+        const bool isAsAfter =
+            now == entry.after && (file == files.end() || ZnSha256::FileSha256Value(entry.path) ==
+                                                              file->second->at("sha256"));
+        if (destinations.count(entry.path) != 0 && !isAsAfter && now != entry.before) {
+            changes.push_back(entry.path + " was changed after the run");
         }
-        const bool isAsInstalled = ZnSha256::FileSha256Value(path) == file.at("sha256");
-        if (!isAsInstalled && PathState::Of(path) != entry->before) {
-            changes.push_back(path + " was changed after the run");
-        }
-        const PathState kept = PathState::Of(journal.Directory() + "/" + entry->copy);
-        if (!entry->copy.empty() && (kept.size != entry->before.size ||
-                                     kept.modified.tv_sec != entry->before.modified.tv_sec)) {
-            changes.push_back("the kept version of " + path + " was changed");
+        const std::string digest =
+            file == files.end() ? "" : file->second->at("before").get<std::string>();
+        if (!entry.copy.empty() && !IsKept(past, entry, digest)) {
+            changes.push_back("the kept version of " + entry.path + " was changed");
         }
     }
     return changes;
 }
 
-// The paths that restoring `past` may change, as far as they exist.
+// The paths that restoring `past` may change.
 std::set<std::string> PathsOf(const Journal& past) {
     std::set<std::string> paths;
     for (const Journal::Entry& entry : past.Entries()) {
         paths.insert(entry.path);
-        if (entry.isTree && fs::is_directory(entry.path)) {
-            for (const auto& below : fs::recursive_directory_iterator(entry.path)) {
-                paths.insert(below.path());
-            }
-        }
     }
     return paths;
 }
@@ -125,9 +140,9 @@ void RollBackRun(const std::string& root, std::optional<int> run, bool force, in
         throw std::runtime_error(root + ": there is no run to roll back");
     }
     const RunDirectory directory(root, waitSeconds);
-    directory.Recover();
+    std::vector<std::string> restored = directory.Recover();
     const int number = FindRun(directory, root, run);
-    const Journal past = Journal::Open(directory.HistoryPath(number));
+    Journal past = Journal::Open(directory.HistoryPath(number));
     const std::vector<std::string> changes = ChangesSince(past);
     if (!changes.empty() && !force) {
         std::string message = "nothing was changed; use --force to roll back all the same";
@@ -136,9 +151,13 @@ void RollBackRun(const std::string& root, std::optional<int> run, bool force, in
         }
         throw std::runtime_error(message);
     }
-    std::vector<std::string> restored;
-    for (const PastRun::File& file : ReadRun(directory, number).files) {
-        restored.push_back(file.destination);
+    // Unpacked packages, the mark and the stored description are left as later runs left them.
+    const std::set<std::string> destinations = DestinationsOf(past);
+    past.Retain([&](const Journal::Entry& entry) {
+        return destinations.count(entry.path) != 0 || PathState::Of(entry.path) == entry.after;
+    });
+    for (const Journal::Entry& entry : past.Entries()) {
+        restored.push_back(entry.path);
     }
     RestoreOrUndo(directory, past, [&] { print(restored); });
     interrupts.Complete();

@@ -33,9 +33,10 @@ std::vector<PastRun> RunHistory(const std::string& root, int waitSeconds);
 // there is nothing to recover. Throws like RunHistory.
 std::vector<std::string> RecoverRun(const std::string& root, int waitSeconds);
 
-// Restores the state before `run`, or before the last run, and removes it from the history. Happens
-// entirely or not at all. A file that was changed since the run makes it fail, unless `force` is
-// set. `print` gets the paths that were restored; when it throws, everything is as it was before.
-// Throws like RunHistory, and Interrupted when a signal stopped it.
+// Restores what `run`, or the last run, changed, and removes it from the history. Happens entirely
+// or not at all. A destination that was changed since the run makes it fail, unless `force` is set.
+// `print` gets the paths that were restored, also those of an interrupted run before; when it
+// throws, everything is as it was before. Throws like RunHistory, and Interrupted when a signal
+// stopped it.
 void RollBackRun(const std::string& root, std::optional<int> run, bool force, int waitSeconds,
                  const std::function<void(const std::vector<std::string>&)>& print);

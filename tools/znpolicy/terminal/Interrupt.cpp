@@ -29,11 +29,14 @@ void Handle(void (*handler)(int)) {
 InterruptScope::InterruptScope() {
     g_pending = 0;
     Handle(Note);
+    std::signal(SIGPIPE, SIG_IGN);
 }
 
 InterruptScope::~InterruptScope() {
     if (!isComplete_) {
+        g_pending = 0;
         Handle(SIG_DFL);
+        std::signal(SIGPIPE, SIG_DFL);
     }
 }
 
@@ -54,4 +57,5 @@ void ThrowIfInterrupted() {
 
 void ResetInterruptHandlers() {
     Handle(SIG_DFL);
+    std::signal(SIGPIPE, SIG_DFL);
 }

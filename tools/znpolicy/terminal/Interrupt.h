@@ -18,7 +18,8 @@ class Interrupted : public std::exception {
     int signal_;
 };
 
-// While an object lives, the signals do not end the process but are noted.
+// While an object lives, the signals do not end the process but are noted, and a reader that went
+// away is an error of the write instead of a signal.
 class InterruptScope {
    public:
     InterruptScope();
