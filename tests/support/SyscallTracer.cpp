@@ -43,11 +43,8 @@ class Tracer {
         processes_.insert(program_);
         Continue(program_, 0);
         int result = 0;
-        while (!processes_.empty()) {
-            const pid_t process = waitpid(-1, &status, __WALL);
-            if (process < 0) {
-                break;
-            }
+        pid_t process = 0;
+        while ((process = waitpid(-1, &status, __WALL)) > 0) {
             if (WIFEXITED(status) || WIFSIGNALED(status)) {
                 processes_.erase(process);
                 result = process == program_ ? status : result;
@@ -76,7 +73,9 @@ class Tracer {
     void HandleStop(pid_t process, int status) {
         const bool isNew = processes_.insert(process).second;
         const int signal = WSTOPSIG(status);
-        if (signal == kSyscallStop) {
+        if (happened_ && fault_.kind == SyscallFault::Kind::kKillAll) {
+            kill(process, SIGKILL);  // it had just been forked
+        } else if (signal == kSyscallStop) {
             HandleCall(process);
         } else if (status >> 16 != 0 || (isNew && signal == SIGSTOP)) {
             Continue(process, 0);  // a fork, an exec, or the first stop of a new process

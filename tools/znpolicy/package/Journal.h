@@ -12,6 +12,7 @@
 // A directory with one record file and the kept files. It is complete, and on stable storage, from
 // the moment it has its name; restoring from it can be interrupted and repeated any number of
 // times.
+// NOLINTNEXTLINE(bugprone-exception-escape): destroying JSON allocates memory
 class Journal {
    public:
     struct Entry {

@@ -19,7 +19,7 @@ constexpr int kMaxRun = 1'000'000'000;
 
 // The directory for the state of `root`, readable for its owner only: it keeps old files.
 std::string MakeStateDirectory(const std::string& root) {
-    const std::string path = root + "/.znpolicy";
+    std::string path = root + "/.znpolicy";
     for (const std::string& directory : {path, path + "/history"}) {
         if (mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST) {
             throw std::runtime_error("cannot create " + directory + ": " + std::strerror(errno));
