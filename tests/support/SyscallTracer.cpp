@@ -24,7 +24,7 @@ long Ptrace(__ptrace_request request, pid_t process, uint64_t address, Data data
 
 bool CanFail(long call) {
     return call != SYS_exit && call != SYS_exit_group && call != SYS_rt_sigreturn &&
-           call != SYS_futex;
+           call != SYS_futex && call != SYS_brk;
 }
 
 class Tracer {

@@ -29,7 +29,7 @@ struct TracedResult {
 };
 
 // Runs the program to its end, with all the processes that it starts. Calls that cannot fail (exit,
-// return from a signal handler, wait for a lock) are counted but not made to fail. Throws
-// std::runtime_error when this machine does not let the test trace a program.
+// return from a signal handler, wait for a lock, move the break) are counted but not made to fail.
+// Throws std::runtime_error when this machine does not let the test trace a program.
 TracedResult RunTraced(const std::vector<std::string>& command, const ProcessOptions& options,
                        const SyscallFault& fault);

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "PackageError.h"
 #include "Paths.h"
 #include "ZnCrypto.h"
 
@@ -27,6 +28,10 @@ SimulatedFiles::Target& SimulatedFiles::At(const std::string& destination) {
         return known->second;
     }
     const std::string digest = ZnSha256::FileSha256Value(destination);
+    std::error_code ignored;
+    if (digest.empty() && fs::is_regular_file(destination, ignored)) {
+        throw PackageError("cannot read " + destination);  // whether it changes is not known
+    }
     const Target onDisk = {Exists(destination), digest, Exists(destination + ".bak"), digest};
     return targets_.emplace(path, onDisk).first->second;
 }

@@ -15,7 +15,8 @@ class SimulatedFiles {
         std::string digestAtStart;  // before the installation
     };
 
-    // What the installer finds at a destination. Assign what it leaves there.
+    // What the installer finds at a destination. Assign what it leaves there. Throws PackageError
+    // when the file there cannot be read.
     Target& At(const std::string& destination);
 
     // The digest of a destination before the installation.
