@@ -58,11 +58,13 @@ function(zn_shared_library name)
 endfunction()
 
 # zn_test(NAME SOURCES file... [LINK target...] [LABELS label...])
-# A GoogleTest program, run by CTest case by case.
+# A GoogleTest program, run by CTest case by case. The tests themselves are not optimised: that would
+# take much longer than running them.
 function(zn_test name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINK;LABELS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE
         ${ARG_LINK} zn_test_support zn_options GTest::gtest GTest::gmock)
+    target_compile_options(${name} PRIVATE -O0)
     gtest_discover_tests(${name} PROPERTIES LABELS "${ARG_LABELS}" DISCOVERY_TIMEOUT 60)
 endfunction()
