@@ -1,7 +1,6 @@
 // Installation: packages beside rsync on the same tree, manifests by their size, the install list
 // beside hashing its zips.
 #include <benchmark/benchmark.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -11,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "PrivateMounts.h"
+#include "PackageShapes.h"
 #include "TemporaryDirectory.h"
 #include "ZnCrypto.h"
 #include "ZnVcUpdate.h"
@@ -26,50 +25,7 @@ void Register(const std::string& name, const std::function<void(State&)>& run) {
     benchmark::RegisterBenchmark(name.c_str(), run)->UseRealTime()->Unit(benchmark::kMillisecond);
 }
 
-// Lets the installer write its mark file, in a private mount namespace.
-void AllowMark() {
-    static const bool allowed = [] {
-        EnterPrivateMounts();
-        fs::create_directories("/usr/local/vornserver/bin/microservices");
-        return true;
-    }();
-    static_cast<void>(allowed);
-}
-
 // --- Packages ---
-
-struct Shape {
-    const char* name;
-    size_t files;
-    size_t fileSize;
-};
-
-constexpr Shape kShapes[] = {{"2000-files-of-4-KiB", 2000, size_t{4} << 10},
-                             {"20-files-of-32-MiB", 20, size_t{32} << 20}};
-
-// What is at the destination before the installation.
-enum class Before { kNothing, kTheSame, kOthers };
-
-constexpr struct {
-    const char* name;
-    Before before;
-} kStates[] = {{"all-new", Before::kNothing},
-               {"all-unchanged", Before::kTheSame},
-               {"all-replaced", Before::kOthers}};
-
-std::string FileName(size_t i) {
-    return "f" + std::to_string(10000 + i);
-}
-
-// Contents that differ between files and versions.
-std::string Contents(size_t size, size_t file, char version) {
-    std::string contents(size, version);
-    for (size_t i = 0; i < size; i += 64) {
-        contents.replace(i, 8, std::to_string(10'000'000 + file * 1009 + i % 4093));
-    }
-    contents.resize(size);
-    return contents;
-}
 
 // An unpacked package and its destination, created on first use and removed at the end.
 class Package {
@@ -80,24 +36,15 @@ class Package {
             "\n[bin]\n";
         constexpr size_t kNamesInAValue = 30;
         for (size_t i = 0; i < shape.files; ++i) {
-            WriteFile(directory_ / ("package/Common/" + FileName(i)),
-                      Contents(shape.fileSize, i, 'n'));
+            WriteFile(Tree() + FileName(i), Contents(shape.fileSize, i, 'n'));
             manifest += i % kNamesInAValue == 0 ? "\nk" + std::to_string(i) + "=" : ",";
             manifest += FileName(i);
         }
         WriteFile(directory_ / "package/FileList.ini", manifest);
     }
 
-    // Sets up the destination before the installation.
     void Prepare(Before before) const {
-        fs::remove_all(Destination());
-        fs::create_directory(Destination());
-        for (size_t i = 0; before != Before::kNothing && i < shape_.files; ++i) {
-            const char version = before == Before::kTheSame ? 'n' : 'o';
-            WriteFile(Destination() + FileName(i), Contents(shape_.fileSize, i, version));
-        }
-        // Keeps pending writes out of the measurement.
-        ::sync();
+        PrepareDestination(Destination(), shape_, before);
     }
 
     bool InstallByUs() const {
@@ -105,22 +52,11 @@ class Package {
     }
 
     bool InstallByRsync() const {
-        return std::system(("rsync -a --checksum --backup --suffix=.bak --fsync " +
-                            directory_ / "package/Common/" + " " + Destination())
-                               .c_str()) == 0;
+        return std::system(RsyncCommand(Tree(), Destination()).c_str()) == 0;
     }
 
-    // Whether the package is installed and the backups are as expected.
-    bool IsInstalled(Before before) const {
-        for (size_t i = 0; i < shape_.files; ++i) {
-            const std::string path = Destination() + FileName(i);
-            if (!fs::exists(path) || fs::file_size(path) != shape_.fileSize ||
-                fs::exists(path + ".bak") != (before == Before::kOthers)) {
-                return false;
-            }
-        }
-        const std::string last = FileName(shape_.files - 1);
-        return ReadFile(Destination() + last) == ReadFile(directory_ / ("package/Common/" + last));
+    bool IsAsExpected(Before before) const {
+        return IsInstalled(Tree(), Destination(), shape_, before);
     }
 
     int64_t Bytes() const {
@@ -128,6 +64,9 @@ class Package {
     }
 
    private:
+    std::string Tree() const {
+        return directory_ / "package/Common/";
+    }
     std::string Destination() const {
         return directory_ / "destination/";
     }
@@ -153,7 +92,7 @@ void Install(State& state, size_t shape, Before before, bool (Package::*install)
         state.ResumeTiming();
         const bool succeeded = (package.*install)();
         state.PauseTiming();
-        if (!succeeded || !package.IsInstalled(before)) {
+        if (!succeeded || !package.IsAsExpected(before)) {
             state.SkipWithError("not installed");
         }
         state.ResumeTiming();

@@ -1,7 +1,6 @@
 // The program's whole installation beside rsync, which copies the same tree, and beside the library
 // alone; and what the journal adds.
 #include <benchmark/benchmark.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -13,7 +12,7 @@
 #include <vector>
 
 #include "Journal.h"
-#include "PrivateMounts.h"
+#include "PackageShapes.h"
 #include "RealZips.h"
 #include "RedirectedStdio.h"
 #include "TemporaryDirectory.h"
@@ -24,36 +23,6 @@ namespace fs = std::filesystem;
 namespace {
 
 using benchmark::State;
-
-struct Shape {
-    const char* name;
-    size_t files;
-    size_t fileSize;
-};
-
-constexpr Shape kShapes[] = {{"2000-files-of-4-KiB", 2000, size_t{4} << 10},
-                             {"20-files-of-32-MiB", 20, size_t{32} << 20}};
-
-// What is at the destination before the installation.
-enum class Before { kNothing, kTheSame, kOthers };
-
-constexpr struct {
-    const char* name;
-    Before before;
-} kStates[] = {{"all-new", Before::kNothing},
-               {"all-unchanged", Before::kTheSame},
-               {"all-replaced", Before::kOthers}};
-
-std::string FileName(size_t i) {
-    return "f" + std::to_string(10000 + i);
-}
-
-// Contents that differ between files and versions.
-std::string Contents(size_t size, size_t file, char version) {
-    std::string contents(size, version);
-    contents.replace(0, 8, std::to_string(10'000'000 + file));
-    return contents;
-}
 
 // A machine with one package zip, created on first use and removed at the end.
 class Machine {
@@ -84,14 +53,7 @@ class Machine {
     void Prepare(Before before) const {
         fs::remove_all(Packages() + "P_Server");
         fs::remove_all(directory_ / ".znpolicy");
-        fs::remove_all(Destination());
-        fs::create_directory(Destination());
-        for (size_t i = 0; before != Before::kNothing && i < shape_.files; ++i) {
-            const char version = before == Before::kTheSame ? 'n' : 'o';
-            WriteFile(Destination() + FileName(i), Contents(shape_.fileSize, i, version));
-        }
-        // Keeps pending writes out of the measurement.
-        ::sync();
+        PrepareDestination(Destination(), shape_, before);
     }
 
     bool InstallByProgram() const {
@@ -108,9 +70,7 @@ class Machine {
     }
 
     bool InstallByRsync() const {
-        return std::system(("rsync -a --checksum --backup --suffix=.bak --fsync " + Tree() + " " +
-                            Destination())
-                               .c_str()) == 0;
+        return std::system(RsyncCommand(Tree(), Destination()).c_str()) == 0;
     }
 
     // What the program does with its journal in a run that succeeds.
@@ -128,17 +88,8 @@ class Machine {
         return true;
     }
 
-    // Whether the package is installed and the backups are as expected.
-    bool IsInstalled(Before before) const {
-        for (size_t i = 0; i < shape_.files; ++i) {
-            const std::string path = Destination() + FileName(i);
-            if (!fs::exists(path) || fs::file_size(path) != shape_.fileSize ||
-                fs::exists(path + ".bak") != (before == Before::kOthers)) {
-                return false;
-            }
-        }
-        const std::string last = FileName(shape_.files - 1);
-        return ReadFile(Destination() + last) == ReadFile(Tree() + last);
+    bool IsAsExpected(Before before) const {
+        return IsInstalled(Tree(), Destination(), shape_, before);
     }
 
    private:
@@ -156,16 +107,6 @@ class Machine {
     TemporaryDirectory directory_;
     ZnPackageInfo record_ = {};
 };
-
-// Lets the installer write its mark file, in a private mount namespace.
-void AllowMark() {
-    static const bool allowed = [] {
-        EnterPrivateMounts();
-        fs::create_directories("/usr/local/vornserver/bin/microservices");
-        return true;
-    }();
-    static_cast<void>(allowed);
-}
 
 const Machine& MachineOf(size_t shape) {
     static std::vector<std::unique_ptr<Machine>> machines(std::size(kShapes));
@@ -186,7 +127,7 @@ void Measure(State& state, size_t shape, Before before, Step step, bool installs
         state.ResumeTiming();
         const bool succeeded = (machine.*step)();
         state.PauseTiming();
-        if (!succeeded || (installs && !machine.IsInstalled(before))) {
+        if (!succeeded || (installs && !machine.IsAsExpected(before))) {
             state.SkipWithError("not installed");
         }
         state.ResumeTiming();
