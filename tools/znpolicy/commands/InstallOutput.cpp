@@ -154,7 +154,7 @@ void PrintResults(Json answer, const RunReport& report, const std::vector<Packag
     }
 }
 
-// The reason that names the package or one of its destinations, else the first one.
+// The first reason that names the package or one of its destinations, or that the run failed.
 std::string ReasonFor(const PlannedPackage& package, const std::vector<std::string>& reasons) {
     for (const std::string& reason : reasons) {
         const bool isOwn =

@@ -2,15 +2,14 @@
 #pragma once
 
 #include <functional>
-#include <optional>
 #include <string>
 
 #include "RunLock.h"
 
 struct InstallerResult {
     bool succeeded = false;
-    std::string
-        reason;  // the first failure that the library logged, or how the process died; else ""
+    // The first failure that the library logged, or how the process died; else "".
+    std::string reason;
 };
 
 // Runs `install`, which returns whether it succeeded, in a child process without a terminal: with

@@ -14,7 +14,7 @@ std::string StandardSearchPath() {
 std::string FindOnStandardSearchPath(const std::string& program) {
     std::istringstream directories(StandardSearchPath());
     for (std::string directory; std::getline(directories, directory, ':');) {
-        const std::string path = directory + "/" + program;
+        std::string path = directory + "/" + program;
         if (access(path.c_str(), X_OK) == 0) {
             return path;
         }
