@@ -354,6 +354,22 @@ TEST_F(InstallRun, RollbackRefusesFilesThatWereChangedSince) {
     EXPECT_EQ(ReadFile(kPlugins + "a.so"), "original");
 }
 
+TEST_F(InstallRun, RefusedRollbackSaysThatItRecovered) {
+    Output(ServerSide("install", DescribeZips({AddPackage()})));
+    const std::string other = AddZip(
+        "Q_Server.zip",
+        {{"FileList.ini", ManifestOf("p=" + kPlugins + "\n[p]\nf=c.so\n")}, {"Common/c.so", "c"}});
+    Output(ServerSide("install", DescribeZips({other})));
+    // As if the second run had been interrupted.
+    fs::rename(root_ + "/.znpolicy/history/2", root_ + "/.znpolicy/journal");
+    WriteFile(kPlugins + "a.so", "changed by hand");
+    const ProcessResult result = Run(Command("rollback"));
+    EXPECT_EQ(result.exitCode, kFailed);
+    EXPECT_THAT(result.err, HasSubstr("only the interrupted run was rolled back"));
+    EXPECT_FALSE(fs::exists(kPlugins + "c.so"));
+    EXPECT_EQ(ReadFile(kPlugins + "a.so"), "changed by hand");
+}
+
 TEST_F(InstallRun, RollbackLeavesWhatTheRunDidNotChange) {
     WriteFile(kPlugins + "a.so", "contents of a");  // as in the package
     Output(ServerSide("install", DescribeZips({AddPackage()})));

@@ -145,7 +145,9 @@ void RollBackRun(const std::string& root, std::optional<int> run, bool force, in
     Journal past = Journal::Open(directory.HistoryPath(number));
     const std::vector<std::string> changes = ChangesSince(past);
     if (!changes.empty() && !force) {
-        std::string message = "nothing was changed; use --force to roll back all the same";
+        std::string message =
+            restored.empty() ? "nothing was changed" : "only the interrupted run was rolled back";
+        message += "; use --force to roll back all the same";
         for (const std::string& change : changes) {
             message += "; " + change;
         }
