@@ -38,7 +38,9 @@ TEST_F(InstallPlanTest, SelectsZipsByDigest) {
     EXPECT_EQ(plan.packages[0].zip, test_.Root() + "/Package/P_Server.zip");
     EXPECT_THAT(plan.unmatched, ElementsAre(HasSubstr("Other_Server.zip")));
     EXPECT_THAT(plan.bundles, IsEmpty());
-    EXPECT_FALSE(plan.Fails());
+    EXPECT_EQ(plan.packages[0].reason, "");
+    EXPECT_EQ(plan.packages[0].files.at(0).action, FileAction::kInstall);
+    EXPECT_EQ(plan.packages[0].files.at(1).action, FileAction::kInstall);
 }
 
 TEST_F(InstallPlanTest, InstallsOnceForEachRecord) {
@@ -56,9 +58,11 @@ TEST_F(InstallPlanTest, KnowsTheDigestsAtTheEnd) {
     EXPECT_EQ(plan.packages[0].files.at(0).digestAtEnd, plan.packages[1].files.at(0).digest);
 }
 
-TEST_F(InstallPlanTest, FailsWhenAPackageFails) {
+TEST_F(InstallPlanTest, ContainsPackageThatFails) {
     test_.Make({{"FileList.ini", test_.Manifest()}});
-    EXPECT_TRUE(Plan({RecordOf(test_.Zip())}).Fails());
+    const InstallPlan plan = Plan({RecordOf(test_.Zip())});
+    ASSERT_EQ(plan.packages.size(), 1U);
+    EXPECT_EQ(plan.packages[0].files.at(0).action, FileAction::kFail);
 }
 
 TEST_F(InstallPlanTest, ReadsZipsThatABundleReplaces) {

@@ -150,11 +150,6 @@ class Planner {
 
 }  // namespace
 
-bool InstallPlan::Fails() const {
-    return std::any_of(packages.begin(), packages.end(),
-                       [](const PlannedPackage& package) { return package.Fails(); });
-}
-
 InstallPlan PlanInstallation(const std::string& rootDir, ZnSide side,
                              const std::vector<ZnPackageInfo>& records) {
     return Planner().Plan(rootDir, side, records);

@@ -13,8 +13,6 @@ struct InstallPlan {
     std::vector<std::string> unmatched;     // zips of the side that no record asks for
     std::vector<std::string> missing;       // names of this side's records that no zip matches
     std::vector<PlannedPackage> packages;
-
-    bool Fails() const;
 };
 
 // Plans what ZnVcUpdate::BuildVcInstallList would do with these arguments. Throws

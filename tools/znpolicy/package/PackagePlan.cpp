@@ -73,7 +73,6 @@ static void PlanFiles(const UnpackedPackage& unpacked, PlannedPackage& package,
             file.size = source ? source->size : 0;
             file.digest = source && source->size > 0 ? source->digest : "";
             file.digestAtStart = files.AtStart(file.destination);
-            file.digestBefore = files.At(file.destination).digest;
             if (!failed) {
                 PlanFile(source, path.destination, file, files);
                 failed = file.action == FileAction::kFail;
@@ -101,12 +100,6 @@ const char* ActionName(FileAction action) {
             return "not reached";
     }
     return "";
-}
-
-bool PlannedPackage::Fails() const {
-    return !reason.empty() || std::any_of(files.begin(), files.end(), [](const PlannedFile& file) {
-        return file.action == FileAction::kFail;
-    });
 }
 
 // Why no package for this platform is installed on this machine, or "".

@@ -30,7 +30,6 @@ struct PlannedFile {
     uint64_t size = 0;          // of the package's file
     std::string digest;         // SHA-256 of the package's file; "" when that is missing or empty
     std::string digestAtStart;  // SHA-256 of the file there before all packages; "" for none
-    std::string digestBefore;   // SHA-256 of the file that it finds there; "" when there is none
     std::string digestAtEnd;    // SHA-256 of the file there after all packages; "" when unknown
     bool dropsBackup = false;   // an older ".bak" would be deleted
 };
@@ -45,8 +44,6 @@ struct PlannedPackage {
     PlannedUnpacking unpacking;
     std::vector<PlannedFile> files;
     std::optional<std::string> mark;  // the update mark that it leaves, if it writes one
-
-    bool Fails() const;
 };
 
 // Plans the installation of the zip `zip`, whose contents are in the file `contents`, for one

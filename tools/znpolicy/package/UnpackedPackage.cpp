@@ -140,5 +140,5 @@ bool UnpackedPackage::IsUnpacked(const ZipEntry& entry, const std::string& path)
     if (entry.isLink) {
         return fs::read_symlink(path, missing) == archive_->LinkTarget(entry);
     }
-    return archive_->Look(entry).digest == ZnSha256::FileSha256Value(path);
+    return FactsOf(entry).digest == ZnSha256::FileSha256Value(path);
 }
