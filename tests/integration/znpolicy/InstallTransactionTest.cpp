@@ -33,6 +33,8 @@ const std::string kRoot = kProcess + "/microservices";
 const std::string kPlugins = kProcess + "/plugins/";
 const std::string kSettings = kProcess + "/settings/";
 
+const std::string kSameContents(30000, 's');
+
 // Every how many system calls is tried: ZN_TORTURE_EVERY; scripts/torture tries all.
 uint64_t Every() {
     const char* const value = std::getenv("ZN_TORTURE_EVERY");
@@ -88,9 +90,11 @@ std::map<std::string, std::string> Package(const std::string& version) {
                  ".so\n[s]\nf=same" + version + ".conf\n"},
             {"Common/new" + version + ".so", "new file of " + version},
             {"Common/replaced" + version + ".so", std::string(20000, 'n')},
-            {"Common/same" + version + ".conf", "same contents"}};
+            {"Common/same" + version + ".conf", kSameContents}};
 }
 
+// The parameter: whether the destinations are on another file system. The update description comes
+// from a policy then, which the library stores, and else from a file.
 class InstallTransaction : public testing::TestWithParam<bool> {
    protected:
     InstallTransaction() {
@@ -103,6 +107,7 @@ class InstallTransaction : public testing::TestWithParam<bool> {
                              "\",\"sha256Hash\":\"" + Sha256Of(files_ / name) + "\"}");
         }
         WriteFile(files_ / "update.json", "{\"packageInfo\":[" + description_ + "]}");
+        PublishDescription();
         fs::create_directories(kPlugins);
         if (GetParam() && mount("plugins", kPlugins.c_str(), "tmpfs", 0, "mode=755") != 0) {
             throw std::runtime_error("cannot mount a tmpfs");
@@ -115,6 +120,25 @@ class InstallTransaction : public testing::TestWithParam<bool> {
         }
         after_ = TreeNow(false);
         Reset();
+    }
+
+    // Publishes the update description for terminal 7.
+    void PublishDescription() const {
+        const std::string encoded = Output({ZNPOLICY, "update", "encode", files_ / "update.json"});
+        WriteFile(files_ / "policy.xml",
+                  "<Policy><PolicyName>p</PolicyName><VirtualChannelEnable>1</VirtualChannelEnable>"
+                  "<VirtualChannelPluginDetails>" +
+                      encoded + "</VirtualChannelPluginDetails></Policy>");
+        Output({ZNPOLICY, "--store", files_ / "store", "policy", "publish", "7",
+                files_ / "policy.xml"});
+    }
+
+    static std::string Output(const std::vector<std::string>& command) {
+        const ProcessResult result = RunProgram(command);
+        if (!result.Succeeded()) {
+            throw std::runtime_error(command.at(1) + " fails: " + result.err);
+        }
+        return result.out;
     }
 
     // Puts everything back to how it was before the first installation.
@@ -132,10 +156,13 @@ class InstallTransaction : public testing::TestWithParam<bool> {
             WriteFile(kRoot + "/Package/Server/" + name, ReadFile(files_ / name));
             WriteFile(kPlugins + "replaced" + version + ".so", "old contents");
             WriteFile(kPlugins + "replaced" + version + ".so.bak", "older contents");
-            WriteFile(kSettings + "same" + version + ".conf", "same contents");
+            WriteFile(kSettings + "same" + version + ".conf", kSameContents);
             WriteFile(kSettings + "same" + version + ".conf.bak", "an old backup");
             fs::permissions(kPlugins + "replaced" + version + ".so", fs::perms::owner_all);
         }
+        // One package has been unpacked before.
+        WriteFile(kRoot + "/Package/Server/P_2_Server/Common/new2.so", "older version");
+        WriteFile(kRoot + "/Package/Server/P_2_Server/notes.txt", "not from the package");
         SetTimes();
     }
 
@@ -153,14 +180,16 @@ class InstallTransaction : public testing::TestWithParam<bool> {
         return {ZNPOLICY,
                 "--process-dir",
                 kProcess,
+                "--store",
+                files_ / "store",
                 "package",
                 "install",
                 "--side",
                 "server",
                 "--root",
                 kRoot,
-                "--update",
-                files_ / "update.json"};
+                GetParam() ? "--terminal" : "--update",
+                GetParam() ? "7" : files_ / "update.json"};
     }
 
     static std::vector<std::string> Recover() {
@@ -234,6 +263,23 @@ class InstallTransaction : public testing::TestWithParam<bool> {
                        << traced.call << ")\n"
                        << recovered;
             }
+        }
+    }
+
+    // Kills an installation as late as possible with its journal in force: at the call `at`, or up
+    // to some calls before, which `at` then says.
+    void InterruptLate(uint64_t& at) const {
+        for (;;) {
+            Reset();
+            const TemporaryDirectory temporary;
+            ProcessOptions options;
+            options.environment["TMPDIR"] = temporary.Path();
+            RunTraced(Install(), options, {SyscallFault::Kind::kKillAll, at, 0});
+            if (fs::exists(kRoot + "/.znpolicy/journal/record")) {
+                return;
+            }
+            ASSERT_GT(at, 20U);
+            at -= 20;
         }
     }
 
@@ -338,26 +384,32 @@ TEST_P(InstallTransaction, FailedRollbackChangesNothing) {
 }
 
 TEST_P(InstallTransaction, KilledRecoveryIsCompletedByTheNext) {
-    // A run is killed as late as possible with its journal in force.
-    Reset();
     uint64_t at = RunTraced(Install(), {}, {}).calls;
-    const auto interrupt = [&] {
-        for (;;) {
-            Reset();
-            const TemporaryDirectory temporary;
-            ProcessOptions options;
-            options.environment["TMPDIR"] = temporary.Path();
-            RunTraced(Install(), options, {SyscallFault::Kind::kKillAll, at, 0});
-            if (fs::exists(kRoot + "/.znpolicy/journal/record")) {
-                return;
-            }
-            ASSERT_GT(at, 20U);
-            at -= 20;
-        }
-    };
     KillAtEveryCall(
-        Recover(), [&] { interrupt(); },
+        Recover(), [&] { InterruptLate(at); },
         [](const std::string& state) { EXPECT_EQ(state, "before"); });
+}
+
+TEST_P(InstallTransaction, FailedRecoveryIsCompletedByTheNext) {
+    uint64_t last = RunTraced(Install(), {}, {}).calls;
+    InterruptLate(last);
+    const uint64_t calls = RunTraced(Recover(), {}, {}).calls;
+    uint64_t failures = 0;
+    for (const int error : {EIO, ENOSPC}) {
+        for (const uint64_t at : Tried(calls)) {
+            InterruptLate(last);
+            const TracedResult traced =
+                RunTraced(Recover(), {}, {SyscallFault::Kind::kFail, at, error});
+            failures += traced.program.Succeeded() ? 0 : 1;
+            if (!traced.program.Succeeded()) {
+                Output(Recover());
+            }
+            ASSERT_EQ(State(), "before") << "error " << error << " at call " << at << " of "
+                                         << calls << " (system call " << traced.call << ")\n"
+                                         << traced.program;
+        }
+    }
+    EXPECT_GT(failures, 0U);
 }
 
 TEST_P(InstallTransaction, InstallationThatChangesNothingKeepsBackupsAndHistory) {
@@ -391,9 +443,9 @@ TEST_P(InstallTransaction, RollbackRefusesVersionsThatWereChangedThroughABackup)
 TEST_P(InstallTransaction, FullDiskAtAnySizeChangesNothingOrInstalls) {
     int successes = 0;
     int failures = 0;
-    for (int kibibytes = 4; successes < 3; kibibytes += 4) {
+    for (int kibibytes = 4; successes < 3; kibibytes += 4) {  // a page more each time
         ASSERT_LT(kibibytes, 4096);
-        const std::string options = "mode=755,size=" + std::to_string(kibibytes + 120) + "k";
+        const std::string options = "mode=755,size=" + std::to_string(kibibytes) + "k";
         ASSERT_EQ(mount("small", kProcess.c_str(), "tmpfs", 0, options.c_str()), 0);
         fs::create_directories(kPlugins);
         if (GetParam()) {

@@ -61,6 +61,7 @@ class Run {
             Install();
             Verify();
             RestoreBackups(journal);
+            RestoreDescription(journal);
             CountBackups(journal);
             Sync(journal);
             ThrowIfInterrupted();
@@ -240,6 +241,17 @@ class Run {
             } else {
                 journal.Restore(*journal.Find(backup));
             }
+        }
+    }
+
+    // The library rewrites the stored description even when it stays the same. The file as it was
+    // comes back then: a rewritten one would look changed to a rollback of an earlier run.
+    void RestoreDescription(const Journal& journal) const {
+        const Journal::Entry* stored = journal.Find(VEK_MICROSERVICES_VM_UPDATEPOLICY);
+        if (stored != nullptr && !stored->copy.empty() &&
+            ZnSha256::FileSha256Value(journal.Directory() + "/" + stored->copy) ==
+                ZnSha256::FileSha256Value(stored->path)) {
+            journal.Restore(*stored);
         }
     }
 

@@ -57,9 +57,8 @@ class Journal {
     void RestoreAs(const Entry& entry, const std::string& path) const;
 
     // Restores every path: directories that were there first, then children before the directories
-    // above them. Flushes the directories
-    // concerned to stable storage. Tries all paths before it throws std::runtime_error for those
-    // that failed.
+    // above them. Flushes the directories concerned to stable storage. Tries all paths before it
+    // throws std::runtime_error for those that failed.
     void RestoreAll() const;
 
     // Makes the present state of all paths survive a power loss. Throws std::runtime_error on
