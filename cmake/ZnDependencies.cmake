@@ -101,6 +101,7 @@ zn_require(OpenSSL::Crypto OpenSSL VERSION 3.0 COMPONENTS Crypto
     DEBIAN libssl-dev HOMEBREW openssl@3)
 zn_require(EXPAT::EXPAT EXPAT DEBIAN libexpat1-dev HOMEBREW expat)
 zn_require(cdb::cdb cdb HEADER cdb.h LIBRARY cdb DEBIAN libcdb-dev HOMEBREW tinycdb)
+zn_require(xxhash::xxhash xxhash HEADER xxhash.h DEBIAN libxxhash-dev HOMEBREW xxhash)
 zn_require(SimpleIni::SimpleIni SimpleIni HEADER SimpleIni.h DEBIAN libsimpleini-dev)
 
 if(ZN_TOOLS)

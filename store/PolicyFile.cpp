@@ -3,6 +3,7 @@
 #include <cdb.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <xxhash.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -17,14 +18,22 @@ namespace {
 constexpr unsigned kTableOfContentsSize = 2048;
 
 // The format record follows the table of contents: lengths of key and value, the key, the version
-// of the format, and the size of the whole file. The key begins with a NUL byte, which no item's
-// key does.
-constexpr std::string_view kFormatRecordStart("\x09\0\0\0\x08\0\0\0\0ZnPolicy\x01\0\0\0", 21);
+// of the format, the size of the whole file, and checksums. The key begins with a NUL byte, which
+// no item's key does.
+constexpr std::string_view kFormatRecordStart("\x09\0\0\0\x20\0\0\0\0ZnPolicy\x02\0\0\0", 21);
 constexpr std::string_view kFormatKey = kFormatRecordStart.substr(8, 9);
 constexpr std::string_view kFormatVersion = kFormatRecordStart.substr(17);
 
 constexpr unsigned kFileSizePosition = kTableOfContentsSize + kFormatRecordStart.size();
-constexpr unsigned kFirstItemPosition = kFileSizePosition + 4;
+constexpr unsigned kIndexChecksumPosition = kFileSizePosition + 4;       // of the hash tables
+constexpr unsigned kBodyChecksumPosition = kIndexChecksumPosition + 8;   // of items, hash tables
+constexpr unsigned kHeaderChecksumPosition = kBodyChecksumPosition + 8;  // of all that precedes it
+constexpr unsigned kFirstItemPosition = kHeaderChecksumPosition + 8;
+constexpr std::size_t kChecksumSize = 8;
+
+// Version 1 has no checksums.
+constexpr std::string_view kVersion1RecordStart("\x09\0\0\0\x08\0\0\0\0ZnPolicy\x01\0\0\0", 21);
+constexpr unsigned kVersion1FirstItemPosition = kFileSizePosition + 4;
 
 unsigned Length(std::string_view text) {
     return static_cast<unsigned>(text.size());
@@ -34,20 +43,85 @@ std::uint32_t Unpack(const char* number) {
     return cdb_unpack(reinterpret_cast<const unsigned char*>(number));
 }
 
+std::uint64_t UnpackChecksum(const char* checksum) {
+    return Unpack(checksum) | std::uint64_t{Unpack(checksum + 4)} << 32;
+}
+
+void Append(std::string& text, std::uint32_t number) {
+    unsigned char bytes[4];
+    cdb_pack(number, bytes);
+    text.append(std::begin(bytes), std::end(bytes));
+}
+
+void AppendChecksum(std::string& text, std::uint64_t checksum) {
+    Append(text, static_cast<std::uint32_t>(checksum));
+    Append(text, static_cast<std::uint32_t>(checksum >> 32));
+}
+
+std::uint64_t Checksum(std::string_view bytes) {
+    return XXH3_64bits(bytes.data(), bytes.size());
+}
+
+std::uint64_t ItemChecksum(std::string_view key, std::string_view value) {
+    return XXH3_64bits_withSeed(value.data(), value.size(), Checksum(key));
+}
+
 bool AddRecord(struct cdb_make& maker, std::string_view key, std::string_view value) {
     return cdb_make_add(&maker, key.data(), Length(key), value.data(), Length(value)) == 0;
 }
 
+// Leaves the checksums of the format record 0.
 bool AddRecords(struct cdb_make& maker, std::size_t fileSize,
                 const std::vector<PolicyStore::Item>& items) {
-    unsigned char packedSize[4];
-    cdb_pack(static_cast<unsigned>(fileSize), packedSize);
-    std::string format(kFormatVersion);
-    format.append(std::begin(packedSize), std::end(packedSize));
-    return AddRecord(maker, kFormatKey, format) &&
+    std::string value(kFormatVersion);
+    Append(value, static_cast<std::uint32_t>(fileSize));
+    value.append(3 * kChecksumSize, '\0');
+    return AddRecord(maker, kFormatKey, value) &&
            std::all_of(items.begin(), items.end(), [&](const PolicyStore::Item& item) {
-               return AddRecord(maker, item.key, item.value);
+               value = item.value;
+               AppendChecksum(value, ItemChecksum(item.key, item.value));
+               return AddRecord(maker, item.key, value);
            });
+}
+
+// Feeds the bytes of the file from `position` to `end` to `checksum`.
+bool AddToChecksum(XXH3_state_t& checksum, const FileDescriptor& file, std::size_t position,
+                   std::size_t end) {
+    char buffer[16384];
+    while (position < end) {
+        const std::size_t size = std::min(sizeof buffer, end - position);
+        if (file.ReadAt(buffer, size, static_cast<off_t>(position)) != static_cast<ssize_t>(size)) {
+            return false;
+        }
+        XXH3_64bits_update(&checksum, buffer, size);
+        position += size;
+    }
+    return true;
+}
+
+// Writes the checksums of the finished file into its format record.
+bool WriteChecksums(const FileDescriptor& file, std::size_t fileSize) {
+    std::string header(kHeaderChecksumPosition, '\0');
+    if (file.ReadAt(header.data(), header.size(), 0) != static_cast<ssize_t>(header.size())) {
+        return false;
+    }
+    const std::size_t index = Unpack(header.data());
+    XXH3_state_t body;
+    XXH3_64bits_reset(&body);
+    XXH3_state_t hashTables;
+    XXH3_64bits_reset(&hashTables);
+    if (!AddToChecksum(body, file, kFirstItemPosition, fileSize) ||
+        !AddToChecksum(hashTables, file, index, fileSize)) {
+        return false;
+    }
+    header.resize(kIndexChecksumPosition);
+    AppendChecksum(header, XXH3_64bits_digest(&hashTables));
+    AppendChecksum(header, XXH3_64bits_digest(&body));
+    AppendChecksum(header, Checksum(header));
+    const std::string_view checksums = std::string_view(header).substr(kIndexChecksumPosition);
+    const auto size = static_cast<long long>(checksums.size());
+    return lseek(file.Get(), kIndexChecksumPosition, SEEK_SET) >= 0 &&
+           file.Write(checksums.data(), size) == size;
 }
 
 }  // namespace
@@ -58,6 +132,74 @@ const char* PolicyStoreDirectory() {
 }
 
 std::optional<PolicyFile> PolicyFile::Open(const char* path, std::size_t smallFile) {
+    std::optional<PolicyFile> policy = Load(path, smallFile);
+    if (!policy) {
+        return std::nullopt;
+    }
+    const bool isWhole = policy->start_.size() == policy->size_;
+    if (!policy->HasFormat() || !policy->IsHeaderIntact() ||
+        !(isWhole ? policy->IsBodyIntact() : policy->IsIndexIntact())) {
+        errno = EINVAL;
+        return std::nullopt;
+    }
+    policy->isBodyVerified_ = isWhole;
+    return policy;
+}
+
+std::optional<PolicyStore::Verification> PolicyFile::Verify(const char* path) {
+    std::optional<PolicyFile> policy = Load(path, kMaxPolicyFileSize);
+    if (!policy) {
+        return std::nullopt;
+    }
+    PolicyStore::Verification result;
+    if (!policy->HasFormat()) {
+        result.damage = {"not a policy file, or truncated"};
+        return result;
+    }
+    result.hasChecksums = policy->hasChecksums_;
+    if (!policy->IsHeaderIntact()) {
+        result.damage = {"the header is damaged"};
+        return result;
+    }
+    result.damage = policy->DamagedItems();
+    if (!policy->IsIndexIntact()) {
+        result.damage.emplace_back("the index is damaged");
+    }
+    if (result.damage.empty() && !policy->IsBodyIntact()) {
+        result.damage.emplace_back("the items are damaged");
+    }
+    return result;
+}
+
+bool PolicyFile::Find(std::string_view key, std::string& value) const {
+    const auto range = FindValue(key);
+    auto text = range ? ReadText(*range) : std::nullopt;
+    if (!text || !TakeValue(key, *text)) {
+        return false;
+    }
+    value = std::move(*text);
+    return true;
+}
+
+std::optional<std::vector<PolicyStore::Item>> PolicyFile::Items() const {
+    const auto firstTable = ReadPair(0);
+    if (!firstTable) {
+        return std::nullopt;
+    }
+    std::vector<PolicyStore::Item> items;
+    for (std::uint64_t position = firstItem_; position < firstTable->first;) {
+        auto record = ReadRecord(position);
+        if (!record || !record->isIntact) {
+            return std::nullopt;
+        }
+        items.push_back(std::move(record->item));
+        position = record->end;
+    }
+    return items;
+}
+
+// Opens the file and reads its start, without verifying anything.
+std::optional<PolicyFile> PolicyFile::Load(const char* path, std::size_t smallFile) {
     FileDescriptor file = FileDescriptor::OpenRegularFile(path);
     struct stat status = {};
     if (!file.IsOpen() || fstat(file.Get(), &status) != 0) {
@@ -73,48 +215,10 @@ std::optional<PolicyFile> PolicyFile::Open(const char* path, std::size_t smallFi
     if (!policy.ReadStart(isSmall ? size : kFirstItemPosition)) {
         return std::nullopt;
     }
-    if (!policy.HasFormatRecord()) {
-        errno = EINVAL;
-        return std::nullopt;
-    }
     if (isSmall) {
         policy.file_.Close();
     }
     return policy;
-}
-
-bool PolicyFile::Find(std::string_view key, std::string& value) const {
-    const auto range = FindValue(key);
-    auto text = range ? ReadText(*range) : std::nullopt;
-    if (text) {
-        value = std::move(*text);
-    }
-    return text.has_value();
-}
-
-std::optional<std::vector<PolicyStore::Item>> PolicyFile::Items() const {
-    const auto firstTable = ReadPair(0);
-    if (!firstTable) {
-        return std::nullopt;
-    }
-    std::vector<PolicyStore::Item> items;
-    std::uint64_t position = kFirstItemPosition;
-    while (position < firstTable->first) {
-        const auto lengths = ReadPair(position);
-        if (!lengths) {
-            return std::nullopt;
-        }
-        const Range keyRange = {position + 8, lengths->first};
-        const Range valueRange = {keyRange.position + keyRange.size, lengths->second};
-        auto key = ReadText(keyRange);
-        auto value = ReadText(valueRange);
-        if (!key || !value) {
-            return std::nullopt;
-        }
-        items.push_back({std::move(*key), std::move(*value)});
-        position = valueRange.position + valueRange.size;
-    }
-    return items;
 }
 
 // Reads the first `size` bytes of the file. Sets errno on failure.
@@ -131,11 +235,66 @@ bool PolicyFile::ReadStart(std::size_t size) {
     return true;
 }
 
-bool PolicyFile::HasFormatRecord() const {
+// Recognises the format version. Compares the sizes of the file.
+bool PolicyFile::HasFormat() {
     const std::string_view start = start_;
-    return start.size() >= kFirstItemPosition &&
-           start.substr(kTableOfContentsSize, kFormatRecordStart.size()) == kFormatRecordStart &&
-           Unpack(&start[kFileSizePosition]) == size_;
+    if (start.size() < kVersion1FirstItemPosition || Unpack(&start[kFileSizePosition]) != size_) {
+        return false;
+    }
+    const std::string_view record = start.substr(kTableOfContentsSize, kFormatRecordStart.size());
+    hasChecksums_ = record == kFormatRecordStart && start.size() >= kFirstItemPosition;
+    firstItem_ = hasChecksums_ ? kFirstItemPosition : kVersion1FirstItemPosition;
+    return hasChecksums_ || record == kVersion1RecordStart;
+}
+
+// The header is the table of contents and the format record.
+bool PolicyFile::IsHeaderIntact() const {
+    if (hasChecksums_) {
+        return Checksum(std::string_view(start_).substr(0, kHeaderChecksumPosition)) ==
+               UnpackChecksum(&start_[kHeaderChecksumPosition]);
+    }
+    // The last hash table ends the file.
+    const char* const lastTable = &start_[kTableOfContentsSize - 8];
+    return Unpack(lastTable) + std::uint64_t{Unpack(lastTable + 4)} * 8 == size_;
+}
+
+// The index is the hash tables.
+bool PolicyFile::IsIndexIntact() const {
+    const std::size_t position = Unpack(start_.data());
+    const bool isWhole = start_.size() == size_;
+    if (!hasChecksums_ || position > size_ || (!isWhole && size_ - position > kVerifiedIndex)) {
+        return position <= size_;
+    }
+    const auto index = ReadText({position, static_cast<std::uint32_t>(size_ - position)});
+    return index && Checksum(*index) == UnpackChecksum(&start_[kIndexChecksumPosition]);
+}
+
+// Of a whole file: the body is the items and the index.
+bool PolicyFile::IsBodyIntact() const {
+    return !hasChecksums_ || Checksum(std::string_view(start_).substr(kFirstItemPosition)) ==
+                                 UnpackChecksum(&start_[kBodyChecksumPosition]);
+}
+
+// Returns a description of every item that is damaged or cannot be found.
+std::vector<std::string> PolicyFile::DamagedItems() const {
+    std::vector<std::string> damage;
+    const std::uint64_t end = Unpack(start_.data());
+    for (std::uint64_t position = firstItem_; position < end;) {
+        const auto record = ReadRecord(position);
+        std::string found;
+        if (!record) {
+            damage.push_back("the item at byte " + std::to_string(position) + " is damaged");
+            break;
+        }
+        if (!record->isIntact) {
+            damage.push_back("the item \"" + record->item.key + "\" at byte " +
+                             std::to_string(position) + " is damaged");
+        } else if (!Find(record->item.key, found) || found != record->item.value) {
+            damage.push_back("the item \"" + record->item.key + "\" cannot be found");
+        }
+        position = record->end;
+    }
+    return damage;
 }
 
 // The table of contents has the position and the number of slots of 256 hash tables. A slot has a
@@ -163,6 +322,37 @@ std::optional<PolicyFile::Range> PolicyFile::FindValue(std::string_view key) con
         slot = slot + 1 < slots ? slot + 1 : 0;
     }
     return std::nullopt;
+}
+
+// Takes the checksum off the value of a record. Returns false when it does not match.
+bool PolicyFile::TakeValue(std::string_view key, std::string& record) const {
+    if (!hasChecksums_) {
+        return true;
+    }
+    if (record.size() < kChecksumSize) {
+        return false;
+    }
+    const std::size_t size = record.size() - kChecksumSize;
+    const std::uint64_t checksum = UnpackChecksum(&record[size]);
+    record.resize(size);
+    return isBodyVerified_ || ItemChecksum(key, record) == checksum;
+}
+
+std::optional<PolicyFile::Record> PolicyFile::ReadRecord(std::uint64_t position) const {
+    const auto lengths = ReadPair(position);
+    if (!lengths) {
+        return std::nullopt;
+    }
+    const Range keyRange = {position + 8, lengths->first};
+    const Range valueRange = {keyRange.position + keyRange.size, lengths->second};
+    auto key = ReadText(keyRange);
+    auto value = ReadText(valueRange);
+    if (!key || !value) {
+        return std::nullopt;
+    }
+    const bool isIntact = TakeValue(*key, *value);
+    return Record{
+        {std::move(*key), std::move(*value)}, isIntact, valueRange.position + valueRange.size};
 }
 
 bool PolicyFile::Read(std::uint64_t position, char* buffer, std::size_t size) const {
@@ -214,5 +404,5 @@ bool WritePolicyFile(const FileDescriptor& file, const std::vector<PolicyStore::
     if (!added) {
         errno = reason;
     }
-    return added && finished;
+    return added && finished && WriteChecksums(file, fileSize);
 }

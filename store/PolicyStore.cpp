@@ -147,19 +147,24 @@ std::vector<PolicyStore::Item> PolicyStore::Read(int id) const {
     const std::string path = PolicyPath(id);
     const std::optional<PolicyFile> policy = PolicyFile::Open(path.c_str(), kMaxPolicyFileSize);
     if (!policy) {
-        if (errno == ENOENT) {
-            FailForMissingPolicy(id, directory_);
-        }
         if (errno == EINVAL) {
             FailForUnusablePolicy(path);
         }
-        Fail("cannot read", path);
+        FailToRead(id);
     }
     auto items = policy->Items();
     if (!items) {
         FailForUnusablePolicy(path);
     }
     return std::move(*items);
+}
+
+PolicyStore::Verification PolicyStore::Verify(int id) const {
+    auto verification = PolicyFile::Verify(PolicyPath(id).c_str());
+    if (!verification) {
+        FailToRead(id);
+    }
+    return std::move(*verification);
 }
 
 void PolicyStore::Remove(int id) const {
@@ -171,6 +176,13 @@ void PolicyStore::Remove(int id) const {
         Fail("cannot remove", path);
     }
     SyncDirectory(directory_);
+}
+
+void PolicyStore::FailToRead(int id) const {
+    if (errno == ENOENT) {
+        FailForMissingPolicy(id, directory_);
+    }
+    Fail("cannot read", PolicyPath(id));
 }
 
 std::string PolicyStore::PolicyPath(int id) const {

@@ -61,6 +61,16 @@ class ZN_API PolicyStore {
     // there is no such policy or its file is damaged or cannot be read.
     std::vector<Item> Read(int id) const;
 
+    // What Verify() finds.
+    struct Verification {
+        bool hasChecksums = false;        // false for files of format version 1
+        std::vector<std::string> damage;  // a phrase for each part that is damaged
+    };
+
+    // Checks the whole policy file of `id`; without checksums, only whether all its items can be
+    // found. Throws Error when there is no such policy or it cannot be read.
+    Verification Verify(int id) const;
+
     // Removes the policy of `id`. Accessors that have loaded it keep it. Throws Error when there is
     // no such policy or it cannot be removed.
     void Remove(int id) const;
@@ -70,6 +80,7 @@ class ZN_API PolicyStore {
     }
 
    private:
+    [[noreturn]] void FailToRead(int id) const;
     std::string PolicyPath(int id) const;
 
     std::string directory_;

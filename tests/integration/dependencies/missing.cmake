@@ -49,6 +49,8 @@ expect_failure("EXPAT not found: install libexpat1-dev (Debian) or expat (Homebr
 expect_failure("cdb not found: install libcdb-dev (Debian) or tinycdb (Homebrew)"
     -D CDB_INCLUDE_DIR=)
 expect_failure("cdb not found: install libcdb-dev (Debian) or tinycdb (Homebrew)" -D CDB_LIBRARY=)
+expect_failure("xxhash not found: install libxxhash-dev (Debian) or xxhash (Homebrew)"
+    -D XXHASH_INCLUDE_DIR=)
 expect_failure("SimpleIni not found: install libsimpleini-dev (Debian)" -D SIMPLEINI_INCLUDE_DIR=)
 expect_failure("libzip not found: install libzip-dev (Debian) or libzip (Homebrew)"
     -D LIBZIP_LIBRARY=)

@@ -333,8 +333,8 @@ TEST(PolicyDocumentTest, DocumentHasAtMost16MiB) {
 
 // Every item repeats the names of its groups in its key, so a file can be larger than its document.
 TEST(PolicyDocumentTest, CompiledPolicyHasAtMost64MiB) {
-    constexpr std::size_t kSizeOfItem = 8 + 255 + 2 * 8;
-    constexpr std::size_t kMostItems = ((64U << 20) - 2048 - 25 - 2 * 8) / kSizeOfItem;
+    constexpr std::size_t kSizeOfItem = 8 + 255 + 8 + 2 * 8;
+    constexpr std::size_t kMostItems = ((64U << 20) - 2048 - 49 - 2 * 8) / kSizeOfItem;
     const std::string group(247, 'g');
     const auto document = [&](std::size_t count) {
         std::string xml = "<Policy>\n<" + group + ">\n";

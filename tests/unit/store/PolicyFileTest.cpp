@@ -1,9 +1,11 @@
+#include <cdb.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <xxhash.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -18,23 +20,48 @@
 
 namespace {
 
+using testing::ElementsAre;
 using testing::ElementsAreArray;
+using testing::IsEmpty;
 using testing::Optional;
 using Item = PolicyStore::Item;
 using Items = std::vector<Item>;
 
 constexpr std::size_t kTableOfContentsSize = 2048;
-constexpr std::size_t kFirstItem = kTableOfContentsSize + 25;
+constexpr std::size_t kChecksums = kTableOfContentsSize + 25;
+constexpr std::size_t kFirstItem = kChecksums + 3 * 8;
 
-// The lengths of key and value come before every record.
-std::string Number(unsigned number) {
+// Little-endian.
+std::string Bytes(std::uint64_t number, int count) {
     std::string bytes;
-    for (int i = 0; i < 4; ++i) {
+    for (int i = 0; i < count; ++i) {
         bytes += static_cast<char>((number >> (8 * i)) & 0xFF);
     }
     return bytes;
 }
 
+std::string Number(unsigned number) {
+    return Bytes(number, 4);
+}
+
+unsigned NumberAt(const std::string& bytes, std::size_t position) {
+    unsigned number = 0;
+    for (std::size_t i = 4; i-- > 0;) {
+        number = number << 8 | static_cast<unsigned char>(bytes[position + i]);
+    }
+    return number;
+}
+
+std::string Checksum(const std::string& bytes) {
+    return Bytes(XXH3_64bits(bytes.data(), bytes.size()), 8);
+}
+
+std::string ItemChecksum(const std::string& key, const std::string& value) {
+    return Bytes(
+        XXH3_64bits_withSeed(value.data(), value.size(), XXH3_64bits(key.data(), key.size())), 8);
+}
+
+// The lengths of key and value come before every record.
 std::string Record(const std::string& key, const std::string& value) {
     return Number(static_cast<unsigned>(key.size())) + Number(static_cast<unsigned>(value.size())) +
            key + value;
@@ -47,6 +74,28 @@ Items ThreeItems(std::size_t longValue) {
 
 constexpr std::size_t kSmall = 10;
 constexpr std::size_t kLarge = 70000;
+
+// Writes a file of format version 1.
+void WriteVersion1(const std::string& path, const Items& items) {
+    const FileDescriptor file =
+        FileDescriptor::Open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0644);
+    struct cdb_make maker;
+    ASSERT_EQ(cdb_make_start(&maker, file.Get()), 0);
+    const auto add = [&](const std::string& key, const std::string& value) {
+        return cdb_make_add(&maker, key.data(), static_cast<unsigned>(key.size()), value.data(),
+                            static_cast<unsigned>(value.size())) == 0;
+    };
+    std::size_t size = kTableOfContentsSize + 25 + 16;
+    for (const Item& item : items) {
+        size += 8 + item.key.size() + item.value.size() + 16;
+    }
+    EXPECT_TRUE(add(std::string("\0ZnPolicy", 9), Number(1) + Number(static_cast<unsigned>(size))));
+    for (const Item& item : items) {
+        EXPECT_TRUE(add(item.key, item.value));
+    }
+    ASSERT_EQ(cdb_make_finish(&maker), 0);
+    ASSERT_EQ(std::filesystem::file_size(path), size);
+}
 
 class PolicyFileTest : public testing::Test {
    protected:
@@ -67,6 +116,12 @@ class PolicyFileTest : public testing::Test {
         errno = 0;
         EXPECT_FALSE(Open().has_value());
         return errno;
+    }
+
+    std::vector<std::string> Damage() const {
+        const auto verification = PolicyFile::Verify(path_.c_str());
+        EXPECT_TRUE(verification);
+        return verification ? verification->damage : std::vector<std::string>();
     }
 
     void Overwrite(std::size_t position, const std::string& bytes) const {
@@ -98,11 +153,55 @@ void ReadEverything(const PolicyFile& policy) {
 
 TEST_F(PolicyFileTest, FormatRecordAndItemsFollowTheTableOfContents) {
     const std::string contents = Write({{"Name", "value"}, {"Empty", ""}});
-    const std::string records = Record(std::string("\0ZnPolicy", 9),
-                                       Number(1) + Number(static_cast<unsigned>(contents.size()))) +
-                                Record("Name", "value") + Record("Empty", "");
-    EXPECT_EQ(contents.substr(kTableOfContentsSize, records.size()), records);
-    EXPECT_EQ(contents.size(), kTableOfContentsSize + records.size() + 3 * 16);
+    const std::string format = Number(9) + Number(32) + std::string("\0ZnPolicy", 9) + Number(2) +
+                               Number(static_cast<unsigned>(contents.size()));
+    const std::string items = Record("Name", "value" + ItemChecksum("Name", "value")) +
+                              Record("Empty", ItemChecksum("Empty", ""));
+    EXPECT_EQ(contents.substr(kTableOfContentsSize, format.size()), format);
+    EXPECT_EQ(contents.substr(kFirstItem, items.size()), items);
+    EXPECT_EQ(contents.size(), kFirstItem + items.size() + 3 * 16);
+}
+
+TEST_F(PolicyFileTest, ChecksumsFollowTheFileSize) {
+    for (const std::size_t length : {kSmall, kLarge}) {
+        const std::string contents = Write(ThreeItems(length));
+        EXPECT_EQ(contents.substr(kChecksums, 24),
+                  Checksum(contents.substr(NumberAt(contents, 0))) +
+                      Checksum(contents.substr(kFirstItem)) +
+                      Checksum(contents.substr(0, kChecksums + 16)));
+    }
+}
+
+TEST_F(PolicyFileTest, EqualItemsMakeEqualFiles) {
+    for (const std::size_t length : {kSmall, kLarge}) {
+        const std::string first = Write(ThreeItems(length));
+        EXPECT_TRUE(Write(ThreeItems(length)) == first);
+    }
+}
+
+TEST_F(PolicyFileTest, Version1IsRead) {
+    for (const std::size_t length : {kSmall, kLarge}) {
+        WriteVersion1(path_, ThreeItems(length));
+        const auto policy = Open();
+        ASSERT_TRUE(policy);
+        EXPECT_THAT(policy->Items(), Optional(ElementsAreArray(ThreeItems(length))));
+        EXPECT_EQ(ValueOf(*policy, "B"), "2");
+        EXPECT_EQ(ValueOf(*policy, "Missing"), "unchanged");
+    }
+    WriteVersion1(path_, {});
+    EXPECT_TRUE(Open());
+}
+
+TEST_F(PolicyFileTest, ZeroTableOfContentsIsRefused) {
+    const std::string zeros(kTableOfContentsSize, '\0');
+    for (const std::size_t length : {kSmall, kLarge}) {
+        Write(ThreeItems(length));
+        Overwrite(0, zeros);
+        EXPECT_EQ(ErrorOfOpen(), EINVAL);
+        WriteVersion1(path_, ThreeItems(length));
+        Overwrite(0, zeros);
+        EXPECT_EQ(ErrorOfOpen(), EINVAL) << "version 1";
+    }
 }
 
 TEST_F(PolicyFileTest, SizeIsKnownBeforehand) {
@@ -188,9 +287,13 @@ TEST_F(PolicyFileTest, ForeignFileIsRefused) {
 
 TEST_F(PolicyFileTest, OtherFormatVersionIsRefused) {
     constexpr std::size_t version = kTableOfContentsSize + 8 + 9;
-    ASSERT_EQ(Write(ThreeItems(kSmall)).substr(version, 4), Number(1));
-    Overwrite(version, Number(2));
-    EXPECT_EQ(ErrorOfOpen(), EINVAL);
+    for (const unsigned other : {0U, 1U, 3U, 0x102U}) {
+        std::string contents = Write(ThreeItems(kSmall));
+        contents.replace(version, 4, Number(other));
+        contents.replace(kChecksums + 16, 8, Checksum(contents.substr(0, kChecksums + 16)));
+        WriteFile(path_, contents);
+        EXPECT_EQ(ErrorOfOpen(), EINVAL) << other;
+    }
 }
 
 TEST_F(PolicyFileTest, OtherKindOfFileIsRefusedWithoutBlocking) {
@@ -237,9 +340,95 @@ TEST_F(PolicyFileTest, LargeForeignFileCostsNoMemory) {
     EXPECT_TRUE(result.Succeeded()) << result;
 }
 
-TEST_F(PolicyFileTest, EveryDamagedByteIsHarmless) {
+TEST_F(PolicyFileTest, SmallFileWithAnyByteChangedIsRefused) {
+    const std::string intact = Write(ThreeItems(kSmall));
+    for (std::size_t i = 0; i < intact.size(); ++i) {
+        for (const int change : {0x01, 0x02, 0x03, 0x10, 0x80, 0xFF}) {
+            Overwrite(i, std::string(1, static_cast<char>(intact[i] ^ change)));
+            ASSERT_EQ(ErrorOfOpen(), EINVAL) << i << " " << change;
+            ASSERT_FALSE(Damage().empty()) << i << " " << change;
+        }
+        Overwrite(i, intact.substr(i, 1));
+    }
+    EXPECT_TRUE(Open());
+}
+
+TEST_F(PolicyFileTest, FileOf64KiBWithAnyByteChangedIsRefused) {
+    const std::size_t empty = Write(ThreeItems(0)).size();
+    const std::string intact = Write(ThreeItems(65536 - empty));
+    ASSERT_EQ(intact.size(), 65536U);
+    for (std::size_t i = 0; i < intact.size(); ++i) {
+        Overwrite(i, std::string(1, static_cast<char>(intact[i] ^ 1)));
+        ASSERT_FALSE(Open()) << i;
+        Overwrite(i, intact.substr(i, 1));
+    }
+}
+
+// Neither is a wrong value ever read.
+TEST_F(PolicyFileTest, LargeFileWithDamagedHeaderOrIndexIsRefused) {
+    const Items items = ThreeItems(kLarge);
+    const std::string intact = Write(items);
+    const std::size_t longValue = intact.find(std::string(kLarge, 'v'));
+    const std::size_t index = NumberAt(intact, 0);
+    for (std::size_t i = 0; i < intact.size(); ++i) {
+        if (i == longValue + 10) {
+            i += kLarge - 20;
+        }
+        for (const int change : {0x01, 0x80, 0xFF}) {
+            Overwrite(i, std::string(1, static_cast<char>(intact[i] ^ change)));
+            const auto policy = Open();
+            ASSERT_EQ(policy.has_value(), i >= kFirstItem && i < index) << i;
+            if (policy) {
+                EXPECT_FALSE(policy->Items()) << i;
+                for (const Item& item : items) {
+                    const std::string value = ValueOf(*policy, item.key);
+                    EXPECT_TRUE(value == item.value || value == "unchanged") << i;
+                }
+            }
+        }
+        Overwrite(i, intact.substr(i, 1));
+    }
+    EXPECT_TRUE(ReadFile(path_) == intact);
+}
+
+TEST_F(PolicyFileTest, DamagedItemOfALargeFileIsMissing) {
+    const std::string intact = Write(ThreeItems(kLarge));
+    Overwrite(intact.find(std::string(kLarge, 'v')) + kLarge / 2, "w");
+    const auto policy = Open();
+    ASSERT_TRUE(policy);
+    EXPECT_EQ(ValueOf(*policy, "Long"), "unchanged");
+    EXPECT_EQ(ValueOf(*policy, "A"), "1");
+    EXPECT_EQ(ValueOf(*policy, "B"), "2");
+}
+
+// The index of this file is too large to be verified on opening.
+TEST_F(PolicyFileTest, DamagedLargeIndexHidesItemsAtMost) {
+    Items items;
+    for (std::size_t i = 0; i < PolicyFile::kVerifiedIndex / 16; ++i) {
+        items.push_back({"Item" + std::to_string(i), std::to_string(i)});
+    }
+    const std::string intact = Write(items);
+    const std::size_t index = NumberAt(intact, 0);
+    ASSERT_GT(intact.size() - index, PolicyFile::kVerifiedIndex);
+    std::string contents = intact;
+    for (std::size_t i = index; i < contents.size(); i += 7) {
+        contents[i] = static_cast<char>(contents[i] ^ 1);
+    }
+    WriteFile(path_, contents);
+    const auto policy = Open();
+    ASSERT_TRUE(policy);
+    for (const Item& item : items) {
+        const std::string value = ValueOf(*policy, item.key);
+        EXPECT_TRUE(value == item.value || value == "unchanged") << item.key;
+    }
+    EXPECT_FALSE(PolicyFile::Open(path_.c_str(), kMaxPolicyFileSize));
+    EXPECT_FALSE(Damage().empty());
+}
+
+TEST_F(PolicyFileTest, DamagedFileOfVersion1IsHarmless) {
     for (const std::size_t length : {kSmall, kLarge}) {
-        const std::string intact = Write(ThreeItems(length));
+        WriteVersion1(path_, ThreeItems(length));
+        const std::string intact = ReadFile(path_);
         const std::size_t longValue = length == kLarge ? intact.find(std::string(kLarge, 'v')) : 0;
         for (std::size_t i = 0; i < intact.size(); ++i) {
             if (i == longValue + 1 && longValue != 0) {
@@ -250,6 +439,7 @@ TEST_F(PolicyFileTest, EveryDamagedByteIsHarmless) {
                 if (const auto policy = Open()) {
                     ReadEverything(*policy);
                 }
+                Damage();
             }
             Overwrite(i, intact.substr(i, 1));
         }
@@ -259,10 +449,12 @@ TEST_F(PolicyFileTest, EveryDamagedByteIsHarmless) {
 
 TEST_F(PolicyFileTest, LengthThatReachesBeyondTheFileIsAMissingItem) {
     for (const std::size_t length : {kSmall, kLarge}) {
-        const std::size_t size = Write({{"Long", std::string(length, 'v')}, {"B", "2"}}).size();
-        for (const std::size_t wrong : {size - kFirstItem, size, size + 1, std::size_t{0x7FFFFFFF},
+        WriteVersion1(path_, {{"Long", std::string(length, 'v')}, {"B", "2"}});
+        const std::size_t size = std::filesystem::file_size(path_);
+        constexpr std::size_t firstItem = kTableOfContentsSize + 25;
+        for (const std::size_t wrong : {size - firstItem, size, size + 1, std::size_t{0x7FFFFFFF},
                                         std::size_t{0x80000000}, std::size_t{0xFFFFFFFF}}) {
-            Overwrite(kFirstItem + 4, Number(static_cast<unsigned>(wrong)));
+            Overwrite(firstItem + 4, Number(static_cast<unsigned>(wrong)));
             const auto policy = Open();
             ASSERT_TRUE(policy);
             EXPECT_EQ(ValueOf(*policy, "Long"), "unchanged") << wrong;
@@ -270,6 +462,47 @@ TEST_F(PolicyFileTest, LengthThatReachesBeyondTheFileIsAMissingItem) {
             EXPECT_FALSE(policy->Items()) << wrong;
         }
     }
+}
+
+TEST_F(PolicyFileTest, VerifyNamesWhatIsDamaged) {
+    const std::string intact = Write({{"A", "1"}, {"Second", "value"}});
+    EXPECT_THAT(Damage(), IsEmpty());
+    const struct {
+        std::size_t position;
+        std::string damage;
+    } cases[] = {
+        {0, "the header is damaged"},
+        {kChecksums, "the header is damaged"},
+        {kTableOfContentsSize, "not a policy file, or truncated"},
+        {kFirstItem + 9, "the item \"A\" at byte 2097 is damaged"},
+        {intact.find("value"), "the item \"Second\" at byte 2115 is damaged"},
+    };
+    for (const auto& [position, damage] : cases) {
+        Overwrite(position, std::string(1, static_cast<char>(intact[position] ^ 1)));
+        EXPECT_THAT(Damage(), ElementsAre(damage)) << position;
+        Overwrite(position, intact.substr(position, 1));
+    }
+    Overwrite(kFirstItem, Number(0x7FFFFFFF));
+    EXPECT_THAT(Damage(), ElementsAre("the item at byte 2097 is damaged"));
+    Overwrite(kFirstItem, intact.substr(kFirstItem, 4));
+    Overwrite(NumberAt(intact, 0), std::string(intact.size() - NumberAt(intact, 0), '\0'));
+    EXPECT_THAT(Damage(),
+                ElementsAre("the item \"A\" cannot be found", "the item \"Second\" cannot be found",
+                            "the index is damaged"));
+}
+
+TEST_F(PolicyFileTest, VerifyTellsVersion1FromFilesWithChecksums) {
+    Write(ThreeItems(kSmall));
+    EXPECT_TRUE(PolicyFile::Verify(path_.c_str())->hasChecksums);
+    WriteVersion1(path_, ThreeItems(kSmall));
+    EXPECT_FALSE(PolicyFile::Verify(path_.c_str())->hasChecksums);
+    EXPECT_THAT(Damage(), IsEmpty());
+}
+
+TEST_F(PolicyFileTest, VerifyFailsForAFileThatCannotBeRead) {
+    errno = 0;
+    EXPECT_FALSE(PolicyFile::Verify(path_.c_str()));
+    EXPECT_EQ(errno, ENOENT);
 }
 
 TEST_F(PolicyFileTest, SmallFileStaysReadableWhenItIsTruncated) {

@@ -137,6 +137,7 @@ TEST_F(PolicyStoreTest, RemovedPolicyIsGone) {
 TEST_F(PolicyStoreTest, PolicyThatDoesNotExistIsAnError) {
     const std::string message = "no policy for id 5 in " + store_.Directory();
     EXPECT_EQ(ErrorOf([this] { store_.Read(5); }), message);
+    EXPECT_EQ(ErrorOf([this] { store_.Verify(5); }), message);
     EXPECT_EQ(ErrorOf([this] { store_.Remove(5); }), message);
 }
 
@@ -159,11 +160,20 @@ TEST_F(PolicyStoreTest, UnusablePolicyIsAnError) {
     EXPECT_EQ(ErrorOf([this] { store_.Read(1); }), "cannot read " + FileOf(1) + ": Is a directory");
 }
 
-// The format record is intact, so only reading the items finds the damage.
-TEST_F(PolicyStoreTest, PolicyWithADamagedItemIsAnError) {
-    Publish(1, "<Policy><A>1</A></Policy>");
+TEST_F(PolicyStoreTest, VerifyReportsDamage) {
+    Publish(1, "<Policy><A>old</A></Policy>");
+    EXPECT_TRUE(store_.Verify(1).hasChecksums);
+    EXPECT_THAT(store_.Verify(1).damage, IsEmpty());
     std::string contents = ReadFile(FileOf(1));
-    contents.replace(2048 + 25, 4, "\xFF\xFF\xFF\xFF");
+    contents.replace(contents.find("old"), 3, "new");
+    WriteFile(FileOf(1), contents);
+    EXPECT_THAT(store_.Verify(1).damage, ElementsAre("the item \"A\" at byte 2097 is damaged"));
+}
+
+TEST_F(PolicyStoreTest, PolicyWithADamagedItemIsAnError) {
+    Publish(1, "<Policy><A>old</A></Policy>");
+    std::string contents = ReadFile(FileOf(1));
+    contents.replace(contents.find("old"), 3, "new");
     WriteFile(FileOf(1), contents);
     EXPECT_EQ(ErrorOf([this] { store_.Read(1); }),
               "not a policy file, or a damaged one: " + FileOf(1));
