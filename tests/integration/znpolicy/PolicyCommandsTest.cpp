@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -9,6 +10,7 @@
 
 #include "DirectionCharacters.h"
 #include "IsolatedCheck.h"
+#include "PolicyFile.h"
 #include "Program.h"
 
 namespace {
@@ -178,10 +180,10 @@ TEST_F(PolicyCommands, EscapesDirectionOverridesAndLineSeparators) {
 }
 
 TEST_F(PolicyCommands, EscapesInvalidText) {
-    Publish("5", "<Policy><A>XX</A></Policy>");
-    std::string damaged = ReadFile(store_ + "/5.cdb");
-    damaged.replace(damaged.find("XX"), 2, "\x1B\xFF");
-    WriteFile(store_ + "/5.cdb", damaged);
+    std::filesystem::create_directory(store_);
+    ASSERT_TRUE(WritePolicyFile(
+        FileDescriptor::Open((store_ + "/5.cdb").c_str(), O_RDWR | O_CREAT | O_EXCL, 0644),
+        {{"A", "\x1B\xFF"}}));
     EXPECT_EQ(Output({"policy", "show", "5"}),
               "ITEM  VALUE\n"
               "A     \\x1b\\xff\n");
