@@ -52,6 +52,11 @@ class PolicyFile {
     // Checks the whole file `path`. Returns nothing, with errno set, when it cannot be read.
     static std::optional<PolicyStore::Verification> Verify(const char* path);
 
+    // Whether the file is of the format version that WritePolicyFile() writes.
+    bool HasCurrentFormat() const {
+        return hasChecksums_;
+    }
+
     // Reads the value of `key`. Returns false, leaving `value` unchanged, when there is no such
     // item or the file is damaged or cannot be read.
     bool Find(std::string_view key, std::string& value) const;

@@ -9,6 +9,8 @@
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
+#include <list>
+#include <mutex>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -26,10 +28,14 @@ namespace {
 constexpr mode_t kDirectoryMode = 0755;
 constexpr mode_t kFileMode = 0644;
 
-// Throws the error "ACTION PATH: REASON", the reason from errno.
-[[noreturn]] void Fail(const std::string& action, const std::string& path) {
+// "ACTION PATH: REASON", the reason from errno.
+std::string FailureMessage(const std::string& action, const std::string& path) {
     const int reason = errno;
-    throw PolicyStore::Error(action + " " + path + ": " + std::generic_category().message(reason));
+    return action + " " + path + ": " + std::generic_category().message(reason);
+}
+
+[[noreturn]] void Fail(const std::string& action, const std::string& path) {
+    throw PolicyStore::Error(FailureMessage(action, path));
 }
 
 [[noreturn]] void FailForMissingPolicy(int id, const std::string& directory) {
@@ -75,6 +81,36 @@ void MakeDirectories(const std::string& path) {
     SyncDirectory(parent);
 }
 
+// A new policy in a temporary file.
+class NewPolicy {
+   public:
+    NewPolicy(int id, const std::string& directory, std::string path,
+              const std::vector<PolicyStore::Item>& items)
+        : id_(id), path_(std::move(path)), file_(path_, kFileMode) {
+        if (!file_.IsOpen()) {
+            Fail("cannot create a file in", directory);
+        }
+        if (!WritePolicyFile(file_.File(), items) || !file_.SetMode(kFileMode)) {
+            Fail("cannot write", path_);
+        }
+    }
+
+    int Id() const {
+        return id_;
+    }
+    const std::string& Path() const {
+        return path_;
+    }
+    AtomicFile& File() {
+        return file_;
+    }
+
+   private:
+    int id_;
+    std::string path_;
+    AtomicFile file_;
+};
+
 // Returns the id of the policy file called `name`, or nothing for any other file.
 std::optional<int> PolicyFileId(std::string_view name) {
     int id = 0;
@@ -104,19 +140,75 @@ std::vector<PolicyStore::Item> PolicyStore::ParseDocument(std::string_view xml,
 std::size_t PolicyStore::Publish(int id, std::string_view xml, const std::string& name) const {
     const std::vector<Item> items = ParsePolicyDocument(xml, name);
     MakeDirectories(directory_);
-    const std::string path = PolicyPath(id);
-    AtomicFile file(path, kFileMode);
-    if (!file.IsOpen()) {
-        Fail("cannot create a file in", directory_);
-    }
-    if (!WritePolicyFile(file.File(), items) || !file.SetMode(kFileMode)) {
-        Fail("cannot write", path);
-    }
-    if (!file.Commit(Cleanup::kAlways)) {
-        Fail("cannot replace", path);
+    NewPolicy policy(id, directory_, PolicyPath(id), items);
+    if (!policy.File().Commit(Cleanup::kAlways)) {
+        Fail("cannot replace", policy.Path());
     }
     SyncDirectory(directory_);
     return items.size();
+}
+
+bool PolicyStore::Holds(int id, const std::vector<Item>& items) const {
+    const auto policy = PolicyFile::Open(PolicyPath(id).c_str(), kMaxPolicyFileSize);
+    const auto held = policy && policy->HasCurrentFormat() ? policy->Items() : std::nullopt;
+    return held && std::equal(held->begin(), held->end(), items.begin(), items.end(),
+                              [](const Item& left, const Item& right) {
+                                  return left.key == right.key && left.value == right.value;
+                              });
+}
+
+struct PolicyStore::Batch::Impl {
+    const PolicyStore& store;
+    std::mutex mutex;  // guards `published`
+    std::list<NewPolicy> published;
+    std::vector<int> removed;
+};
+
+PolicyStore::Batch::Batch(const PolicyStore& store) : impl_(new Impl{store, {}, {}, {}}) {}
+
+PolicyStore::Batch::~Batch() = default;
+
+void PolicyStore::Batch::Publish(int id, const std::vector<Item>& items) {
+    const PolicyStore& store = impl_->store;
+    MakeDirectories(store.directory_);
+    std::list<NewPolicy> policy;
+    policy.emplace_back(id, store.directory_, store.PolicyPath(id), items);
+    const std::lock_guard<std::mutex> lock(impl_->mutex);
+    impl_->published.splice(impl_->published.end(), policy);
+}
+
+void PolicyStore::Batch::Remove(int id) {
+    impl_->removed.push_back(id);
+}
+
+std::vector<PolicyStore::Batch::Failure> PolicyStore::Batch::Commit() {
+    const PolicyStore& store = impl_->store;
+    if (impl_->published.empty() && impl_->removed.empty()) {
+        return {};
+    }
+    std::vector<int> files;
+    for (NewPolicy& policy : impl_->published) {
+        files.push_back(policy.File().File().Get());
+    }
+    if (!SyncAllToDisk(files)) {
+        Fail("cannot sync new files in", store.directory_);
+    }
+    std::vector<Failure> failures;
+    for (NewPolicy& policy : impl_->published) {
+        if (!policy.File().CommitSynced()) {
+            failures.push_back({policy.Id(), FailureMessage("cannot replace", policy.Path())});
+        }
+    }
+    for (const int id : impl_->removed) {
+        const std::string path = store.PolicyPath(id);
+        if (unlink(path.c_str()) != 0 && errno != ENOENT) {
+            failures.push_back({id, FailureMessage("cannot remove", path)});
+        }
+    }
+    impl_->published.clear();
+    impl_->removed.clear();
+    SyncDirectory(store.directory_);
+    return failures;
 }
 
 std::vector<int> PolicyStore::List() const {

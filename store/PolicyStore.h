@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -52,6 +53,41 @@ class ZN_API PolicyStore {
     // stored; the old policy then stays in place. The one exception is a failure of the last step,
     // syncing the directory: readers already see the new policy.
     std::size_t Publish(int id, std::string_view xml, const std::string& name) const;
+
+    // Whether the policy file of `id` is intact, of the present format version, and has exactly
+    // these items: publishing them would not change it.
+    bool Holds(int id, const std::vector<Item>& items) const;
+
+    // Changes that share the sync to stable storage.
+    class ZN_API Batch {
+       public:
+        struct Failure {
+            int id;
+            std::string reason;
+        };
+
+        // `store` must outlive this object.
+        explicit Batch(const PolicyStore& store);
+        ~Batch();  // drops what was not committed
+        Batch(const Batch&) = delete;
+        Batch& operator=(const Batch&) = delete;
+
+        // Adds a policy, written to a temporary file that stays open until the end of the batch.
+        // Thread-safe. Throws Error when it cannot be written.
+        void Publish(int id, const std::vector<Item>& items);
+
+        // Adds the removal of a policy. Not thread-safe.
+        void Remove(int id);
+
+        // Makes all changes visible to readers, one after the other, and clears the batch. On
+        // return they are on stable storage. Returns those that failed. Throws Error when syncing
+        // fails: no change was made then, except if it was the directory that could not be synced.
+        std::vector<Failure> Commit();
+
+       private:
+        struct Impl;
+        std::unique_ptr<Impl> impl_;
+    };
 
     // Returns the ids that have a policy file, ascending; none when the directory does not exist.
     // Throws Error when the directory cannot be read.

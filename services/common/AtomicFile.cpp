@@ -40,8 +40,12 @@ bool AtomicFile::SetMode(mode_t mode) const {
 }
 
 bool AtomicFile::Commit(Cleanup cleanup) {
+    return SyncToDisk(file_.Get()) && CommitSynced(cleanup);
+}
+
+bool AtomicFile::CommitSynced(Cleanup cleanup) {
     // The file stays open until it is renamed: closing it would give up the claim.
-    if (!SyncToDisk(file_.Get()) || rename(temporary_.c_str(), path_.c_str()) != 0) {
+    if (rename(temporary_.c_str(), path_.c_str()) != 0) {
         return false;
     }
     temporary_.clear();

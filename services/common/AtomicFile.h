@@ -37,6 +37,9 @@ class AtomicFile {
     // when to look for abandoned files.
     bool Commit(Cleanup cleanup = Cleanup::kNowAndThen);
 
+    // The same for a temporary file that the caller has flushed to stable storage.
+    bool CommitSynced(Cleanup cleanup = Cleanup::kNowAndThen);
+
    private:
     const std::string path_;
     std::string temporary_;  // empty when there is nothing to remove

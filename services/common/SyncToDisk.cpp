@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "FileDescriptor.h"
 
 bool SyncToDisk(int fd) {
@@ -14,6 +16,14 @@ bool SyncToDisk(int fd) {
     }
 #endif
     return RetryOnEintr([&] { return fsync(fd); }) == 0;
+}
+
+bool SyncAllToDisk(const std::vector<int>& fds) {
+#ifdef __linux__
+    return fds.empty() || RetryOnEintr([&] { return syncfs(fds.front()); }) == 0;
+#else
+    return std::all_of(fds.begin(), fds.end(), SyncToDisk);
+#endif
 }
 
 bool SyncDirectoryToDisk(const std::string& path) {

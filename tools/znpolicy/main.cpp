@@ -77,7 +77,7 @@ int main(int argc, char** argv) {
         RequireOutput();
         return status;
     } catch (const Interrupted& interrupted) {
-        std::cerr << "znpolicy: interrupted; nothing was changed\n";
+        std::cerr << "znpolicy: interrupted; " << interrupted.Outcome() << '\n';
         return 128 + interrupted.Signal();
     } catch (const std::exception& error) {
         std::cout.flush();

@@ -15,9 +15,10 @@ struct Context {
     std::function<void()> run;
 };
 
-// Adds the group "policy", to which the one below belongs.
+// Adds the group "policy", to which those below belong.
 void AddPolicyCommands(CLI::App& app, Context& context);
 void AddPolicyCheckCommands(CLI::App& policy, Context& context);
+void AddPolicySyncCommands(CLI::App& policy, Context& context);
 
 void AddSessionCommand(CLI::App& app, Context& context);
 void AddVcCommands(CLI::App& app, Context& context);

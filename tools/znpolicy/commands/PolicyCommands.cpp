@@ -117,6 +117,7 @@ void AddPolicyCommands(CLI::App& app, Context& context) {
     SetAction(*publish, context, [=] { Publish(*arguments); });
 
     AddPolicyCheckCommands(*policy, context);
+    AddPolicySyncCommands(*policy, context);
 
     CLI::App* list = policy->add_subcommand("list", "List the ids that have a policy");
     AddJsonOption(*list, context);

@@ -1,17 +1,19 @@
 #include "Interrupt.h"
 
+#include <atomic>
 #include <csignal>
 
 namespace {
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
-volatile std::sig_atomic_t g_pending = 0;
+// Several threads may read it.
+std::atomic<int> g_pending = 0;
+static_assert(std::atomic<int>::is_always_lock_free, "set by a signal handler");
 
 void Note(int signal) {
-    if (g_pending == 0) {
-        g_pending = signal;
-    }
+    int none = 0;
+    g_pending.compare_exchange_strong(none, signal);
 }
 
 // Installs a handler for all signals. Without SA_RESTART, a signal ends a blocking poll().

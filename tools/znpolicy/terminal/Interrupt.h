@@ -2,13 +2,20 @@
 #pragma once
 
 #include <exception>
+#include <string>
+#include <utility>
 
 // Thrown at safe points once a signal has asked the program to stop.
 class Interrupted : public std::exception {
    public:
-    explicit Interrupted(int signal) : signal_(signal) {}
+    explicit Interrupted(int signal, std::string outcome = "nothing was changed")
+        : signal_(signal), outcome_(std::move(outcome)) {}
     int Signal() const {
         return signal_;
+    }
+    // What the program did before, for the user.
+    const std::string& Outcome() const {
+        return outcome_;
     }
     const char* what() const noexcept override {
         return "interrupted";
@@ -16,6 +23,7 @@ class Interrupted : public std::exception {
 
    private:
     int signal_;
+    std::string outcome_;
 };
 
 // While an object lives, the signals do not end the process but are noted, and a reader that went

@@ -1,0 +1,261 @@
+#include "PolicySync.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <exception>
+#include <functional>
+#include <iterator>
+#include <mutex>
+#include <stdexcept>
+#include <string_view>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "Directory.h"
+#include "FileDescriptor.h"
+#include "Interrupt.h"
+#include "Progress.h"
+
+namespace {
+
+constexpr std::string_view kDocumentSuffix = ".xml";
+
+// The files of a directory that are called .xml.
+struct Documents {
+    std::vector<int> ids;               // of <id>.xml, ascending
+    std::vector<std::string> misnamed;  // "007.xml": probably meant to be one
+    std::vector<std::string> others;
+};
+
+void AddFile(Documents& documents, const std::string& name) {
+    if (name.size() <= kDocumentSuffix.size() ||
+        name.compare(name.size() - kDocumentSuffix.size(), std::string::npos, kDocumentSuffix) !=
+            0) {
+        return;
+    }
+    const std::string stem = name.substr(0, name.size() - kDocumentSuffix.size());
+    int id = 0;
+    std::from_chars(stem.data(), stem.data() + stem.size(), id);
+    if (stem == std::to_string(id)) {
+        documents.ids.push_back(id);
+    } else if (stem.find_first_not_of("0123456789+- ") == std::string::npos) {
+        documents.misnamed.push_back(name);
+    } else {
+        documents.others.push_back(name);
+    }
+}
+
+Documents FindDocuments(const std::string& path) {
+    const Directory directory =
+        ReadDirectory(FileDescriptor::Open(path.c_str(), O_RDONLY | O_DIRECTORY));
+    Documents documents;
+    errno = directory ? 0 : errno;
+    while (const dirent* entry = directory ? readdir(directory.get()) : nullptr) {
+        AddFile(documents, entry->d_name);
+    }
+    if (errno != 0) {
+        throw std::runtime_error(path + ": " + std::strerror(errno));
+    }
+    std::sort(documents.ids.begin(), documents.ids.end());
+    std::sort(documents.misnamed.begin(), documents.misnamed.end());
+    std::sort(documents.others.begin(), documents.others.end());
+    return documents;
+}
+
+// Calls `step` with 0 to `count` - 1, in several threads, until a signal is pending. Throws what
+// the first step that failed has thrown.
+void RunInParallel(unsigned jobs, std::size_t count, const std::function<void(std::size_t)>& step) {
+    std::atomic<std::size_t> next = 0;
+    std::mutex mutex;
+    std::exception_ptr failure;
+    const auto work = [&] {
+        try {
+            for (std::size_t i = next++; i < count && PendingInterrupt() == 0; i = next++) {
+                step(i);
+            }
+        } catch (...) {
+            next = count;
+            const std::lock_guard<std::mutex> lock(mutex);
+            failure = std::current_exception();
+        }
+    };
+    std::vector<std::thread> threads;
+    for (std::size_t i = 1; i < std::min<std::size_t>(jobs, count); ++i) {
+        threads.emplace_back(work);
+    }
+    work();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+}
+
+// How many documents share a sync to disk. Every changed one needs an open file.
+std::size_t BatchSize() {
+    constexpr rlim_t kMost = 512;
+    rlimit files = {};
+    return getrlimit(RLIMIT_NOFILE, &files) == 0
+               ? static_cast<std::size_t>(std::clamp<rlim_t>(files.rlim_cur / 2, 1, kMost))
+               : 1;
+}
+
+// One run of SyncPolicies().
+class Synchronisation {
+   public:
+    Synchronisation(const PolicyStore& store, const SyncOptions& options)
+        : store_(store), options_(options), documents_(FindDocuments(options.directory)) {}
+
+    SyncResult Run() {
+        const std::vector<int> obsolete = ObsoletePolicies();
+        for (const std::string& name : documents_.misnamed) {
+            result_.problems.push_back(options_.directory + "/" + name +
+                                       ": not published: the name is not a decimal 32-bit integer");
+        }
+        result_.ignored = documents_.others;
+        PublishAll();
+        RemoveAll(obsolete);
+        std::sort(result_.published.begin(), result_.published.end());
+        return std::move(result_);
+    }
+
+   private:
+    enum class Outcome { kChanged, kUnchanged, kRefused };
+
+    // The policies to remove.
+    std::vector<int> ObsoletePolicies() const {
+        const std::vector<int>& ids = documents_.ids;
+        std::vector<int> obsolete;
+        if (options_.removeOthers) {
+            const std::vector<int> published = store_.List();
+            std::set_difference(published.begin(), published.end(), ids.begin(), ids.end(),
+                                std::back_inserter(obsolete));
+        }
+        if (!obsolete.empty() && ids.empty()) {
+            throw std::runtime_error(options_.directory +
+                                     ": no documents <id>.xml; refusing to remove all " +
+                                     std::to_string(obsolete.size()) + " policies");
+        }
+        return obsolete;
+    }
+
+    void PublishAll() {
+        const std::vector<int>& ids = documents_.ids;
+        const std::size_t batchSize = BatchSize();
+        Progress progress("synchronising", ids.size());
+        for (std::size_t begin = 0; begin < ids.size(); begin += batchSize) {
+            const std::size_t count = std::min(batchSize, ids.size() - begin);
+            PolicyStore::Batch batch(store_);
+            RunInParallel(options_.jobs, count, [&](std::size_t i) {
+                Synchronise(ids[begin + i], batch);
+                progress.Step();
+            });
+            StopIfInterrupted(begin);
+            Commit(batch);
+        }
+        StopIfInterrupted(ids.size());
+    }
+
+    // Drops the present batch.
+    void StopIfInterrupted(std::size_t done) const {
+        if (const int signal = PendingInterrupt()) {
+            throw Interrupted(signal, "the first " + std::to_string(done) + " of " +
+                                          std::to_string(documents_.ids.size()) +
+                                          " documents were synchronised, nothing was removed");
+        }
+    }
+
+    void Synchronise(int id, PolicyStore::Batch& batch) {
+        std::string problem;
+        const Outcome outcome = Stage(id, batch, problem);
+        const std::lock_guard<std::mutex> lock(mutex_);
+        switch (outcome) {
+            case Outcome::kChanged:
+                result_.published.push_back(id);
+                break;
+            case Outcome::kUnchanged:
+                ++result_.unchanged;
+                break;
+            case Outcome::kRefused:
+                result_.problems.push_back(problem);
+                break;
+        }
+    }
+
+    // Adds the policy to the batch if it differs from the published one.
+    Outcome Stage(int id, PolicyStore::Batch& batch, std::string& problem) const {
+        const std::string name =
+            (options_.directory + "/" + std::to_string(id)).append(kDocumentSuffix);
+        std::vector<PolicyStore::Item> items;
+        try {
+            items = PolicyStore::ParseDocument(Read(name), name);
+        } catch (const std::runtime_error& error) {
+            problem = error.what();
+            return Outcome::kRefused;
+        }
+        if (store_.Holds(id, items)) {
+            return Outcome::kUnchanged;
+        }
+        if (!options_.dryRun) {
+            batch.Publish(id, items);
+        }
+        return Outcome::kChanged;
+    }
+
+    static std::string Read(const std::string& name) {
+        const FileDescriptor file = FileDescriptor::OpenRegularFile(name.c_str());
+        std::string document;
+        if (!file.IsOpen() || !file.ReadAll(document, PolicyStore::kMaxDocumentSize)) {
+            throw std::runtime_error(
+                name + ": " +
+                (errno == EFBIG ? "larger than the limit of 16 MiB" : std::strerror(errno)));
+        }
+        return document;
+    }
+
+    void RemoveAll(const std::vector<int>& obsolete) {
+        if (!documents_.misnamed.empty() && !obsolete.empty()) {
+            result_.problems.emplace_back("no policy removed because of misnamed documents");
+            return;
+        }
+        result_.removed = obsolete;
+        if (options_.dryRun || obsolete.empty()) {
+            return;
+        }
+        PolicyStore::Batch batch(store_);
+        for (const int id : obsolete) {
+            batch.Remove(id);
+        }
+        Commit(batch);
+    }
+
+    // Turns policies that could not be changed into problems.
+    void Commit(PolicyStore::Batch& batch) {
+        for (const PolicyStore::Batch::Failure& failure : batch.Commit()) {
+            for (std::vector<int>* ids : {&result_.published, &result_.removed}) {
+                ids->erase(std::remove(ids->begin(), ids->end(), failure.id), ids->end());
+            }
+            result_.problems.push_back(failure.reason);
+        }
+    }
+
+    const PolicyStore& store_;
+    const SyncOptions& options_;
+    const Documents documents_;
+    std::mutex mutex_;  // guards `result_`
+    SyncResult result_;
+};
+
+}  // namespace
+
+SyncResult SyncPolicies(const PolicyStore& store, const SyncOptions& options) {
+    return Synchronisation(store, options).Run();
+}
