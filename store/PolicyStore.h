@@ -115,9 +115,11 @@ class ZN_API PolicyStore {
         return directory_;
     }
 
+    // Returns the path of the policy file of `id`, which need not exist.
+    std::string PolicyPath(int id) const;
+
    private:
     [[noreturn]] void FailToRead(int id) const;
-    std::string PolicyPath(int id) const;
 
     std::string directory_;
 };

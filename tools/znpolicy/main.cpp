@@ -17,13 +17,10 @@
 
 namespace {
 
-// Exit statuses.
-constexpr int kDone = 0;
-constexpr int kFailed = 1;
-constexpr int kWrongUsage = 2;
+constexpr int kWrongUsage = 2;  // an exit status
 
 // Parses the command line, prepares the library's environment and runs the command.
-int RunCommandLine(int argc, char** argv) {
+int RunCommandLine(int argc, char** argv, Context& context) {
     CLI::App app("Publishes policies, shows what sessions make of them, handles plugin packages.",
                  "znpolicy");
     app.set_version_flag("--version", std::string("znpolicy ") + ZN_VERSION);
@@ -31,7 +28,6 @@ int RunCommandLine(int argc, char** argv) {
     app.fallthrough();  // accepts global options after the command as well
     GlobalOptions options;
     options.AddTo(app);
-    Context context;
     AddPolicyCommands(app, context);
     AddSessionCommand(app, context);
     AddVcCommands(app, context);
@@ -48,7 +44,7 @@ int RunCommandLine(int argc, char** argv) {
     }
     options.Apply();
     context.run();
-    return kDone;
+    return context.status;
 }
 
 // Keeps files that the program opens off the standard descriptors that the caller closed. Using one
@@ -65,6 +61,7 @@ void OpenStandardDescriptors() {
 
 int main(int argc, char** argv) {
     OpenStandardDescriptors();
+    Context context;
     try {
         // The services would silently use the product's own files instead of those that the user
         // names.
@@ -73,7 +70,7 @@ int main(int argc, char** argv) {
                 "refusing to run with raised privileges; remove the set-user-ID and set-group-ID "
                 "bits and file capabilities from the program");
         }
-        const int status = RunCommandLine(argc, argv);
+        const int status = RunCommandLine(argc, argv, context);
         RequireOutput();
         return status;
     } catch (const Interrupted& interrupted) {
@@ -82,6 +79,6 @@ int main(int argc, char** argv) {
     } catch (const std::exception& error) {
         std::cout.flush();
         std::cerr << "znpolicy: " << Escaped(error.what()) << '\n';
-        return kFailed;
+        return context.failureStatus;
     }
 }

@@ -6,7 +6,9 @@
 #include <stdexcept>
 #include <utility>
 
+#include "EscapeText.h"
 #include "Json.h"
+#include "PolicyStore.h"
 
 std::string NotEmpty(const std::string& value) {
     return value.empty() ? "must not be empty" : "";
@@ -20,6 +22,10 @@ std::string IsId(const std::string& value) {
 
 void AddIdArgument(CLI::App& command, int& id, const std::string& description) {
     command.add_option("ID", id, description)->required()->check(IsId);
+}
+
+void AddIdsArgument(CLI::App& command, std::vector<int>& ids, const std::string& description) {
+    command.add_option("ID", ids, description)->required()->check(IsId);
 }
 
 void AddRootOption(CLI::App& command, std::string& root) {
@@ -37,6 +43,19 @@ void AddWaitOption(CLI::App& command, int& seconds) {
 
 void AddJsonOption(CLI::App& command, Context& context) {
     command.add_flag("--json", context.json, "Print JSON");
+}
+
+void ForEachId(const std::vector<int>& ids, Context& context,
+               const std::function<void(int)>& action) {
+    for (const int id : ids) {
+        try {
+            action(id);
+        } catch (const PolicyStore::Error& error) {
+            std::cout.flush();
+            std::cerr << "znpolicy: " << Escaped(error.what()) << '\n';
+            context.status = 1;
+        }
+    }
 }
 
 void SetAction(CLI::App& command, Context& context, std::function<void()> action) {

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "Commands.h"
 
@@ -12,6 +13,9 @@ std::string IsId(const std::string& value);  // accepts canonical decimal 32-bit
 
 // Adds the required argument ID.
 void AddIdArgument(CLI::App& command, int& id, const std::string& description);
+
+// Adds the required argument ID, which may be given several times.
+void AddIdsArgument(CLI::App& command, std::vector<int>& ids, const std::string& description);
 
 // Adds the required option --root.
 void AddRootOption(CLI::App& command, std::string& root);
@@ -27,6 +31,11 @@ void RequireOutput();
 
 // Runs a command. When it throws and `json` is set, prints the message as JSON, too.
 void WithJsonErrors(bool json, const std::function<void()>& command);
+
+// Runs `action` for each id. A PolicyStore::Error of one is printed and makes the exit status 1;
+// the others follow.
+void ForEachId(const std::vector<int>& ids, Context& context,
+               const std::function<void(int)>& action);
 
 // Sets what `command` does when it is chosen.
 void SetAction(CLI::App& command, Context& context, std::function<void()> action);

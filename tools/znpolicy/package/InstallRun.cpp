@@ -20,6 +20,7 @@
 #include "SyncToDisk.h"
 #include "UpdateMark.h"
 #include "UpdateSource.h"
+#include "UtcTime.h"
 #include "ZnCrypto.h"
 #include "ZnVcUpdate.h"
 
@@ -28,15 +29,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr size_t kMaxMarkSize = size_t{64} << 20;
-
-std::string Now() {
-    const std::time_t now = std::time(nullptr);
-    std::tm parts = {};
-    gmtime_r(&now, &parts);
-    char text[32] = {};
-    (void)std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
-    return text;
-}
 
 // The installation of one plan into one root directory that is locked.
 class Run {
@@ -130,7 +122,7 @@ class Run {
                                  {"sha256", file->digestAtEnd}});
             }
         }
-        return {{"when", Now()},
+        return {{"when", UtcTime(std::time(nullptr))},
                 {"side", options_.side == SERVER_SIDE ? "server" : "client"},
                 {"packages", packages},
                 {"files", files}};

@@ -48,8 +48,10 @@ void Table::Print() const {
     }
     for (const auto& row : rows_) {
         std::string line;
+        size_t padding = 0;
         for (size_t i = 0; i < row.size(); ++i) {
-            line += row[i] + std::string(widths[i] - Width(row[i]) + 2, ' ');
+            line.append(padding, ' ').append(row[i]);
+            padding = widths[i] - Width(row[i]) + 2;
         }
         line.erase(line.find_last_not_of(' ') + 1);
         std::cout << line << '\n';

@@ -1,0 +1,114 @@
+// znpolicy policy show: the items of published policies.
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Arguments.h"
+#include "Json.h"
+#include "PolicyAccess.h"
+#include "Table.h"
+
+namespace {
+
+using Items = std::vector<PolicyStore::Item>;
+
+struct ShowArguments {
+    std::vector<int> ids;
+    std::optional<std::string> item;
+};
+
+// Reads the items to show of one policy: all, or the one that is asked for.
+Items ReadItems(const PolicyStore& store, int id, const std::optional<std::string>& name) {
+    Items items = store.Read(id);
+    if (!name) {
+        return items;
+    }
+    const auto found = std::find_if(items.begin(), items.end(), [&](const PolicyStore::Item& item) {
+        return item.key == *name;
+    });
+    if (found == items.end()) {
+        throw PolicyStore::Error("policy " + std::to_string(id) + " has no item \"" + *name + "\"");
+    }
+    return {std::move(*found)};
+}
+
+Json ToJson(Items items) {
+    Json::object_t document;
+    for (PolicyStore::Item& item : items) {
+        // Keys are unique: no need to search for them.
+        document.push_back({std::move(item.key), std::move(item.value)});
+    }
+    return document;
+}
+
+void ShowValue(const std::string& value, bool json) {
+    if (json) {
+        PrintJson(value);
+    } else {
+        std::cout << value << '\n';
+    }
+}
+
+void ShowOne(int id, const std::optional<std::string>& name, bool json) {
+    Items items = ReadItems(OpenPolicyStore(), id, name);
+    if (name) {
+        ShowValue(items.front().value, json);
+        return;
+    }
+    if (json) {
+        PrintJson(ToJson(std::move(items)));
+        return;
+    }
+    Table table({"ITEM", "VALUE"});
+    for (const PolicyStore::Item& item : items) {
+        table.AddRow({item.key, item.value});
+    }
+    table.Print();
+}
+
+void ShowSeveral(const ShowArguments& arguments, Context& context) {
+    const PolicyStore store = OpenPolicyStore();
+    Json answer = Json::array();
+    Table table({"ID", "ITEM", "VALUE"});
+    ForEachId(arguments.ids, context, [&](int id) {
+        Items items = ReadItems(store, id, arguments.item);
+        if (context.json) {
+            answer.push_back({{"id", id}, {"items", ToJson(std::move(items))}});
+            return;
+        }
+        for (const PolicyStore::Item& item : items) {
+            table.AddRow({std::to_string(id), item.key, item.value});
+        }
+    });
+    if (context.json) {
+        PrintJson(answer);
+    } else {
+        table.Print();
+    }
+}
+
+void Show(const ShowArguments& arguments, Context& context) {
+    if (arguments.ids.size() == 1) {
+        ShowOne(arguments.ids.front(), arguments.item, context.json);
+    } else {
+        ShowSeveral(arguments, context);
+    }
+}
+
+}  // namespace
+
+void AddPolicyShowCommand(CLI::App& policy, Context& context) {
+    const auto arguments = std::make_shared<ShowArguments>();
+    CLI::App* show = policy.add_subcommand("show", "Show the items of policies as published");
+    show->validate_positionals();  // an argument that is no id is the item
+    AddIdsArgument(*show, arguments->ids, "Terminals or sessions");
+    show->add_option("ITEM,--item", arguments->item,
+                     "Show only this item; of one policy, only its value, unescaped");
+    AddJsonOption(*show, context);
+    SetAction(*show, context, [=, &context] { Show(*arguments, context); });
+}

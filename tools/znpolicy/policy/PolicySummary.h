@@ -1,0 +1,19 @@
+// Published policies at a glance.
+#pragma once
+
+#include <cstddef>
+#include <ctime>
+#include <optional>
+#include <string>
+
+#include "PolicyStore.h"
+
+struct PolicySummary {
+    const char* state = "ok";               // or "damaged", or "unreadable" without permission
+    std::optional<std::time_t> published;   // when the file was written
+    std::optional<std::size_t> itemCount;   // if the state is "ok"
+    std::optional<std::string> policyName;  // the item PolicyName
+};
+
+// Returns nothing when there is no policy file of `id`.
+std::optional<PolicySummary> SummarizePolicy(const PolicyStore& store, int id);
