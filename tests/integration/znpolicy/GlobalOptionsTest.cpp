@@ -42,7 +42,7 @@ TEST_F(GlobalOptions, RaisedPrivilegesAreRefused) {
     const ProcessResult result = RunProgram({program, "--store", store_, "policy", "remove", "2"});
     EXPECT_EQ(result.exitCode, kFailed);
     EXPECT_THAT(result.err, HasSubstr("refusing to run with raised privileges"));
-    EXPECT_EQ(Output({"policy", "list"}), "2\n");
+    EXPECT_EQ(Output({"policy", "show", "2"}), "ITEM  VALUE\n");
 }
 
 TEST_F(GlobalOptions, ClosedStandardDescriptorsHarmNoFile) {
@@ -67,11 +67,11 @@ TEST_F(GlobalOptions, ClosedOutputIsReported) {
 TEST_F(GlobalOptions, StoreOptionOverridesEnvironment) {
     Publish("5", "<Policy/>");
     const ProcessResult fromEnvironment =
-        RunZnpolicy({"policy", "list"}, Variables({{"ZN_POLICY_STORE", store_}}));
-    EXPECT_EQ(fromEnvironment.out, "5\n");
+        RunZnpolicy({"policy", "show", "5"}, Variables({{"ZN_POLICY_STORE", store_}}));
+    EXPECT_EQ(fromEnvironment.out, "ITEM  VALUE\n");
     const ProcessResult fromOption =
-        Run({"policy", "list"}, Variables({{"ZN_POLICY_STORE", "/nowhere"}}));
-    EXPECT_EQ(fromOption.out, "5\n");
+        Run({"policy", "show", "5"}, Variables({{"ZN_POLICY_STORE", "/nowhere"}}));
+    EXPECT_EQ(fromOption.out, "ITEM  VALUE\n");
 }
 
 TEST_F(GlobalOptions, VersionAndHelpSucceed) {

@@ -1,4 +1,3 @@
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -8,24 +7,20 @@
 #include <string>
 #include <vector>
 
-#include "DirectionCharacters.h"
 #include "IsolatedCheck.h"
-#include "PolicyFile.h"
 #include "Program.h"
 
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 class PolicyCommands : public CommandTest {};
 
-TEST_F(PolicyCommands, PublishesListsAndShows) {
+TEST_F(PolicyCommands, PublishesAndShows) {
     WriteFile(directory_ / "policy.xml",
               "<Policy><Short>1</Short><MuchLongerName>two words</MuchLongerName></Policy>");
     EXPECT_EQ(Output({"policy", "publish", "--quiet", "1001", directory_ / "policy.xml"}),
               "policy 1001: 2 items published in " + store_ + "\n");
-    EXPECT_EQ(Output({"policy", "list"}), "1001\n");
     EXPECT_EQ(Output({"policy", "show", "1001"}),
               "ITEM            VALUE\n"
               "Short           1\n"
@@ -104,12 +99,6 @@ TEST_F(PolicyCommands, ReportsMissingStore) {
     EXPECT_FALSE(std::filesystem::exists(store_));
 }
 
-TEST_F(PolicyCommands, ListsNothingInEmptyStore) {
-    std::filesystem::create_directory(store_);
-    EXPECT_EQ(Output({"policy", "list"}), "");
-    EXPECT_EQ(Json::parse(Output({"policy", "list", "--json"})), Json::array());
-}
-
 TEST_F(PolicyCommands, AcceptsEveryIntegerAsId) {
     const std::vector<std::string> ids = {"-2147483648", "-5", "0", "5", "2147483647"};
     for (const std::string& id : ids) {
@@ -119,12 +108,9 @@ TEST_F(PolicyCommands, AcceptsEveryIntegerAsId) {
         EXPECT_EQ(Output({"policy", "show", id, "Id"}), id + "\n");
         EXPECT_EQ(Json::parse(Output({"session", id, "--json"}))["id"], std::stoi(id));
     }
-    EXPECT_EQ(Json::parse(Output({"policy", "list", "--json"})),
-              Json({-2147483647 - 1, -5, 0, 5, 2147483647}));
     for (const std::string& id : ids) {
-        Output({"policy", "remove", id});
+        EXPECT_EQ(Output({"policy", "remove", id}), "policy " + id + ": removed\n");
     }
-    EXPECT_EQ(Output({"policy", "list"}), "");
 }
 
 TEST_F(PolicyCommands, RemovesPolicy) {
@@ -135,70 +121,41 @@ TEST_F(PolicyCommands, RemovesPolicy) {
     EXPECT_EQ(Failure({"policy", "show", "5"}), "znpolicy: no policy for id 5 in " + store_ + "\n");
 }
 
-TEST_F(PolicyCommands, ReportsMissingItem) {
-    Publish("5", "<Policy><A>1</A></Policy>");
-    EXPECT_EQ(Failure({"policy", "show", "5", "B"}), "znpolicy: policy 5 has no item \"B\"\n");
-}
-
-TEST_F(PolicyCommands, ReportsDamagedPolicy) {
-    WriteFile(store_ + "/5.cdb", "damaged");
-    EXPECT_EQ(Failure({"policy", "show", "5"}),
-              "znpolicy: not a policy file, or a damaged one: " + store_ + "/5.cdb\n");
-}
-
-TEST_F(PolicyCommands, ShowsItemRawTableEscapedAndJsonExact) {
-    const std::string value = " two\nlines\t\xC3\xA4 \\ \"\xC2\x85 ";
-    Publish("5", "<Policy><Group><A>" + value + "</A></Group></Policy>");
-    EXPECT_EQ(Output({"policy", "show", "5", "Group/A"}), value + "\n");
-    EXPECT_EQ(Output({"policy", "show", "5"}),
-              "ITEM     VALUE\n"
-              "Group/A   two\\nlines\\t\xC3\xA4 \\ \"\\u0085\n");
-    EXPECT_EQ(Json::parse(Output({"policy", "show", "5", "--json"})), Json({{"Group/A", value}}));
-    EXPECT_EQ(Json::parse(Output({"policy", "show", "5", "Group/A", "--json"})), Json(value));
-}
-
-TEST_F(PolicyCommands, ShowsItemsInPublishedOrder) {
-    Publish("5", "<Policy><Z>1</Z><A>2</A><M>3</M></Policy>");
-    std::vector<std::string> keys;
-    const Json shown = Json::parse(Output({"policy", "show", "5", "--json"}));
-    for (const auto& item : shown.items()) {
-        keys.push_back(item.key());
-    }
-    EXPECT_THAT(keys, ElementsAre("Z", "A", "M"));
-}
-
 // Text that would rearrange the line it is shown in.
-TEST_F(PolicyCommands, EscapesDirectionOverridesAndLineSeparators) {
-    const std::string value = "a" + RightToLeftOverride() + "b" + LineSeparator() + "c";
-    Publish("5", "<Policy><A>" + value + "</A></Policy>");
-    EXPECT_EQ(Output({"policy", "show", "5"}),
-              "ITEM  VALUE\n"
-              "A     a\\u202eb\\u2028c\n");
-    const std::string json = Output({"policy", "show", "5", "--json"});
-    EXPECT_THAT(json, HasSubstr("\"a\\u202eb\\u2028c\""));
-    EXPECT_EQ(Json::parse(json), Json({{"A", value}}));
+TEST_F(PolicyCommands, RemovesSeveralPoliciesAndReportsMissingOnes) {
+    for (const std::string id : {"5", "-6", "7"}) {
+        Publish(id, "<Policy/>");
+    }
+    const ProcessResult result = Run({"policy", "remove", "5", "1", "-6", "5"});
+    EXPECT_EQ(result.exitCode, kFailed);
+    EXPECT_EQ(result.out, "policy 5: removed\npolicy -6: removed\n");
+    EXPECT_EQ(result.err, "znpolicy: no policy for id 1 in " + store_ +
+                              "\n"
+                              "znpolicy: no policy for id 5 in " +
+                              store_ + "\n");
+    EXPECT_EQ(Output({"policy", "show", "7"}), "ITEM  VALUE\n");
 }
 
-TEST_F(PolicyCommands, EscapesInvalidText) {
-    std::filesystem::create_directory(store_);
-    ASSERT_TRUE(WritePolicyFile(
-        FileDescriptor::Open((store_ + "/5.cdb").c_str(), O_RDWR | O_CREAT | O_EXCL, 0644),
-        {{"A", "\x1B\xFF"}}));
-    EXPECT_EQ(Output({"policy", "show", "5"}),
-              "ITEM  VALUE\n"
-              "A     \\x1b\\xff\n");
-    EXPECT_EQ(Json::parse(Output({"policy", "show", "5", "--json"})),
-              Json({{"A", "\x1B\xEF\xBF\xBD"}}));
+// Nothing is removed if an argument is a mistake.
+TEST_F(PolicyCommands, RemovesNothingAfterWrongUsage) {
+    Publish("5", "<Policy/>");
+    for (const std::vector<std::string>& arguments :
+         std::vector<std::vector<std::string>>{{"policy", "remove", "5", "x"},
+                                               {"policy", "remove", "5", "06"},
+                                               {"policy", "remove"}}) {
+        EXPECT_EQ(Run(arguments).exitCode, kWrongUsage) << testing::PrintToString(arguments);
+    }
+    EXPECT_EQ(Output({"policy", "remove", "5"}), "policy 5: removed\n");
+}
+
+TEST_F(PolicyCommands, RemovesDamagedPolicy) {
+    WriteFile(store_ + "/5.cdb", "damaged");
+    EXPECT_EQ(Output({"policy", "remove", "5"}), "policy 5: removed\n");
 }
 
 TEST_F(PolicyCommands, RejectsMalformedExample) {
     EXPECT_THAT(Failure({"policy", "publish", "1001", EXAMPLES "/policy-malformed.xml"}),
                 HasSubstr("policy-malformed.xml:6:"));
-}
-
-TEST_F(PolicyCommands, EmptyItemNameIsNoItem) {
-    Publish("5", "<Policy><PolicyName>p</PolicyName></Policy>");
-    EXPECT_EQ(Failure({"policy", "show", "5", ""}), "znpolicy: policy 5 has no item \"\"\n");
 }
 
 }  // namespace

@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <CLI/CLI.hpp>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "Arguments.h"
+#include "PolicyStore.h"
 
 TEST(Arguments, IsIdAcceptsCanonicalDecimalIntegers) {
     for (const std::string id : {"0", "7", "-7", "2147483647", "-2147483648"}) {
@@ -28,4 +31,37 @@ TEST(Arguments, ActionRunsOnlyAfterParsing) {
     EXPECT_EQ(calls, 0);
     context.run();
     EXPECT_EQ(calls, 1);
+}
+
+TEST(Arguments, IdsCanBeSeveral) {
+    CLI::App app;
+    std::vector<int> ids;
+    AddIdsArgument(app, ids, "");
+    app.parse("5 -6 7");
+    EXPECT_EQ(ids, (std::vector<int>{5, -6, 7}));
+    EXPECT_THROW(app.parse("5 x"), CLI::ParseError);
+    EXPECT_THROW(app.parse(""), CLI::ParseError);
+}
+
+TEST(Arguments, ForEachIdReportsStoreErrorsAndContinues) {
+    Context context;
+    std::vector<int> called;
+    testing::internal::CaptureStderr();
+    ForEachId({5, 6, 7}, context, [&](int id) {
+        called.push_back(id);
+        if (id == 6) {
+            throw PolicyStore::Error("no\n6");
+        }
+    });
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "znpolicy: no\\n6\n");
+    EXPECT_EQ(called, (std::vector<int>{5, 6, 7}));
+    EXPECT_EQ(context.status, 1);
+}
+
+TEST(Arguments, ForEachIdLeavesStatusOfSuccess) {
+    Context context;
+    ForEachId({5}, context, [](int) {});
+    EXPECT_EQ(context.status, 0);
+    EXPECT_THROW(ForEachId({5}, context, [](int) { throw std::runtime_error("other"); }),
+                 std::runtime_error);
 }

@@ -18,9 +18,26 @@ namespace {
 using Items = std::vector<PolicyStore::Item>;
 
 struct ShowArguments {
-    std::vector<int> ids;
+    std::vector<std::string> words;  // ids, and perhaps an item after them
     std::optional<std::string> item;
+    std::vector<int> ids;
 };
+
+// Takes ids and item from the words. Throws CLI::ValidationError when one is neither.
+void SplitWords(ShowArguments& arguments) {
+    std::vector<std::string>& words = arguments.words;
+    if (!arguments.item && words.size() > 1 && !IsId(words.back()).empty()) {
+        arguments.item = words.back();
+        words.pop_back();
+    }
+    for (const std::string& word : words) {
+        const std::string mistake = IsId(word);
+        if (!mistake.empty()) {
+            throw CLI::ValidationError("ID", mistake);
+        }
+        arguments.ids.push_back(std::stoi(word));
+    }
+}
 
 // Reads the items to show of one policy: all, or the one that is asked for.
 Items ReadItems(const PolicyStore& store, int id, const std::optional<std::string>& name) {
@@ -105,10 +122,16 @@ void Show(const ShowArguments& arguments, Context& context) {
 void AddPolicyShowCommand(CLI::App& policy, Context& context) {
     const auto arguments = std::make_shared<ShowArguments>();
     CLI::App* show = policy.add_subcommand("show", "Show the items of policies as published");
-    show->validate_positionals();  // an argument that is no id is the item
-    AddIdsArgument(*show, arguments->ids, "Terminals or sessions");
-    show->add_option("ITEM,--item", arguments->item,
-                     "Show only this item; of one policy, only its value, unescaped");
+    show->add_option("ID", arguments->words,
+                     "Terminals or sessions; a last argument that is not an integer is the ITEM")
+        ->type_name("INT")
+        ->required();
+    show->add_option("--item", arguments->item,
+                     "Show only this item; of one policy, only its value, unescaped")
+        ->type_name("ITEM");
     AddJsonOption(*show, context);
-    SetAction(*show, context, [=, &context] { Show(*arguments, context); });
+    show->callback([=, &context] {
+        SplitWords(*arguments);
+        context.run = [=, &context] { Show(*arguments, context); };
+    });
 }
