@@ -9,6 +9,7 @@
 
 #include <stddef.h>
 
+// Marks what the library exports.
 #define BOUNDED_API __attribute__((visibility("default")))
 
 #ifdef __cplusplus

@@ -54,7 +54,26 @@ function(zn_shared_library name)
         set_target_properties(${name} PROPERTIES
             LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_EXPORTS})
     endif()
-    install(TARGETS ${name} EXPORT ZnPolicyTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    set(component znpolicy-services1)
+    if(name MATCHES "^ZnPolicy")
+        set(component libznpolicy1)
+    endif()
+    install(TARGETS ${name} EXPORT ZnPolicyTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        COMPONENT ${component} NAMELINK_COMPONENT libznpolicy-dev)
+    zn_system_prefix_without_runpath(${CMAKE_INSTALL_LIBDIR} ${name} ${component})
+endfunction()
+
+# zn_system_prefix_without_runpath(DIRECTORY TARGET COMPONENT)
+# Installed below /usr or /usr/local, the file needs no RUNPATH: the loader searches there anyway.
+# The prefix is known when installing only.
+function(zn_system_prefix_without_runpath directory target component)
+    if(NOT APPLE)
+        install(CODE "
+            if(CMAKE_INSTALL_PREFIX MATCHES \"^/usr(/local)?/?$\")
+                file(RPATH_REMOVE FILE
+                    \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${directory}/$<TARGET_FILE_NAME:${target}>\")
+            endif()" COMPONENT ${component})
+    endif()
 endfunction()
 
 # zn_test(NAME SOURCES file... [LINK target...] [LABELS label...])

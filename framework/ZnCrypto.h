@@ -6,6 +6,7 @@
 
 #include "ZnExport.h"
 
+// Base64.
 class ZN_API ZnBase64 {
    public:
     // Decodes standard Base64 (RFC 4648, section 4) into `out`, which has room for `outSize` bytes.
@@ -17,6 +18,7 @@ class ZN_API ZnBase64 {
     static int Decode(const std::string& text, unsigned char* out, int outSize);
 };
 
+// SHA-256 digests.
 class ZN_API ZnSha256 {
    public:
     // Returns the SHA-256 digest of the file's contents as 64 lower-case hexadecimal digits.

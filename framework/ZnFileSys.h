@@ -8,6 +8,7 @@
 
 #include "ZnExport.h"
 
+// Directories.
 class ZN_API ZnDir {
    public:
     // Creates the one directory `path`; its parent must exist. `mode` holds the permission bits

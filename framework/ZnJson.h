@@ -19,10 +19,19 @@ class ZN_API Value {
     // The value parsed from `text`; empty when `text` is not a JSON text.
     explicit Value(const std::string& text);
 
+    // An independent copy of `other`.
     Value(const Value& other);
+
+    // Takes the value of `other`, which is empty afterwards.
     Value(Value&& other) noexcept;
+
+    // Replaces the value with an independent copy of `other`.
     Value& operator=(const Value& other);
+
+    // Replaces the value with that of `other`, which is empty afterwards.
     Value& operator=(Value&& other) noexcept;
+
+    // Releases the value, and with it everything that was reached from it by index.
     ~Value();
 
     // Parses `text` (RFC 8259, UTF-8) and replaces the value. Returns false when it is not valid;
@@ -35,12 +44,13 @@ class ZN_API Value {
     // value. `{}`, `[]` and `null` are values, not empty.
     bool IsEmpty() const;
 
-    // The member `key` of an object (the first one, if the name is repeated) or the element `index`
-    // of an array, from 0. Empty when there is none, or the value is of another kind. The reference
-    // stays valid until the value that it came from is changed or destroyed. It is for reading:
-    // whether that value shows what is assigned to it is unspecified. Iterating over an array takes
-    // time linear in its size.
+    // The member `key` of an object (the first one, if the name is repeated). Empty when there is
+    // none, or the value is of another kind. The reference stays valid until the value that it came
+    // from is changed or destroyed. It is for reading: whether that value shows what is assigned to
+    // it is unspecified. Iterating over an array takes time linear in its size.
     Value& operator[](const std::string& key);
+
+    // The element `index` of an array, from 0; the same holds for it.
     Value& operator[](unsigned int index);
 
     // The number of elements of an array; 0 for every other kind.

@@ -11,8 +11,8 @@
 // Times are local; a forked process keeps the UTC offset of its parent.
 //
 // A character that could end the line, start another one or change how it is displayed (control
-// characters, line separators, bytes that are not UTF-8) is escaped as \n, \r, \t, \xNN or \uNNNN.
-// A record is handed to the system before Log returns.
+// characters, line separators, bytes that are not UTF-8) is escaped as `\n`, `\r`, `\t`, `\xNN` or
+// `\uNNNN`. A record is handed to the system before Log returns.
 //
 // Two environment variables are read on the first call. In a process with raised privileges they
 // are ignored, with one note on standard error each.
@@ -42,6 +42,7 @@ enum LogLevel {
     LogLevelDebug = 4,    // detail for the developer of a component
 };
 
+// The logger of the process; it belongs to the library.
 class ZN_API ZnLogger {
    public:
     // Returns the process-wide logger: never null, valid until the process ends, the same on every

@@ -5,6 +5,7 @@
 
 #include "ZnExport.h"
 
+// The running process.
 class ZN_API ZnSysInfo {
    public:
     // Returns the directory of the running executable, with links resolved, as an absolute path

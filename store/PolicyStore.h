@@ -16,6 +16,7 @@
 // memory std::bad_alloc.
 class ZN_API PolicyStore {
    public:
+    // One item of a policy.
     struct Item {
         std::string key;    // names joined with "/", without that of the root element
         std::string value;  // UTF-8
@@ -111,6 +112,8 @@ class ZN_API PolicyStore {
     // no such policy or it cannot be removed.
     void Remove(int id) const;
 
+    // Returns the directory that the object was made for; the reference is valid as long as the
+    // object.
     const std::string& Directory() const {
         return directory_;
     }

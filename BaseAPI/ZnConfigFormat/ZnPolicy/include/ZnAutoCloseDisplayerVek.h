@@ -3,6 +3,7 @@
 
 #include "ZnExport.h"
 
+// Reads when the displayer closes by itself.
 class ZN_API ZnAutoCloseDisplayerVek {
    public:
     // Returns the number of seconds after which the displayer of `terminalId` closes automatically,

@@ -15,6 +15,8 @@ class ZN_API ZnBandwidthPolicy {
    public:
     // Makes an empty table: every query returns 0.
     ZnBandwidthPolicy();
+
+    // Releases the table.
     ~ZnBandwidthPolicy();
 
     ZnBandwidthPolicy(const ZnBandwidthPolicy&) = delete;

@@ -3,6 +3,7 @@
 
 #include "ZnExport.h"
 
+// Reads whether intelligent data transport is used.
 class ZN_API ZnIdtVek {
    public:
     // Returns the policy item "IntelligentDataTransportFlag" of `sessionId`, exactly as in the

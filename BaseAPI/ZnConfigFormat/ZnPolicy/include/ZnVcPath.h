@@ -6,6 +6,7 @@
 #include "VekVcItems.h"
 #include "ZnExport.h"
 
+// Reserved for paths of plugins.
 class ZN_API ZnVcPath {
    public:
     // A placeholder: ignores its arguments and returns "". Logs nothing. Thread-safe.

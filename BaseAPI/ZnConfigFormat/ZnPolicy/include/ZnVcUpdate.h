@@ -13,6 +13,7 @@
 #include "ZnPackageInfo.h"
 #include "ZnSide.h"
 
+// Decodes descriptions of packages, finds and unpacks their zips, and installs them.
 class ZN_API ZnVcUpdate {
    public:
     // --- Directories, paths, commands ---

@@ -11,6 +11,7 @@
 #include "VekVcItems.h"
 #include "ZnExport.h"
 
+// Reads the session policies of a terminal.
 class ZN_API ZnVcVek {
    public:
     // Reads the reconnection settings of `terminalId` into `reconnect`. Both values are 0 when the
