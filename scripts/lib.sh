@@ -35,3 +35,8 @@ test_preset() {
     ctest --preset "$preset" --parallel "$(cores)" "$@" ||
         fail "tests failed; run one again with: ctest --preset $preset -R NAME"
 }
+
+# The version of the project, such as 1.1.0.
+project_version() {
+    sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt
+}
