@@ -1,7 +1,17 @@
 #!/usr/bin/awk -f
-# Links of a document to files that are no page of the site, and to headings, are written as text.
+# Prepares a document for Doxygen: a link whose text continues on the next line is put on one line, and
+# links to files that are no page of the site, and to headings, become text.
+
+/^```/ { in_code = !in_code }
+
+!in_code && /^[^ ]/ && !/^```/ && (held $0) ~ /\[[^\]]*$/ {
+    held = held $0 " "
+    next
+}
+
 {
-    line = $0
+    line = held $0
+    held = ""
     out = ""
     while (match(line, /\[[^\]]+\]\([^)]+\)/)) {
         link = substr(line, RSTART, RLENGTH)
