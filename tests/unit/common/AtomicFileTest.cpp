@@ -103,6 +103,12 @@ TEST_F(AtomicFileTest, FailedCommitLeavesNothingBehind) {
     EXPECT_THAT(Names(), ElementsAre("file"));
 }
 
+TEST_F(AtomicFileTest, SyncedFileIsCommittedLikeAnyOther) {
+    AtomicFile file(path, 0600);
+    EXPECT_TRUE(file.CommitSynced());
+    EXPECT_THAT(Names(), ElementsAre("file"));
+}
+
 TEST_F(AtomicFileTest, TemporaryFileIsLockedWhileItIsInUse) {
     const AtomicFile file(path, 0600);
     const FileDescriptor other = FileDescriptor::OpenRegularFile((dir / Names().at(0)).c_str());

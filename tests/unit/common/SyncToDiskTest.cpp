@@ -15,6 +15,16 @@ TEST(SyncToDiskTest, SyncsFilesAndDirectories) {
     EXPECT_TRUE(SyncDirectoryToDisk(dir.Path()));
 }
 
+TEST(SyncToDiskTest, SyncsManyFilesTogether) {
+    const TemporaryDirectory dir;
+    const auto first = FileDescriptor::Open((dir / "first").c_str(), O_WRONLY | O_CREAT, 0600);
+    const auto second = FileDescriptor::Open((dir / "second").c_str(), O_WRONLY | O_CREAT, 0600);
+    EXPECT_TRUE(SyncAllToDisk({}));
+    EXPECT_TRUE(SyncAllToDisk({first.Get(), second.Get()}));
+    EXPECT_FALSE(SyncAllToDisk({-1}));
+    EXPECT_EQ(errno, EBADF);
+}
+
 TEST(SyncToDiskTest, ReportsErrors) {
     EXPECT_FALSE(SyncToDisk(-1));
     EXPECT_EQ(errno, EBADF);

@@ -19,6 +19,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::UnorderedElementsAre;
 using Item = PolicyStore::Item;
 using PolicyStoreTest = StoreTest;
 
@@ -177,6 +178,87 @@ TEST_F(PolicyStoreTest, PolicyWithADamagedItemIsAnError) {
     WriteFile(FileOf(1), contents);
     EXPECT_EQ(ErrorOf([this] { store_.Read(1); }),
               "not a policy file, or a damaged one: " + FileOf(1));
+}
+
+TEST_F(PolicyStoreTest, HoldsSaysWhetherPublishingWouldChangeAPolicy) {
+    EXPECT_FALSE(store_.Holds(1, {})) << "no policy";
+    Publish(1, "<Policy><A>1</A><B>2</B></Policy>");
+    EXPECT_TRUE(store_.Holds(1, {{"A", "1"}, {"B", "2"}}));
+    EXPECT_FALSE(store_.Holds(1, {{"A", "1"}}));
+    EXPECT_FALSE(store_.Holds(1, {{"A", "1"}, {"B", "3"}}));
+    EXPECT_FALSE(store_.Holds(1, {{"B", "2"}, {"A", "1"}}));
+    WriteFile(FileOf(1), ReadFile(FileOf(1)) + "x");
+    EXPECT_FALSE(store_.Holds(1, {{"A", "1"}, {"B", "2"}})) << "damaged";
+}
+
+TEST_F(PolicyStoreTest, BatchChangesAreVisibleOnlyAfterCommit) {
+    Publish(1, "<Policy><A>old</A></Policy>");
+    Publish(3, "<Policy/>");
+    PolicyStore::Batch batch(store_);
+    batch.Publish(1, {{"A", "new"}});
+    batch.Publish(2, {{"B", "new"}});
+    batch.Remove(3);
+    EXPECT_THAT(store_.List(), ElementsAre(1, 3));
+    EXPECT_THAT(store_.Read(1), ElementsAre(Item{"A", "old"}));
+    EXPECT_THAT(batch.Commit(), IsEmpty());
+    EXPECT_THAT(FilesInStore(), UnorderedElementsAre("1.cdb", "2.cdb"));
+    EXPECT_THAT(store_.Read(1), ElementsAre(Item{"A", "new"}));
+    EXPECT_THAT(store_.Read(2), ElementsAre(Item{"B", "new"}));
+    EXPECT_EQ(ModeOf(FileOf(2)), 0644U);
+    EXPECT_THAT(batch.Commit(), IsEmpty()) << "nothing is left to do";
+}
+
+TEST_F(PolicyStoreTest, BatchWritesTheFileThatPublishWrites) {
+    Publish(1, "<Policy><A>1</A></Policy>");
+    const std::string published = ReadFile(FileOf(1));
+    PolicyStore::Batch batch(store_);
+    batch.Publish(2, {{"A", "1"}});
+    batch.Commit();
+    EXPECT_TRUE(ReadFile(FileOf(2)) == published);
+}
+
+TEST_F(PolicyStoreTest, DroppedBatchLeavesNothing) {
+    Publish(1, "<Policy><A>old</A></Policy>");
+    {
+        PolicyStore::Batch batch(store_);
+        batch.Publish(1, {{"A", "new"}});
+        batch.Publish(2, {});
+        batch.Remove(1);
+    }
+    EXPECT_THAT(FilesInStore(), ElementsAre("1.cdb"));
+    EXPECT_THAT(store_.Read(1), ElementsAre(Item{"A", "old"}));
+}
+
+TEST_F(PolicyStoreTest, BatchReportsWhatCannotBeChangedAndChangesTheRest) {
+    std::filesystem::create_directories(FileOf(1));
+    std::filesystem::create_directories(FileOf(2));
+    PolicyStore::Batch batch(store_);
+    batch.Publish(1, {});
+    batch.Publish(3, {});
+    batch.Remove(2);
+    batch.Remove(4);  // is not there anyway
+    const auto failures = batch.Commit();
+    ASSERT_EQ(failures.size(), 2U);
+    EXPECT_EQ(failures[0].id, 1);
+    EXPECT_EQ(failures[0].reason, "cannot replace " + FileOf(1) + ": Is a directory");
+    EXPECT_EQ(failures[1].id, 2);
+    EXPECT_THAT(failures[1].reason, HasSubstr("cannot remove " + FileOf(2)));
+    EXPECT_THAT(FilesInStore(), UnorderedElementsAre("1.cdb", "2.cdb", "3.cdb"));
+}
+
+TEST_F(PolicyStoreTest, BatchRemovesAbandonedTemporaryFiles) {
+    WriteFile(store_.Directory() + "/.zn-0123456789abcdef", "");
+    PolicyStore::Batch batch(store_);
+    batch.Publish(1, {});
+    batch.Publish(2, {});
+    batch.Commit();
+    EXPECT_THAT(FilesInStore(), UnorderedElementsAre("1.cdb", "2.cdb"));
+}
+
+TEST_F(PolicyStoreTest, BatchThatCannotBeWrittenIsAnError) {
+    WriteFile(store_.Directory(), "");
+    PolicyStore::Batch batch(store_);
+    EXPECT_THAT(ErrorOf([&] { batch.Publish(1, {}); }), HasSubstr("Not a directory"));
 }
 
 TEST_F(PolicyStoreTest, DefaultDirectoryIsThatOfTheEnvironment) {
