@@ -220,7 +220,7 @@ TEST_F(PolicySyncTest, DamagedPolicyIsPublishedAgain) {
 }
 
 TEST_F(PolicySyncTest, ThreadsAndBatchesPublishEverything) {
-    constexpr int kCount = 1300;
+    constexpr int kCount = 600;
     for (int id = 0; id < kCount; ++id) {
         Document(std::to_string(id) + ".xml",
                  "<Policy><Id>" + std::to_string(id) + "</Id></Policy>");
