@@ -62,6 +62,27 @@ void ReadThroughZnXml(benchmark::State& state, const StoreForBench& store, int c
     }
 }
 
+// Reads the items from a policy that stays loaded.
+void ReadLoaded(benchmark::State& state, const StoreForBench& store) {
+    store.Select();
+    ZnXml xml;
+    if (!xml.LoadPolicyShareMemory(kId)) {
+        state.SkipWithError("cannot load the policy");
+        return;
+    }
+    for (auto _ : state) {
+        for (const std::string& key : g_keys) {
+            int value = 0;
+            if (!xml.GetXmlContent(key.c_str(), value)) {
+                state.SkipWithError("cannot read an item");
+                break;
+            }
+            benchmark::DoNotOptimize(value);
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * kItemsRead);
+}
+
 using Items = std::unordered_map<std::string, std::string>;
 
 // The text of the elements of an XML document.
@@ -204,6 +225,8 @@ int RegisterAll() {
         Register("store-of/1-id" + items, through(SmallPolicy));
         Register("store-of/100000-ids" + items, through(LargeStore));
     }
+    Register("item-of/1-MiB/loaded", [](State& state) { ReadLoaded(state, LargePolicy()); });
+    Register("item-of/15-MiB/loaded", [](State& state) { ReadLoaded(state, VeryLargePolicy()); });
     Register("parse/ours/1-MiB", [](State& state) { ParseDocument(state, Document(1 << 20)); });
     Register("parse/expat/1-MiB",
              [](State& state) { ParseWithBareExpat(state, Document(1 << 20)); });

@@ -261,12 +261,17 @@ bool PolicyFile::IsHeaderIntact() const {
 // The index is the hash tables.
 bool PolicyFile::IsIndexIntact() const {
     const std::size_t position = Unpack(start_.data());
-    const bool isWhole = start_.size() == size_;
-    if (!hasChecksums_ || position > size_ || (!isWhole && size_ - position > kVerifiedIndex)) {
+    if (!hasChecksums_ || position > size_) {
         return position <= size_;
     }
-    const auto index = ReadText({position, static_cast<std::uint32_t>(size_ - position)});
-    return index && Checksum(*index) == UnpackChecksum(&start_[kIndexChecksumPosition]);
+    XXH3_state_t checksum;
+    XXH3_64bits_reset(&checksum);
+    if (start_.size() == size_) {
+        XXH3_64bits_update(&checksum, &start_[position], size_ - position);
+    } else if (!AddToChecksum(checksum, file_, position, size_)) {
+        return false;
+    }
+    return XXH3_64bits_digest(&checksum) == UnpackChecksum(&start_[kIndexChecksumPosition]);
 }
 
 // Of a whole file: the body is the items and the index.

@@ -39,10 +39,6 @@ class PolicyFile {
     // The default limit of a small file, in bytes.
     static constexpr std::size_t kSmallFile = std::size_t{64} << 10;
 
-    // The largest index of a larger file, in bytes, that Open() verifies. It bounds the cost of
-    // opening; beyond it, a damaged index can only hide items.
-    static constexpr std::size_t kVerifiedIndex = kSmallFile;
-
     // Opens the file `path`; a size of at most `smallFile` bytes makes it a small one. Returns
     // nothing, with errno set, on failure: EFBIG when the file is larger than kMaxPolicyFileSize,
     // EINVAL when it is damaged, not a policy file or of an unknown format version, else the reason
