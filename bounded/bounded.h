@@ -42,7 +42,7 @@ BOUNDED_API extern const unsigned char g_allFF[32];
 BOUNDED_API int memset_s(void* dest, size_t destMax, int c, size_t count);
 
 // memset_s for mostly short fills: up to 32 bytes are stored inline, in words when `dest` is
-// aligned to 8 bytes and the value is 0 or 255. Same results as memset_s.
+// aligned to 8 bytes and `c` is 0 or 255. `destMax`, `count` and the results are those of memset_s.
 BOUNDED_API int memset_sOptAsm(void* dest, size_t destMax, int c, size_t count);
 
 // memset_sOptAsm without the upper limit of `destMax`: with a non-null `dest` and `count` at most
@@ -60,9 +60,9 @@ BOUNDED_API int memset_sOptTc(void* dest, size_t destMax, int c, size_t count);
 // After the last three, dest[0] is 0.
 BOUNDED_API int strcpy_s(char* dest, size_t destMax, const char* src);
 
-// Classifies the arguments of strcpy_s without copying: the same checks in the same order, except
-// for overlap, with the same reset of `dest`. Returns BOUNDED_OK and writes nothing when the string
-// fits.
+// Classifies the arguments `dest`, `destMax` and `src` of strcpy_s without copying: the same checks
+// in the same order, except for overlap, with the same reset of `dest`. Returns BOUNDED_OK and
+// writes nothing when the string fits.
 BOUNDED_API int strcpy_error(char* dest, size_t destMax, const char* src);
 
 #ifdef __cplusplus

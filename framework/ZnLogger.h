@@ -64,6 +64,7 @@ class ZN_API ZnLogger {
     void Log(const char* file, int line, const char* function, const char* tag1, const char* tag2,
              LogLevel level, const char* format, ...) __attribute__((format(printf, 8, 9)));
 
+    // There is one logger.
     ZnLogger(const ZnLogger&) = delete;
     ZnLogger& operator=(const ZnLogger&) = delete;
 

@@ -17,6 +17,7 @@ class ZN_API ZnXml {
     // Releases the loaded policy, which stays published.
     ~ZnXml();
 
+    // An accessor is not copied: make another one.
     ZnXml(const ZnXml&) = delete;
     ZnXml& operator=(const ZnXml&) = delete;
 

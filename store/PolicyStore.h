@@ -27,6 +27,8 @@ class ZN_API PolicyStore {
     class ZN_API Error : public std::runtime_error {
        public:
         using std::runtime_error::runtime_error;
+
+        // Releases the message.
         ~Error() override;
     };
 
@@ -48,11 +50,11 @@ class ZN_API PolicyStore {
     // the document in messages. Throws Error when the document is refused.
     static std::vector<Item> ParseDocument(std::string_view xml, const std::string& name);
 
-    // Publishes the document `xml` as the policy of `id` (any int), replacing the policy published
-    // before, and returns its number of items. Creates the directory when it is missing. On return
-    // the policy is on stable storage. Throws Error when the document is refused or cannot be
-    // stored; the old policy then stays in place. The one exception is a failure of the last step,
-    // syncing the directory: readers already see the new policy.
+    // Publishes the document `xml`, called `name` in messages, as the policy of `id` (any int),
+    // replacing the policy published before, and returns its number of items. Creates the directory
+    // when it is missing. On return the policy is on stable storage. Throws Error when the document
+    // is refused or cannot be stored; the old policy then stays in place. The one exception is a
+    // failure of the last step, syncing the directory: readers already see the new policy.
     std::size_t Publish(int id, std::string_view xml, const std::string& name) const;
 
     // Whether the policy file of `id` is intact, of the present format version, and has exactly

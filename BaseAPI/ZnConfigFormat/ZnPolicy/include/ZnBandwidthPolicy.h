@@ -19,6 +19,7 @@ class ZN_API ZnBandwidthPolicy {
     // Releases the table.
     ~ZnBandwidthPolicy();
 
+    // The table is not copied.
     ZnBandwidthPolicy(const ZnBandwidthPolicy&) = delete;
     ZnBandwidthPolicy& operator=(const ZnBandwidthPolicy&) = delete;
 
@@ -46,7 +47,7 @@ class ZN_API ZnBandwidthPolicy {
     // every other name is looked up unchanged. Logs nothing.
     int GetBandwidthBytesPerSec(const char* moduleName);
 
-    // Returns the same allowance in bytes per millisecond, truncated toward zero.
+    // Returns the same allowance of `moduleName` in bytes per millisecond, truncated toward zero.
     int GetBandwidthBytesPerMs(const char* moduleName);
 
    private:

@@ -9,6 +9,6 @@
 // Reserved for paths of plugins.
 class ZN_API ZnVcPath {
    public:
-    // A placeholder: ignores its arguments and returns "". Logs nothing. Thread-safe.
+    // A placeholder: ignores `dir` and `item` and returns "". Logs nothing. Thread-safe.
     static std::string ZnVcClientDllFilePath(std::string dir, VekVcItems item);
 };

@@ -59,9 +59,9 @@ class ZN_API ZnVcUpdate {
     static int ZnVmVekJsonUpdateInfo(int terminalId, std::string& vekJsonUpdateInfo);
 
     // Appends one record to `vekPackInfo` for each element of the array "packageInfo" of the update
-    // description. Members that are missing, not strings or too long leave their fields empty.
-    // -10000 when the description is empty, or when `vekPackInfo` is empty at the end. Logs nothing
-    // on success.
+    // description `vekJsonUpdateInfo`. Members that are missing, not strings or too long leave
+    // their fields empty. -10000 when the description is empty, or when `vekPackInfo` is empty at
+    // the end. Logs nothing on success.
     static int ZnConvertToVekPackInfo(std::string vekJsonUpdateInfo,
                                       std::vector<ZnPackageInfo>& vekPackInfo);
 
@@ -108,14 +108,14 @@ class ZN_API ZnVcUpdate {
 
     // Installs the package zip `zipfile`, already unpacked next to it, provided that
     // `vekTellPlatform` equals this machine's platform model. The model is read once per process,
-    // at the first call with an existing zip.
+    // at the first call with an existing zip. `side` is only logged.
     static int AppendInstallScript(ZnSide side, std::string zipfile, std::string vekTellPlatform);
 
     // Unpacks and installs, for one side, each package zip in the directory "Package" of `rootDir`
-    // whose SHA-256 is that of a record. Release bundles named in the download addresses of the
-    // records are unpacked first. Returns 0 even when installations failed, which is logged; -10000
-    // when the directory is missing, has no zip of this side, or a matching zip cannot be unpacked.
-    // The warnings of UnZipVcPackage apply.
+    // whose SHA-256 is that of a record in `packages`. Release bundles named in the download
+    // addresses of the records are unpacked first. Returns 0 even when installations failed, which
+    // is logged; -10000 when the directory is missing, has no zip of this side, or a matching zip
+    // cannot be unpacked. The warnings of UnZipVcPackage apply.
     static int BuildVcInstallList(std::string rootDir, ZnSide side,
                                   std::vector<ZnPackageInfo> packages);
 };

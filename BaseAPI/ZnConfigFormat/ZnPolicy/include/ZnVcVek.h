@@ -29,11 +29,11 @@ class ZN_API ZnVcVek {
     // the list is missing, or "VirtualChannelEnable" is missing or 0.
     static void ZnReadVekVcPolicy(int terminalId, std::string& vcInfo);
 
-    // Parses a plugin list: items separated by ",", each of at least seven fields of 1 to 31
-    // characters separated by "@", "{" or "}". `items` is replaced by one record for each item, in
-    // the order of the list. Returns 0, or -10000 with `items` empty when the list is shorter than
-    // 2 characters or an item is malformed. Logs a list that is too short at level 1, a malformed
-    // item at level 3, nothing on success.
+    // Parses the plugin list `vekVcStr`: items separated by ",", each of at least seven fields of 1
+    // to 31 characters separated by "@", "{" or "}". `items` is replaced by one record for each
+    // item, in the order of the list. Returns 0, or -10000 with `items` empty when the list is
+    // shorter than 2 characters or an item is malformed. Logs a list that is too short at level 1,
+    // a malformed item at level 3, nothing on success.
     //
     // Blanks are part of a field. Adjacent separators count as one and a trailing one is ignored; a
     // list that begins with "," is empty, and an item that begins with a separator is malformed.
