@@ -7,9 +7,10 @@ set -euo pipefail
 programs=$1 libraries=$(cd "$2" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-# Where the default libZnXml reads, and how policies get there.
-export ZN_POLICY_STORE=${ZN_POLICY_STORE-$work/store}
-export ZN_PUBLISH=${ZN_PUBLISH-$programs/znpolicy policy publish --quiet}
+if [ -z "${ZN_PUBLISH-}" ]; then
+    # Where the default libZnXml reads, and how policies get there.
+    export ZN_POLICY_STORE=$work/store ZN_PUBLISH="$programs/znpolicy policy publish --quiet"
+fi
 
 tested=0 broken=()
 for service in ZnLogger ZnXml ZnIni ZnFileSys ZnJson ZnCrypto ZnSysInfo; do
