@@ -13,7 +13,10 @@ Value::Value(const Value& /*other*/) {}
 
 Value::Value(Value&& other) noexcept = default;
 
-Value& Value::operator=(const Value& /*other*/) {
+Value& Value::operator=(const Value& other) {
+    if (this != &other) {
+        impl_.reset();
+    }
     return *this;
 }
 
