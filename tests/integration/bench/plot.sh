@@ -9,7 +9,7 @@ draw() {
         -v date=2026-01-31 -f "$1/scripts/plot-benchmarks.awk" "$2" >"$work/plot.svg"
 }
 
-# expect COUNT TEXT: the picture contains the text so often.
+# expect COUNT TEXT: checks that COUNT lines of the picture contain the text.
 expect() {
     local count
     count=$(grep -cF "$2" "$work/plot.svg" || true)
