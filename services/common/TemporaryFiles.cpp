@@ -60,7 +60,7 @@ long RemoveAbandonedFiles(const std::string& path) {
 std::string TemporaryNameBeside(const std::string& path) {
     unsigned char random[kRandomBytes] = {};
     // Without entropy the name is predictable; creating it exclusively is still safe.
-    (void)getentropy(random, sizeof random);
+    [[maybe_unused]] const int status = getentropy(random, sizeof random);
     std::string name = DirectoryPrefix(path).append(kPrefix);
     for (const unsigned char byte : random) {
         name += kDigits[byte >> 4];
