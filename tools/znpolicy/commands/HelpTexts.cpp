@@ -1,0 +1,122 @@
+#include "HelpTexts.h"
+
+#include <map>
+
+const std::vector<HelpEntry>& EnvironmentVariables() {
+    static const std::vector<HelpEntry> kVariables = {
+        {"ZN_POLICY_STORE", "Directory of the policy store, unless --store names one"},
+        {"ZN_PROCESS_DIRECTORY",
+         "Directory to use in place of the running program's, unless --process-dir names one"},
+        {"ZN_LOG_LEVEL", "Log records to show, unless --log-level says it; off by default"},
+        {"ZN_LOG_FILE", "File for log records, unless --log-file names one"},
+        {"NO_COLOR", "If set and not empty, colours are used only with --color always"},
+        {"COLUMNS", "Width of help texts, and of tables on a terminal"},
+        {"TMPDIR", "Directory for temporary files; /tmp by default"},
+    };
+    return kVariables;
+}
+
+const std::vector<HelpEntry>& ExitStatuses() {
+    static const std::vector<HelpEntry> kStatuses = {
+        {"0", "The command succeeded"},
+        {"1", "It failed, or a check found errors; standard error says why"},
+        {"2", "The command line is wrong; nothing was done"},
+        {"128+N", "Signal N stopped the command"},
+    };
+    return kStatuses;
+}
+
+const std::vector<HelpEntry>& ExamplesOf(const std::string& path) {
+    static const std::map<std::string, std::vector<HelpEntry>> kExamples = {
+        {"",
+         {{"znpolicy policy publish 1001 policy.xml", "Publish the policy of terminal 1001"},
+          {"znpolicy session 1001 --explain", "Show what the library makes of it, and why"}}},
+        {"policy",
+         {{"znpolicy policy check policy.xml", "Find mistakes before publishing"},
+          {"znpolicy policy publish 1001 policy.xml", "Publish the policy of terminal 1001"}}},
+        {"policy publish",
+         {{"znpolicy policy publish 1001 policy.xml", "Publish, and report mistakes"},
+          {"znpolicy policy publish --strict 1001 - <policy.xml",
+           "Publish a document from standard input only if it has no mistakes"}}},
+        {"policy items",
+         {{"znpolicy policy items", "List all items"},
+          {"znpolicy policy items AudioBandwidth", "Describe one item"}}},
+        {"policy check",
+         {{"znpolicy policy check policies/*.xml", "Check documents"},
+          {"znpolicy policy check --id 1001 --strict",
+           "Check a published policy; warnings give exit status 1"}}},
+        {"policy list",
+         {{"znpolicy policy list", "List the ids that have a policy"},
+          {"znpolicy --store /srv/policies policy list", "The same in another store"}}},
+        {"policy show",
+         {{"znpolicy policy show 1001", "Show all items of a policy"},
+          {"znpolicy policy show 1001 --json", "The same as JSON"}}},
+        {"policy remove", {{"znpolicy policy remove 1001", "Remove the policy of terminal 1001"}}},
+        {"policy diff",
+         {{"znpolicy policy diff 1001 policy.xml", "Show what publishing would change"}}},
+        {"policy export",
+         {{"znpolicy policy export 1001 --output policy.xml", "Save a policy as a document"}}},
+        {"policy sync", {{"znpolicy policy sync policies", "Publish a directory of documents"}}},
+        {"session",
+         {{"znpolicy session 1001", "Show the values of session 1001"},
+          {"znpolicy session 1001 --explain", "Show where they come from"}}},
+        {"vc", {{"znpolicy vc parse - <plugins.txt", "Parse a plugin list"}}},
+        {"vc parse",
+         {{"znpolicy vc parse 'Scanner@ScannerServer@1b@1@libScanner.so@2.0@Desk'",
+           "Parse a list with one plugin"},
+          {"znpolicy vc parse - <plugins.txt", "Parse a list from standard input"}}},
+        {"update",
+         {{"znpolicy update check update.json", "Find mistakes in an update description"},
+          {"znpolicy update show 1001", "List the records that terminal 1001 gets"}}},
+        {"update show",
+         {{"znpolicy update show 1001", "List the records that terminal 1001 gets"},
+          {"znpolicy update show 1001 --save",
+           "Also store the description below the process directory"}}},
+        {"update convert",
+         {{"znpolicy update convert update.json", "List the records"},
+          {"znpolicy update convert --json - <update.b64", "Turn Base64 into JSON records"}}},
+        {"update check", {{"znpolicy update check update.json", "Report mistakes"}}},
+        {"update encode",
+         {{"znpolicy update encode update.json", "Print the text for a policy document"}}},
+        {"package",
+         {{"znpolicy package plan --side server --root DIR --terminal 1001",
+           "Show what an installation would change"},
+          {"znpolicy package install --side server --root DIR --terminal 1001",
+           "Install the packages that the policy of terminal 1001 asks for"}}},
+        {"package scan",
+         {{"znpolicy package scan microservices/Package", "List zips with digest and size"}}},
+        {"package unzip",
+         {{"znpolicy package unzip P_1.0_Server.zip", "Unpack into P_1.0_Server"}}},
+        {"package path",
+         {{"znpolicy package path P_1.0_Client.zip", "Create a client package's directory"}}},
+        {"package check",
+         {{"znpolicy package check P_1.0_Server.zip", "Check a package"},
+          {"znpolicy package check P_1.0_Server.zip --platform Model-A",
+           "Also check that it is for this platform"}}},
+        {"package build",
+         {{"znpolicy package build P_1.0_Server >update.json",
+           "Create P_1.0_Server.zip and an update description"}}},
+        {"package install",
+         {{"znpolicy package install --side server --root DIR --terminal 1001",
+           "Install what the policy of terminal 1001 asks for"},
+          {"znpolicy package install --side client --root DIR --update update.json --dry-run",
+           "Show what would change"}}},
+        {"package plan",
+         {{"znpolicy package plan --side server --root DIR --update update.json",
+           "Show what install would change"}}},
+        {"package history", {{"znpolicy package history --root DIR", "Show past installations"}}},
+        {"package recover",
+         {{"znpolicy package recover --root DIR",
+           "Clean up after an installation that was killed"}}},
+        {"package rollback",
+         {{"znpolicy package rollback --root DIR", "Undo the last installation"},
+          {"znpolicy package rollback P_1.0_Server.zip", "Restore one package's .bak files"}}},
+        {"completion",
+         {{"znpolicy completion bash >/etc/bash_completion.d/znpolicy",
+           "Install the completion of bash"},
+          {"znpolicy completion fish | source", "Try the completion of fish"}}},
+    };
+    static const std::vector<HelpEntry> kNone;
+    const auto found = kExamples.find(path);
+    return found == kExamples.end() ? kNone : found->second;
+}
