@@ -6,8 +6,6 @@
 #include <stdexcept>
 #include <utility>
 
-#include "Json.h"
-
 std::string NotEmpty(const std::string& value) {
     return value.empty() ? "must not be empty" : "";
 }
@@ -47,16 +45,5 @@ void RequireOutput() {
     std::cout.flush();
     if (!std::cout) {
         throw std::runtime_error("cannot write to standard output");
-    }
-}
-
-void WithJsonErrors(bool json, const std::function<void()>& command) {
-    try {
-        command();
-    } catch (const std::exception& error) {
-        if (json) {
-            PrintJson({{"error", error.what()}});
-        }
-        throw;
     }
 }

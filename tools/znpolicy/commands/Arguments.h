@@ -25,8 +25,5 @@ void AddJsonOption(CLI::App& command, Context& context);
 // Throws std::runtime_error when something printed to standard output could not be written.
 void RequireOutput();
 
-// Runs a command. When it throws and `json` is set, prints the message as JSON, too.
-void WithJsonErrors(bool json, const std::function<void()>& command);
-
 // Sets what `command` does when it is chosen.
 void SetAction(CLI::App& command, Context& context, std::function<void()> action);
