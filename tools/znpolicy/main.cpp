@@ -9,37 +9,42 @@
 #include <string>
 
 #include "Arguments.h"
-#include "Commands.h"
+#include "CommandError.h"
+#include "CommandLine.h"
 #include "Environment.h"
-#include "EscapeText.h"
-#include "GlobalOptions.h"
 #include "Interrupt.h"
+#include "UsageError.h"
 
 namespace {
 
 constexpr int kWrongUsage = 2;  // an exit status
 
+void PrintUsageError(bool json, const UsageError& problem) {
+    std::string message = problem.message;
+    Json details = Json::object();
+    if (!problem.suggestion.empty()) {
+        message += "; did you mean \"" + problem.suggestion + "\"?";
+        details["suggestion"] = problem.suggestion;
+    }
+    PrintError(json, "usage", message, details);
+    if (!json) {
+        std::cerr << "Run \"" << problem.help << "\" for more information.\n";
+    }
+}
+
 // Parses the command line, prepares the library's environment and runs the command.
-int RunCommandLine(int argc, char** argv, Context& context) {
-    CLI::App app("Publishes policies, shows what sessions make of them, handles plugin packages.",
-                 "znpolicy");
-    app.set_version_flag("--version", std::string("znpolicy ") + ZN_VERSION);
-    app.require_subcommand(1);
-    app.fallthrough();  // accepts global options after the command as well
+int RunCommandLine(int argc, char** argv, bool json, Context& context) {
+    CLI::App app;
     GlobalOptions options;
-    options.AddTo(app);
-    AddPolicyCommands(app, context);
-    AddSessionCommand(app, context);
-    AddVcCommands(app, context);
-    AddUpdateCommands(app, context);
-    AddPackageCommands(app, context);
+    AddCommandLine(app, options, context);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) {
             return app.exit(error);  // prints the help or the version
         }
-        std::cerr << Escaped(error.what()) << "\nRun with --help for more information.\n";
+        options.ApplyColor();
+        PrintUsageError(json, DescribeUsageError(app, error));
         return kWrongUsage;
     }
     options.Apply();
@@ -62,6 +67,7 @@ void OpenStandardDescriptors() {
 int main(int argc, char** argv) {
     OpenStandardDescriptors();
     Context context;
+    const bool json = AsksForJson(argc, argv);
     try {
         // The services would silently use the product's own files instead of those that the user
         // names.
@@ -70,15 +76,19 @@ int main(int argc, char** argv) {
                 "refusing to run with raised privileges; remove the set-user-ID and set-group-ID "
                 "bits and file capabilities from the program");
         }
-        const int status = RunCommandLine(argc, argv, context);
+        const int status = RunCommandLine(argc, argv, json, context);
         RequireOutput();
         return status;
     } catch (const Interrupted& interrupted) {
-        std::cerr << "znpolicy: interrupted; " << interrupted.Outcome() << '\n';
+        PrintError(json, "interrupted", "interrupted; " + interrupted.Outcome());
         return 128 + interrupted.Signal();
+    } catch (const CommandError& error) {
+        std::cout.flush();
+        PrintError(json, "failed", error.what(), error.Details());
+        return context.failureStatus;
     } catch (const std::exception& error) {
         std::cout.flush();
-        std::cerr << "znpolicy: " << Escaped(error.what()) << '\n';
+        PrintError(json, "failed", error.what());
         return context.failureStatus;
     }
 }

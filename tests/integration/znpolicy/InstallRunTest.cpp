@@ -304,8 +304,11 @@ TEST_F(InstallRun, JsonContainsErrors) {
     EXPECT_EQ(Json::parse(impossible.out).at("result"), "failed");
     EXPECT_THAT(Json::parse(impossible.out).at("reasons").at(0).get<std::string>(),
                 HasSubstr("no such directory"));
+    EXPECT_THAT(Json::parse(impossible.err).at("error").at("reasons").at(0).get<std::string>(),
+                HasSubstr("no such directory"));
     const ProcessResult nothing = RunForJson(Command("rollback"));
-    EXPECT_THAT(Json::parse(nothing.out).at("error").get<std::string>(),
+    EXPECT_EQ(nothing.out, "");
+    EXPECT_THAT(Json::parse(nothing.err).at("error").at("message").get<std::string>(),
                 HasSubstr("there is no run to roll back"));
 }
 

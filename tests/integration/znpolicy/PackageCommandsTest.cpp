@@ -31,6 +31,16 @@ TEST_F(PackageCommands, ScanListsZipsWithDigestAndSize) {
     EXPECT_THAT(Output({"package", "scan", root_ + "/Package"}), HasSubstr("P_1.0_Server.zip"));
 }
 
+TEST_F(PackageCommands, ScanCreatesTreeOnlyIfAskedTo) {
+    fs::create_directory(directory_ / "zips");
+    fs::remove_all(root_);
+    const auto before = Snapshot(directory_.Path());
+    Output({"package", "scan", directory_ / "zips"});
+    EXPECT_EQ(Snapshot(directory_.Path()), before);
+    Output({"package", "scan", "--create-tree", directory_ / "zips"});
+    EXPECT_TRUE(fs::is_directory(root_ + "/Package/Server"));
+}
+
 TEST_F(PackageCommands, ScanReportsMissingDirectory) {
     EXPECT_THAT(Failure({"package", "scan", directory_ / "missing"}),
                 HasSubstr("missing: no such directory"));

@@ -87,15 +87,16 @@ constexpr const char* kBandwidthAndPlugins = R"(<Policy>
 
 TEST_F(SessionCommand, PrintsBandwidthAndPlugins) {
     Publish("5", kBandwidthAndPlugins);
-    EXPECT_THAT(Output({"session", "5"}), EndsWith("\n"
-                                                   "MODULE  BYTES/S  BYTES/MS  LIMIT\n"
-                                                   "Audio   62500    62        share\n"
-                                                   "Total   125000   125       total\n"
-                                                   "Video   37500    37        absolute\n"
-                                                   "\n"
-                                                   "TEXT1  TEXT2  HEX1  HEX2  TEXT3  TEXT4  TEXT5\n"
-                                                   "A      B      0x1f  0xff  C      D      E\n"
-                                                   "F      G      0x3   0x4   H      I      J\n"));
+    EXPECT_THAT(Output({"session", "5"}),
+                EndsWith("\n"
+                         "MODULE  BYTES/S  BYTES/MS  LIMIT\n"
+                         "Audio   62500    62        share\n"
+                         "Total   125000   125       total\n"
+                         "Video   37500    37        absolute\n"
+                         "\n"
+                         "FIELD 1  FIELD 2  FIELD 3  FIELD 4  FIELD 5  FIELD 6  FIELD 7\n"
+                         "A        B        0x1f     0xff     C        D        E\n"
+                         "F        G        0x3      0x4      H        I        J\n"));
 }
 
 TEST_F(SessionCommand, PrintsBandwidthAndPluginsAsJson) {

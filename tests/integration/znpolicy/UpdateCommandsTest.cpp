@@ -41,11 +41,25 @@ TEST_F(UpdateCommands, ConvertReportsMissingRecords) {
                 HasSubstr(directory_ / "missing: No such file or directory"));
 }
 
-TEST_F(UpdateCommands, ShowStoresDescription) {
+TEST_F(UpdateCommands, ShowChangesNothing) {
     PublishItems({{"PolicyName", "p"},
                   {"VirtualChannelEnable", "1"},
                   {"VirtualChannelPluginDetails", kDescription}});
+    fs::remove_all(process_ + "/microservices");
+    const auto before = Snapshot(directory_.Path());
+    const auto fixed = Snapshot("/usr/local");
     EXPECT_THAT(Output({"update", "show", "7"}), HasSubstr("P.zip"));
+    EXPECT_EQ(Snapshot(directory_.Path()), before);
+    EXPECT_EQ(Snapshot("/usr/local"), fixed);
+}
+
+TEST_F(UpdateCommands, ShowStoresDescriptionIfAskedTo) {
+    PublishItems({{"PolicyName", "p"},
+                  {"VirtualChannelEnable", "1"},
+                  {"VirtualChannelPluginDetails", kDescription}});
+    fs::remove_all(process_ + "/microservices");
+    EXPECT_THAT(Output({"update", "show", "7", "--save"}), HasSubstr("P.zip"));
+    EXPECT_TRUE(fs::is_directory(process_ + "/microservices/Package/Client"));
     EXPECT_EQ(ReadFile("/usr/local/vornserver/bin/microservices/Package/"
                        "VEK_Microservices_UpdateInfo.json"),
               kDescription);
@@ -79,7 +93,7 @@ TEST_F(UpdateCommands, ShowReportsWhenDescriptionCannotBeStored) {
     PublishItems({{"PolicyName", "p"},
                   {"VirtualChannelEnable", "1"},
                   {"VirtualChannelPluginDetails", kDescription}});
-    EXPECT_THAT(Failure({"update", "show", "7"}), HasSubstr("cannot be stored"));
+    EXPECT_THAT(Failure({"update", "show", "7", "--save"}), HasSubstr("cannot be stored"));
 }
 
 }  // namespace

@@ -32,6 +32,26 @@ TEST(Table, EscapesWhatWouldChangeTheLine) {
         "\\\n");
 }
 
+TEST(Table, BreaksCellsBetweenWordsToFit) {
+    Table table({"ITEM", "MEANING"});
+    table.AddRow({"Name", "a text of words"});
+    EXPECT_EQ(table.Text(80),
+              "ITEM  MEANING\n"
+              "Name  a text of words\n");
+    EXPECT_EQ(table.Text(15),
+              "ITEM  MEANING\n"
+              "Name  a text of\n"
+              "      words\n");
+}
+
+TEST(Table, BreaksNoWord) {
+    Table table({"ITEM", "MEANING"});
+    table.AddRow({"Unbreakable", "x"});
+    EXPECT_EQ(table.Text(5),
+              "ITEM         MEANING\n"
+              "Unbreakable  x\n");
+}
+
 TEST(Table, KnowsWhetherItHasRows) {
     Table table({"A"});
     EXPECT_TRUE(table.IsEmpty());

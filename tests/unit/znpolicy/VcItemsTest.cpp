@@ -64,8 +64,8 @@ TEST(VcItems, PrintsHexadecimalValues) {
     testing::internal::CaptureStdout();
     PrintVcItems(items);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "TEXT1  TEXT2  HEX1  HEX2  TEXT3  TEXT4  TEXT5\n"
-              "A      B      0x1f  0xa   C      D      E\n");
+              "FIELD 1  FIELD 2  FIELD 3  FIELD 4  FIELD 5  FIELD 6  FIELD 7\n"
+              "A        B        0x1f     0xa      C        D        E\n");
 }
 
 }  // namespace

@@ -6,8 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "EscapeText.h"
-#include "Json.h"
+#include "CommandError.h"
 #include "PolicyStore.h"
 
 std::string NotEmpty(const std::string& value) {
@@ -52,7 +51,7 @@ void ForEachId(const std::vector<int>& ids, Context& context,
             action(id);
         } catch (const PolicyStore::Error& error) {
             std::cout.flush();
-            std::cerr << "znpolicy: " << Escaped(error.what()) << '\n';
+            PrintError(context.json, "failed", error.what());
             context.status = 1;
         }
     }
@@ -66,16 +65,5 @@ void RequireOutput() {
     std::cout.flush();
     if (!std::cout) {
         throw std::runtime_error("cannot write to standard output");
-    }
-}
-
-void WithJsonErrors(bool json, const std::function<void()>& command) {
-    try {
-        command();
-    } catch (const std::exception& error) {
-        if (json) {
-            PrintJson({{"error", error.what()}});
-        }
-        throw;
     }
 }

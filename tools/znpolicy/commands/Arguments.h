@@ -29,9 +29,6 @@ void AddJsonOption(CLI::App& command, Context& context);
 // Throws std::runtime_error when something printed to standard output could not be written.
 void RequireOutput();
 
-// Runs a command. When it throws and `json` is set, prints the message as JSON, too.
-void WithJsonErrors(bool json, const std::function<void()>& command);
-
 // Runs `action` for each id. A PolicyStore::Error of one is printed and makes the exit status 1;
 // the others follow.
 void ForEachId(const std::vector<int>& ids, Context& context,

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Arguments.h"
+#include "Color.h"
 #include "EscapeText.h"
 #include "Json.h"
 #include "PackageBuild.h"
@@ -33,8 +34,9 @@ Json ReportToJson(const PackageReport& report) {
 
 void PrintReport(std::ostream& out, const std::string& name, const PackageReport& report) {
     for (const Finding& finding : report.findings) {
-        out << Escaped(name) << (finding.isError ? ": error: " : ": warning: ")
-            << Escaped(finding.text) << '\n';
+        const std::string severity = finding.isError ? Colored(out, Color::kRed, "error:")
+                                                     : Colored(out, Color::kYellow, "warning:");
+        out << Escaped(name) << ": " << severity << ' ' << Escaped(finding.text) << '\n';
     }
 }
 
@@ -124,7 +126,7 @@ void AddAuthorCommands(CLI::App& package, Context& context) {
     const auto zip = std::make_shared<std::string>();
     const auto platform = std::make_shared<std::string>();
     CLI::App* check = package.add_subcommand("check", "Check a package before it is installed");
-    check->add_option("ZIP", *zip)->required();
+    check->add_option("ZIP", *zip, "The package")->required();
     check->add_option("--platform", *platform, "Platform that the package should be for");
     AddJsonOption(*check, context);
     SetAction(*check, context, [=, &context] { Check(*zip, *platform, context.json); });

@@ -40,3 +40,5 @@ void AddAuthorCommands(CLI::App& package, Context& context);
 void AddInstallCommands(CLI::App& package, Context& context);
 void AddHistoryCommands(CLI::App& package, Context& context);
 void AddRollbackCommand(CLI::App& package, Context& context);
+
+void AddCompletionCommands(CLI::App& app, Context& context);

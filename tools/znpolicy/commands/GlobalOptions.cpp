@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "Arguments.h"
+#include "Color.h"
 
 static bool IsSet(const char* name) {
     const char* const value = std::getenv(name);
@@ -29,9 +30,20 @@ void GlobalOptions::AddTo(CLI::App& app) {
     app.add_option("--log-file", logFile_, "Write log records to this file")
         ->type_name("FILE")
         ->check(NotEmpty);
+    colorOption_ = app.add_option("--color", color_,
+                                  "When to use colours; auto: on terminals, unless NO_COLOR is set")
+                       ->check(CLI::IsMember({"auto", "always", "never"}));
+}
+
+void GlobalOptions::ApplyColor() const {
+    // The variable is not set yet.
+    if (colorOption_->count() > 0) {
+        SetColorMode(colorOption_->results().back());
+    }
 }
 
 void GlobalOptions::Apply() const {
+    SetColorMode(color_);
     Set("ZN_POLICY_STORE", store_);
     Set("ZN_PROCESS_DIRECTORY", processDirectory_);
     Set("ZN_LOG_FILE", logFile_);

@@ -14,9 +14,14 @@ class GlobalOptions {
     // something asks for it.
     void Apply() const;
 
+    // Chooses the colours of messages about a command line that cannot be parsed.
+    void ApplyColor() const;
+
    private:
+    CLI::Option* colorOption_ = nullptr;
     std::optional<std::string> store_;
     std::optional<std::string> processDirectory_;
     std::optional<std::string> logLevel_;
     std::optional<std::string> logFile_;
+    std::string color_ = "auto";
 };

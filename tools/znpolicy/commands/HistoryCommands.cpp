@@ -92,10 +92,7 @@ void AddHistoryCommands(CLI::App& package, Context& context) {
         return command;
     };
     SetAction(*add("history", "Show the last installations, the newest first"), context,
-              [=, &context] {
-                  WithJsonErrors(context.json, [&] { History(*arguments, context.json); });
-              });
-    SetAction(*add("recover", "Roll an interrupted installation back"), context, [=, &context] {
-        WithJsonErrors(context.json, [&] { Recover(*arguments, context.json); });
-    });
+              [=, &context] { History(*arguments, context.json); });
+    SetAction(*add("recover", "Roll an interrupted installation back"), context,
+              [=, &context] { Recover(*arguments, context.json); });
 }

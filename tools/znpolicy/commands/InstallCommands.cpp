@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "Arguments.h"
-#include "EscapeText.h"
+#include "CommandError.h"
 #include "Input.h"
 #include "InstallCheck.h"
 #include "InstallOutput.h"
@@ -45,6 +45,18 @@ std::vector<ZnPackageInfo> ReadRecords(const InstallArguments& arguments) {
     return arguments.terminal ? PeekUpdate(*arguments.terminal) : ReadUpdateFile(arguments.update);
 }
 
+// Throws an error with its reasons, each of which is printed on a line of its own without JSON.
+[[noreturn]] void Fail(const std::string& message, const std::vector<std::string>& reasons,
+                       bool json) {
+    std::cout.flush();
+    for (const std::string& reason : reasons) {
+        if (!json && reason != message) {
+            PrintError(false, "", reason);
+        }
+    }
+    throw CommandError(message, {{"reasons", reasons}});
+}
+
 void Plan(const InstallArguments& arguments, bool json) {
     const std::vector<ZnPackageInfo> records = ReadRecords(arguments);
     CheckedPlan checked;
@@ -56,11 +68,8 @@ void Plan(const InstallArguments& arguments, bool json) {
         ThrowIfInterrupted();
     }
     PrintPlan(checked, json);
-    for (const std::string& problem : checked.problems) {
-        std::cerr << "znpolicy: " << Escaped(problem) << '\n';
-    }
     if (!checked.problems.empty()) {
-        throw std::runtime_error("the installation would fail");
+        Fail("the installation would fail", checked.problems, json);
     }
 }
 
@@ -109,13 +118,7 @@ void Install(const InstallArguments& arguments, bool json) {
         if (!isPrinted) {
             PrintFailure(failure, json);
         }
-        for (const std::string& reason : failure.Reasons()) {
-            if (reason == failure.what()) {
-                continue;  // printed last
-            }
-            std::cerr << "znpolicy: " << Escaped(reason) << '\n';
-        }
-        throw;
+        Fail(failure.what(), failure.Reasons(), json);
     } catch (const std::exception& error) {
         if (json && !isPrinted) {
             PrintFailure(RunFailed(error.what(), {}, {error.what()}), json);
@@ -125,7 +128,7 @@ void Install(const InstallArguments& arguments, bool json) {
 }
 
 void AddArguments(CLI::App& command, InstallArguments& arguments) {
-    command.add_option("--side", arguments.side, "server or client")
+    command.add_option("--side", arguments.side, "The side whose packages are meant")
         ->check(CLI::IsMember({"server", "client"}))
         ->required();
     AddRootOption(command, arguments.root);

@@ -9,6 +9,7 @@
 
 #include "Arguments.h"
 #include "PackageRecords.h"
+#include "PackageScan.h"
 #include "PackageSelection.h"
 #include "Paths.h"
 #include "Progress.h"
@@ -19,16 +20,27 @@
 
 namespace {
 
-void Scan(const std::string& directory, bool json) {
-    if (std::filesystem::exists(directory) && !std::filesystem::is_directory(directory)) {
-        throw std::runtime_error(directory + ": not a directory");
+// Lets the library scan if it is to create its tree as well.
+std::vector<ZnPackageInfo> FindZips(const std::string& directory, bool createTree) {
+    std::vector<ZnPackageInfo> records;
+    if (createTree) {
+        ZnVcUpdate::ZnScanLocalZipFiles(directory, records);
+    } else {
+        records = ScanZips(directory);
+    }
+    return records;
+}
+
+void Scan(const std::string& directory, bool createTree, bool json) {
+    if (!std::filesystem::is_directory(directory)) {
+        throw std::runtime_error(directory + (std::filesystem::exists(directory)
+                                                  ? ": not a directory"
+                                                  : ": no such directory"));
     }
     std::vector<ZnPackageInfo> records;
     {
         const Progress progress("scanning", 0);
-        if (ZnVcUpdate::ZnScanLocalZipFiles(directory, records) != 0) {
-            throw std::runtime_error(directory + ": no such directory");
-        }
+        records = FindZips(directory, createTree);
     }
     if (!json) {
         PrintRecords(records);
@@ -101,14 +113,17 @@ void AddPackageCommands(CLI::App& app, Context& context) {
 
     const auto directory = std::make_shared<std::string>();
     CLI::App* scan = package->add_subcommand(
-        "scan", "Create the package tree and list the zips below a directory");
-    scan->add_option("DIR", *directory)->required();
+        "scan", "List the zips below a directory with their digests and sizes");
+    scan->add_option("DIR", *directory, "The directory")->required();
+    const auto createTree = std::make_shared<bool>(false);
+    scan->add_flag("--create-tree", *createTree,
+                   "Create the package tree of the process directory first");
     AddJsonOption(*scan, context);
-    SetAction(*scan, context, [=, &context] { Scan(*directory, context.json); });
+    SetAction(*scan, context, [=, &context] { Scan(*directory, *createTree, context.json); });
 
     const auto zips = std::make_shared<std::vector<std::string>>();
     CLI::App* unzip = package->add_subcommand("unzip", "Unpack package zips next to themselves");
-    unzip->add_option("FILE", *zips)->required();
+    unzip->add_option("FILE", *zips, "The zips")->required();
     SetAction(*unzip, context, [=] { Unzip(*zips); });
 
     const auto name = std::make_shared<std::string>();

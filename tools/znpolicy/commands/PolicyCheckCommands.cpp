@@ -98,7 +98,7 @@ void Check(const CheckArguments& arguments, bool json) {
 void AddPolicyCheckCommands(CLI::App& policy, Context& context) {
     const auto items = std::make_shared<ItemsArguments>();
     CLI::App* show = policy.add_subcommand("items", "Show the items that the library reads");
-    CLI::Option* name = show->add_option("NAME", items->name, "Show only this item, in full");
+    CLI::Option* name = show->add_option("ITEM", items->name, "Show only this item, in full");
     AddJsonOption(*show, context);
     show->add_flag("--markdown", items->markdown, "Print all items as a Markdown document")
         ->excludes(name)

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Arguments.h"
+#include "CommandError.h"
 #include "EscapeText.h"
 #include "Interrupt.h"
 #include "Json.h"
@@ -101,21 +102,21 @@ void PrintSyncAsJson(const SyncResult& result, bool dryRun) {
 
 void Sync(const SyncOptions& options, bool json) {
     SyncResult result;
-    WithJsonErrors(json, [&] {
+    {
         const InterruptScope interrupts;
         result = SyncPolicies(PolicyStore(), options);
-    });
+    }
     if (json) {
         PrintSyncAsJson(result, options.dryRun);
     } else {
         PrintSync(result, options.dryRun);
-    }
-    for (const std::string& name : result.ignored) {
-        std::cerr << "znpolicy: " << Escaped(options.directory + "/" + name)
-                  << ": ignored: not called <id>.xml\n";
-    }
-    for (const std::string& problem : result.problems) {
-        std::cerr << "znpolicy: " << Escaped(problem) << '\n';
+        for (const std::string& name : result.ignored) {
+            PrintError(false, "",
+                       options.directory + "/" + name + ": ignored: not called <id>.xml");
+        }
+        for (const std::string& problem : result.problems) {
+            PrintError(false, "", problem);
+        }
     }
     if (!result.problems.empty()) {
         throw std::runtime_error("not everything was synchronised");

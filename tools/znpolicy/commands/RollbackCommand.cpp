@@ -109,7 +109,7 @@ void AddRollbackCommand(CLI::App& package, Context& context) {
         if (arguments->root.empty()) {
             RollBackPackage(arguments->package, arguments->force, arguments->wait, context.json);
         } else {
-            WithJsonErrors(context.json, [&] { RollBackLastRun(*arguments, context.json); });
+            RollBackLastRun(*arguments, context.json);
         }
     });
 }

@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "Arguments.h"
 #include "Input.h"
@@ -17,9 +18,12 @@ static void Print(const std::vector<ZnPackageInfo>& records, bool json) {
     }
 }
 
-static void Show(int terminalId, bool json) {
+static std::vector<ZnPackageInfo> ReadUpdate(int terminalId, bool save) {
+    if (!save) {
+        return PeekUpdate(terminalId);
+    }
     ZnVcUpdate::ZnCreateMicroserviceDirectories();
-    Print(TakeUpdate(terminalId), json);
+    return TakeUpdate(terminalId);
 }
 
 static void Convert(const std::string& file, bool json) {
@@ -32,10 +36,13 @@ void AddUpdateCommands(CLI::App& app, Context& context) {
 
     const auto id = std::make_shared<int>(0);
     CLI::App* show = update->add_subcommand(
-        "show", "Store the update description of a terminal's policy and list its records");
+        "show", "List the records of the update description in a terminal's policy");
     AddIdArgument(*show, *id, "Terminal");
+    const auto save = std::make_shared<bool>(false);
+    show->add_flag("--save", *save,
+                   "Create the package tree and store the description in it, for the library");
     AddJsonOption(*show, context);
-    SetAction(*show, context, [=, &context] { Show(*id, context.json); });
+    SetAction(*show, context, [=, &context] { Print(ReadUpdate(*id, *save), context.json); });
 
     const auto file = std::make_shared<std::string>();
     CLI::App* convert =

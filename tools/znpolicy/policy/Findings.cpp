@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "Color.h"
 #include "EscapeText.h"
 
 std::string_view CodeName(FindingCode code) {
@@ -40,7 +41,7 @@ bool IsError(FindingCode code) {
     return code == FindingCode::kRefused;
 }
 
-static std::string_view SeverityName(FindingCode code) {
+static std::string SeverityName(FindingCode code) {
     return IsError(code) ? "error" : "warning";
 }
 
@@ -60,7 +61,9 @@ static void PrintFindingsOf(std::ostream& out, const CheckedInput& input) {
         if (finding.position.line != 0) {
             out << finding.position.line << ':' << finding.position.column << ':';
         }
-        out << ' ' << SeverityName(finding.code) << ": " << Escaped(finding.message);
+        const Color color = IsError(finding.code) ? Color::kRed : Color::kYellow;
+        out << ' ' << Colored(out, color, SeverityName(finding.code) + ":") << ' '
+            << Escaped(finding.message);
         if (!finding.suggestion.empty()) {
             out << "; did you mean \"" << Escaped(finding.suggestion) << "\"?";
         }

@@ -27,7 +27,9 @@ Json VcItemsToJson(const std::vector<VekVcItems>& items) {
 }
 
 void PrintVcItems(const std::vector<VekVcItems>& items) {
-    Table table({"TEXT1", "TEXT2", "HEX1", "HEX2", "TEXT3", "TEXT4", "TEXT5"});
+    // The component that loads the plugin defines what the fields mean: they are numbered as in the
+    // list.
+    Table table({"FIELD 1", "FIELD 2", "FIELD 3", "FIELD 4", "FIELD 5", "FIELD 6", "FIELD 7"});
     for (const VekVcItems& item : items) {
         table.AddRow({item.text1, item.text2, Hex(item.hexValue1), Hex(item.hexValue2), item.text3,
                       item.text4, item.text5});

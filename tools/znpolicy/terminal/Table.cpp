@@ -1,13 +1,19 @@
 #include "Table.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <iostream>
 #include <iterator>
+#include <limits>
 
 #include "EscapeText.h"
-#include "Utf8.h"
+#include "Width.h"
+
+// Spaces between columns.
+static constexpr size_t kGap = 2;
 
 std::string HumanSize(int64_t bytes) {
     static const char* const kUnits[] = {"KiB", "MiB", "GiB"};
@@ -25,9 +31,13 @@ std::string HumanSize(int64_t bytes) {
     return text.data();
 }
 
-// Counts characters, not bytes.
-static size_t Width(const std::string& cell) {
-    return static_cast<size_t>(std::count_if(cell.begin(), cell.end(), StartsUtf8Character));
+// The width of the longest word.
+static size_t LongestWord(const std::string& cell) {
+    size_t longest = 0;
+    for (const std::string& word : WrapWords(cell, 1)) {
+        longest = std::max(longest, TextWidth(word));
+    }
+    return longest;
 }
 
 Table::Table(std::vector<std::string> headings) : rows_({std::move(headings)}) {}
@@ -39,21 +49,74 @@ void Table::AddRow(const std::vector<std::string>& cells) {
     rows_.push_back(std::move(row));
 }
 
-void Table::Print() const {
-    std::vector<size_t> widths(rows_.front().size(), 0);
+// Returns the widths of the columns: as wide as their widest cells, or narrower, but not than their
+// longest words, if the table would be wider than `width`.
+std::vector<size_t> Table::ColumnWidths(size_t width) const {
+    const size_t columns = rows_.front().size();
+    std::vector<size_t> widths(columns, 0);
+    std::vector<size_t> least(columns, 0);
     for (const auto& row : rows_) {
-        for (size_t i = 0; i < row.size(); ++i) {
-            widths[i] = std::max(widths[i], Width(row[i]));
+        for (size_t i = 0; i < columns; ++i) {
+            widths[i] = std::max(widths[i], TextWidth(row[i]));
+            least[i] = std::max(least[i], LongestWord(row[i]));
         }
     }
-    for (const auto& row : rows_) {
+    size_t total = kGap * (columns - 1);
+    for (size_t i = 0; i < columns; ++i) {
+        widths[i] = std::max(least[i], std::min(widths[i], width));
+        total += widths[i];
+    }
+    while (total > width) {
+        size_t widest = columns;
+        for (size_t i = 0; i < columns; ++i) {
+            if (widths[i] > least[i] && (widest == columns || widths[i] > widths[widest])) {
+                widest = i;
+            }
+        }
+        if (widest == columns) {
+            break;
+        }
+        --widths[widest];
+        --total;
+    }
+    return widths;
+}
+
+// Returns a row as one line or, if cells are broken, several.
+static std::string RowText(const std::vector<std::string>& row, const std::vector<size_t>& widths) {
+    std::vector<std::vector<std::string>> cells;
+    size_t height = 1;
+    for (size_t i = 0; i < row.size(); ++i) {
+        cells.push_back(TextWidth(row[i]) > widths[i] ? WrapWords(row[i], widths[i])
+                                                      : std::vector<std::string>{row[i]});
+        height = std::max(height, cells.back().size());
+    }
+    std::string text;
+    for (size_t y = 0; y < height; ++y) {
         std::string line;
         size_t padding = 0;
-        for (size_t i = 0; i < row.size(); ++i) {
-            line.append(padding, ' ').append(row[i]);
-            padding = widths[i] - Width(row[i]) + 2;
+        for (size_t i = 0; i < cells.size(); ++i) {
+            const std::string part = y < cells[i].size() ? cells[i][y] : "";
+            line.append(padding, ' ').append(part);
+            padding = widths[i] - std::min(widths[i], TextWidth(part)) + kGap;
         }
         line.erase(line.find_last_not_of(' ') + 1);
-        std::cout << line << '\n';
+        text += line + '\n';
     }
+    return text;
+}
+
+std::string Table::Text(size_t width) const {
+    const std::vector<size_t> widths = ColumnWidths(width);
+    std::string text;
+    for (const auto& row : rows_) {
+        text += RowText(row, widths);
+    }
+    return text;
+}
+
+void Table::Print() const {
+    const bool isTerminal = isatty(STDOUT_FILENO) != 0;
+    std::cout << Text(isTerminal ? TerminalWidth(STDOUT_FILENO)
+                                 : std::numeric_limits<size_t>::max());
 }

@@ -1,6 +1,7 @@
 // Tables and numbers for people to read.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -20,9 +21,15 @@ class Table {
         return rows_.size() == 1;
     }
 
-    // Prints the table to standard output.
+    // Prints the table to standard output. On a terminal, cells are broken between words where the
+    // table would be wider than the terminal.
     void Print() const;
 
+    // Returns the table as text of at most `width` characters a line, where words allow that.
+    std::string Text(std::size_t width) const;
+
    private:
+    std::vector<std::size_t> ColumnWidths(std::size_t width) const;
+
     std::vector<std::vector<std::string>> rows_;
 };

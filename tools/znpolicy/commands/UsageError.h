@@ -1,0 +1,14 @@
+// Command lines that cannot be parsed.
+#pragma once
+
+#include <CLI/App.hpp>
+#include <string>
+
+struct UsageError {
+    std::string message;
+    std::string suggestion;  // what was probably meant, or ""
+    std::string help;        // the command that prints the help
+};
+
+// Says what is wrong with the command line whose parsing by `app` threw `error`.
+UsageError DescribeUsageError(const CLI::App& app, const CLI::ParseError& error);
