@@ -91,6 +91,8 @@ TEST_F(PolicyCommands, ReportsMissingStore) {
          std::vector<std::vector<std::string>>{{"policy", "list"},
                                                {"policy", "list", "--json"},
                                                {"policy", "show", "5"},
+                                               {"policy", "show", "5", "6"},
+                                               {"policy", "export", "5"},
                                                {"policy", "remove", "5"}}) {
         EXPECT_EQ(Failure(arguments), "znpolicy: " + store_ +
                                           ": there is no policy store here; publish a policy "

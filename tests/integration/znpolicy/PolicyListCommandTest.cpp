@@ -79,7 +79,7 @@ TEST_F(PolicyListCommand, IgnoresOtherFiles) {
     PublishAt("5", "<Policy/>", 0);
     WriteFile(store_ + "/007.cdb", "");
     WriteFile(store_ + "/notes.txt", "");
-    EXPECT_EQ(Json::parse(Output({"policy", "list", "--json"})).size(), 1);
+    EXPECT_EQ(Json::parse(Output({"policy", "list", "--json"})).size(), 1U);
 }
 
 }  // namespace

@@ -26,9 +26,9 @@ TEST(PolicyDiff, IgnoresOrder) {
 }
 
 TEST(PolicyDiff, ComparesNamesAndValuesExactly) {
-    EXPECT_EQ(ComparePolicies({{"A", "1"}}, {{"A", "1 "}}).size(), 1);
-    EXPECT_EQ(ComparePolicies({{"A", "1"}}, {{"a", "1"}}).size(), 2);
-    EXPECT_EQ(ComparePolicies({{"A", "1"}}, {{"A", "1"}, {"A/B", "1"}}).size(), 1);
+    EXPECT_EQ(ComparePolicies({{"A", "1"}}, {{"A", "1 "}}).size(), 1U);
+    EXPECT_EQ(ComparePolicies({{"A", "1"}}, {{"a", "1"}}).size(), 2U);
+    EXPECT_EQ(ComparePolicies({{"A", "1"}}, {{"A", "1"}, {"A/B", "1"}}).size(), 1U);
 }
 
 }  // namespace

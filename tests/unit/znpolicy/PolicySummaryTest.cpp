@@ -28,7 +28,7 @@ TEST_F(PolicySummaryTest, DescribesPolicy) {
     ASSERT_TRUE(summary);
     EXPECT_STREQ(summary->state, "ok");
     EXPECT_EQ(summary->published, 1769904000);
-    EXPECT_EQ(summary->itemCount, 2);
+    EXPECT_EQ(summary->itemCount, 2U);
     EXPECT_EQ(summary->policyName, " x ");
 }
 
@@ -36,7 +36,7 @@ TEST_F(PolicySummaryTest, PolicyNeedsNoName) {
     Publish(5, "<Policy/>");
     const auto summary = SummarizePolicy(store_, 5);
     ASSERT_TRUE(summary);
-    EXPECT_EQ(summary->itemCount, 0);
+    EXPECT_EQ(summary->itemCount, 0U);
     EXPECT_EQ(summary->policyName, std::nullopt);
 }
 
