@@ -92,7 +92,6 @@ TEST_F(PolicyCommands, ReportsUnusableStore) {
 TEST_F(PolicyCommands, ReportsMissingStore) {
     for (const std::vector<std::string>& arguments :
          std::vector<std::vector<std::string>>{{"policy", "list"},
-                                               {"policy", "list", "--json"},
                                                {"policy", "show", "5"},
                                                {"policy", "remove", "5"}}) {
         EXPECT_EQ(Failure(arguments), "znpolicy: " + store_ +
