@@ -90,10 +90,8 @@ TEST_F(PolicyCommands, ReportsUnusableStore) {
 }
 
 TEST_F(PolicyCommands, ReportsMissingStore) {
-    for (const std::vector<std::string>& arguments :
-         std::vector<std::vector<std::string>>{{"policy", "list"},
-                                               {"policy", "show", "5"},
-                                               {"policy", "remove", "5"}}) {
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+             {"policy", "list"}, {"policy", "show", "5"}, {"policy", "remove", "5"}}) {
         EXPECT_EQ(Failure(arguments), "znpolicy: " + store_ +
                                           ": there is no policy store here; publish a policy "
                                           "first, or name another directory with --store\n");
