@@ -298,13 +298,15 @@ TEST_F(InstallRun, JsonContainsErrors) {
     EXPECT_EQ(Json::parse(refused.out).at("result"), "failed");
     EXPECT_THAT(Json::parse(refused.out).at("reasons").at(0).get<std::string>(),
                 HasSubstr("B_Server.zip: there is no"));
+    EXPECT_THAT(Json::parse(refused.err).at("error").at("reasons").at(0).get<std::string>(),
+                HasSubstr("B_Server.zip: there is no"));
     fs::remove_all(root_ + "/Package");
     const ProcessResult impossible = RunForJson(arguments);
     EXPECT_EQ(impossible.exitCode, kFailed);
     EXPECT_EQ(Json::parse(impossible.out).at("result"), "failed");
     EXPECT_THAT(Json::parse(impossible.out).at("reasons").at(0).get<std::string>(),
                 HasSubstr("no such directory"));
-    EXPECT_THAT(Json::parse(impossible.err).at("error").at("reasons").at(0).get<std::string>(),
+    EXPECT_THAT(Json::parse(impossible.err).at("error").at("message").get<std::string>(),
                 HasSubstr("no such directory"));
     const ProcessResult nothing = RunForJson(Command("rollback"));
     EXPECT_EQ(nothing.out, "");

@@ -100,9 +100,9 @@ class JsonInterface : public PackageTest {
         Observe("policy check FILE", {"policy", "check", "-"}, mistakes);
         Observe("policy check FILE", {"policy", "check", "-"}, "<Policy>");
         PublishItems({{"PolicyName", "p"},
-                      {"intelligentDataTransportFlag", "1"},
-                      {"BandwidthAllSpecified", "1"},
-                      {"BandwidthAll", "1000"},
+                      {"IntelligentDataTransportFlag", "1"},
+                      {"TotalBandwidthSpecified", "1"},
+                      {"TotalBandwidth", "1000"},
                       {"AudioBandwidthSpecified", "1"},
                       {"AudioBandwidth", "400"},
                       {"AudioBandwidthPercentSpecified", "1"},
@@ -110,7 +110,8 @@ class JsonInterface : public PackageTest {
                       {"VirtualChannelEnable", "1"},
                       {"VirtualChannelOptionNames", "A@B@0x1F@ff@C@D@E"},
                       {"VirtualChannelPluginDetails",
-                       R"({"packageInfo": [{"packageName": "P.zip", "platform": "Model-A"}]})"}});
+                       R"({"packageInfo": [{"packageName": "P.zip", "platform": "Model-A",
+                           "version": "1.0", "sha256Hash": "0123", "size": "8"}]})"}});
         Observe("policy list", {"policy", "list"});
         Observe("policy show ID", {"policy", "show", "7"});
         Observe("policy show ID ITEM", {"policy", "show", "7", "PolicyName"});
@@ -140,7 +141,7 @@ class JsonInterface : public PackageTest {
         Observe("package plan", ServerSide("plan", update));
         Observe("package install", ServerSide("install", DescribeZips({zip, broken})));
         std::filesystem::remove(broken);
-        Observe("package install", ServerSide("install", update));
+        Observe("package install", ServerSide("install", DescribeZips({zip})));
         Observe("package history --root DIR", {"package", "history", "--root", root_});
         Observe("package recover --root DIR", {"package", "recover", "--root", root_});
         Observe("package rollback PACKAGE", {"package", "rollback", zip});

@@ -89,7 +89,6 @@ TEST_F(PolicyCommands, ReportsUnusableStore) {
 TEST_F(PolicyCommands, ReportsMissingStore) {
     for (const std::vector<std::string>& arguments :
          std::vector<std::vector<std::string>>{{"policy", "list"},
-                                               {"policy", "list", "--json"},
                                                {"policy", "show", "5"},
                                                {"policy", "show", "5", "6"},
                                                {"policy", "export", "5"},

@@ -145,6 +145,8 @@ TEST_F(ShellCompletion, Zsh) {
                 ElementsAre("znpolicy policy items PolicyName "));
     EXPECT_THAT(Zsh("znpolicy policy publish 5 some\\t"),
                 ElementsAre("znpolicy policy publish 5 some\\ file.xml "));
+    EXPECT_THAT(Zsh("znpolicy package install --update=some\\t"),
+                ElementsAre("znpolicy package install --update=some\\ file.xml "));
     EXPECT_THAT(Zsh("znpolicy --store dir\\t"), ElementsAre("znpolicy --store directory/"));
 }
 
@@ -160,6 +162,8 @@ TEST_F(ShellCompletion, Fish) {
     EXPECT_THAT(Fish("znpolicy session "), ElementsAre("1001"));
     EXPECT_THAT(Fish("znpolicy policy items PolicyN"), ElementsAre("PolicyName"));
     EXPECT_THAT(Fish("znpolicy policy publish 5 some"), ElementsAre("some file.xml"));
+    EXPECT_THAT(Fish("znpolicy package install --update=some"),
+                ElementsAre("--update=some file.xml"));
     EXPECT_THAT(Fish("znpolicy --store dir"), ElementsAre("directory/"));
 }
 

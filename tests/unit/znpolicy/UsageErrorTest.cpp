@@ -24,6 +24,7 @@ TEST_F(UsageErrors, NamesUnknownWordAndNearestName) {
     } cases[] = {
         {"polciy list", "unknown command \"polciy\"", "policy"},
         {"policy lst", "unknown command \"lst\"", "list"},
+        {"polciy --json", "unknown command \"polciy\"", "policy"},
         {"xyzzy", "unknown command \"xyzzy\"", ""},
         {"policy list --jsno", "unknown option \"--jsno\"", "--json"},
         {"policy list --stroe=x", "unknown option \"--stroe\"", "--store"},

@@ -194,13 +194,16 @@ fi
 
 constexpr const char* kFish = R"script(# Completion of znpolicy in fish.
 function __znpolicy_complete
-    set -l words (commandline -opc) "$(commandline -ct)"
+    set -l token "$(commandline -ct)"
+    set -l prefix "$(string match -r -- '^--[^=]*=' $token)"
+    set -l path "$(string replace -- "$prefix" '' $token)"
+    set -l words (commandline -opc) $token
     for line in ($words[1] complete -- $words[2..-1] 2>/dev/null)
         switch $line
             case :files
-                __fish_complete_path "$(commandline -ct)"
+                printf '%s\n' "$prefix"(__fish_complete_path $path)
             case :directories
-                __fish_complete_directories "$(commandline -ct)"
+                printf '%s\n' "$prefix"(__fish_complete_directories $path)
             case '*'
                 printf '%s\n' $line
         end

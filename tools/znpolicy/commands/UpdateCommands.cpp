@@ -18,9 +18,9 @@ static void Print(const std::vector<ZnPackageInfo>& records, bool json) {
     }
 }
 
-static std::vector<ZnPackageInfo> ReadUpdate(int terminalId, bool save) {
+static std::vector<ZnPackageInfo> ShownUpdate(int terminalId, bool save) {
     if (!save) {
-        return PeekUpdate(terminalId);
+        return ReadUpdate(terminalId);
     }
     ZnVcUpdate::ZnCreateMicroserviceDirectories();
     return TakeUpdate(terminalId);
@@ -42,7 +42,7 @@ void AddUpdateCommands(CLI::App& app, Context& context) {
     show->add_flag("--save", *save,
                    "Create the package tree and store the description in it, for the library");
     AddJsonOption(*show, context);
-    SetAction(*show, context, [=, &context] { Print(ReadUpdate(*id, *save), context.json); });
+    SetAction(*show, context, [=, &context] { Print(ShownUpdate(*id, *save), context.json); });
 
     const auto file = std::make_shared<std::string>();
     CLI::App* convert =

@@ -1,7 +1,6 @@
 #include "UsageError.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <vector>
 
 #include "CommandTree.h"
@@ -13,19 +12,6 @@ namespace {
 const CLI::App& ChosenCommand(const CLI::App& app) {
     const std::vector<CLI::App*> chosen = app.get_subcommands();
     return chosen.empty() ? app : ChosenCommand(*chosen.front());
-}
-
-// The first word that neither the command nor those above it accept, or "".
-std::string FirstUnknownWord(const CLI::App& app) {
-    const std::vector<std::string> words = app.remaining(true);
-    // An option is named first: what follows it may only be its value.
-    const auto option = std::find_if(words.begin(), words.end(), [](const std::string& word) {
-        return word.size() > 1 && word.front() == '-';
-    });
-    if (option != words.end()) {
-        return *option;
-    }
-    return words.empty() ? "" : words.front();
 }
 
 std::vector<std::string> OptionNames(const CLI::App& command) {
@@ -50,7 +36,7 @@ std::vector<std::string> CommandNames(const CLI::App& command) {
 void DescribeUnknownWord(const CLI::App& command, const std::string& word, UsageError& problem) {
     const std::string name = word.substr(0, word.find('='));
     const std::vector<std::string> commands = CommandNames(command);
-    if (word.front() == '-') {
+    if (!word.empty() && word.front() == '-') {
         problem.message = "unknown option \"" + name + "\"";
         problem.suggestion = NearestName(name, OptionNames(command));
     } else if (!commands.empty()) {
@@ -79,9 +65,9 @@ UsageError DescribeUsageError(const CLI::App& app, const CLI::ParseError& error)
                           "znpolicy " + path + (path.empty() ? "" : " ") + "--help"};
     const bool isIncomplete = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr;
     const bool hasExtras = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
-    const std::string unknown = FirstUnknownWord(app);
+    const std::vector<std::string> unknown = app.remaining(true);
     if ((isIncomplete || hasExtras) && !unknown.empty()) {
-        DescribeUnknownWord(command, unknown, problem);
+        DescribeUnknownWord(command, unknown.front(), problem);
     } else if (isIncomplete && !CommandsOf(command).empty()) {
         problem.message = MissingCommand(command);
     }

@@ -18,13 +18,18 @@ std::string PolicyName(int terminalId) {
     return "policy " + std::to_string(terminalId);
 }
 
-// Loads a terminal's policy. Throws std::runtime_error when the library would not look for an
-// update description in it: its conditions, in its order.
-void LoadUpdatePolicy(ZnXml& xml, int terminalId) {
+// Throws std::runtime_error when the package tree, without which the library looks for no update
+// description, is missing.
+void RequireTree() {
     const std::string tree = ZnSysInfo::GetCurrentProcessDirectory() + "/microservices/Package";
     if (access(tree.c_str(), F_OK) != 0) {
         throw std::runtime_error("there is no directory " + tree);
     }
+}
+
+// Loads a terminal's policy. Throws std::runtime_error when the library would not look for an
+// update description in it: its conditions, in its order.
+void LoadUpdatePolicy(ZnXml& xml, int terminalId) {
     LoadPolicy(xml, terminalId);
     std::string text;
     if (!xml.GetXmlContent("PolicyName", text)) {
@@ -86,6 +91,7 @@ std::vector<ZnPackageInfo> ParseUpdate(const std::string& text, const std::strin
 std::vector<ZnPackageInfo> TakeUpdate(int terminalId) {
     std::string description;
     if (ZnVcUpdate::ZnVmVekJsonUpdateInfo(terminalId, description) != 0) {
+        RequireTree();
         ZnXml xml;
         LoadUpdatePolicy(xml, terminalId);
         CheckDescription(terminalId, description);
@@ -96,6 +102,11 @@ std::vector<ZnPackageInfo> TakeUpdate(int terminalId) {
 }
 
 std::vector<ZnPackageInfo> PeekUpdate(int terminalId) {
+    RequireTree();
+    return ReadUpdate(terminalId);
+}
+
+std::vector<ZnPackageInfo> ReadUpdate(int terminalId) {
     ZnXml xml;
     LoadUpdatePolicy(xml, terminalId);
     std::string description = DescriptionItem(xml);

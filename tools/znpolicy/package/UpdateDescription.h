@@ -21,3 +21,6 @@ std::vector<ZnPackageInfo> TakeUpdate(int terminalId);
 // Returns the same records without storing the description. Throws for the same reasons, except
 // those of storing.
 std::vector<ZnPackageInfo> PeekUpdate(int terminalId);
+
+// Returns the same records even if there is no package tree to store the description in.
+std::vector<ZnPackageInfo> ReadUpdate(int terminalId);

@@ -8,6 +8,7 @@
 #include <iostream>
 #include <iterator>
 #include <limits>
+#include <numeric>
 
 #include "EscapeText.h"
 #include "Width.h"
@@ -49,35 +50,44 @@ void Table::AddRow(const std::vector<std::string>& cells) {
     rows_.push_back(std::move(row));
 }
 
+// Returns the greatest measure of the cells of each column.
+static std::vector<size_t> Widest(const std::vector<std::vector<std::string>>& rows,
+                                  size_t (*measure)(const std::string&)) {
+    std::vector<size_t> widths(rows.front().size(), 0);
+    for (const auto& row : rows) {
+        for (size_t i = 0; i < row.size(); ++i) {
+            widths[i] = std::max(widths[i], measure(row[i]));
+        }
+    }
+    return widths;
+}
+
+static size_t TotalOf(const std::vector<size_t>& widths) {
+    return std::accumulate(widths.begin(), widths.end(), kGap * (widths.size() - 1));
+}
+
 // Returns the widths of the columns: as wide as their widest cells, or narrower, but not than their
 // longest words, if the table would be wider than `width`.
 std::vector<size_t> Table::ColumnWidths(size_t width) const {
-    const size_t columns = rows_.front().size();
-    std::vector<size_t> widths(columns, 0);
-    std::vector<size_t> least(columns, 0);
-    for (const auto& row : rows_) {
-        for (size_t i = 0; i < columns; ++i) {
-            widths[i] = std::max(widths[i], TextWidth(row[i]));
-            least[i] = std::max(least[i], LongestWord(row[i]));
-        }
+    std::vector<size_t> widths = Widest(rows_, TextWidth);
+    if (TotalOf(widths) <= width) {
+        return widths;
     }
-    size_t total = kGap * (columns - 1);
-    for (size_t i = 0; i < columns; ++i) {
+    const std::vector<size_t> least = Widest(rows_, LongestWord);
+    for (size_t i = 0; i < widths.size(); ++i) {
         widths[i] = std::max(least[i], std::min(widths[i], width));
-        total += widths[i];
     }
-    while (total > width) {
-        size_t widest = columns;
-        for (size_t i = 0; i < columns; ++i) {
-            if (widths[i] > least[i] && (widest == columns || widths[i] > widths[widest])) {
+    for (size_t total = TotalOf(widths); total > width; --total) {
+        size_t widest = widths.size();  // of those that can be narrower
+        for (size_t i = 0; i < widths.size(); ++i) {
+            if (widths[i] > least[i] && (widest == widths.size() || widths[i] > widths[widest])) {
                 widest = i;
             }
         }
-        if (widest == columns) {
+        if (widest == widths.size()) {
             break;
         }
         --widths[widest];
-        --total;
     }
     return widths;
 }
