@@ -81,24 +81,29 @@ class JsonInterface : public PackageTest {
         const Json answer = Json::parse(result.out, nullptr, false);
         ASSERT_FALSE(answer.is_discarded()) << heading << result;
         if (heading == "policy show ID") {
-            for (const Json& value : answer) {  // the keys are those of the policy
-                AddMembers(observed_[heading], value, "*");
+            AddItems(heading, answer, "");
+        } else if (heading == "policy show ID ID") {
+            for (const Json& policy : answer) {
+                AddItems(heading, policy.at("items"), "[].items.");
+                AddMembers(observed_[heading], Json::array({{{"id", policy.at("id")}}}));
             }
         } else {
             AddMembers(observed_[heading], answer);
         }
-        if (result.exitCode != 0) {
+        const bool isDifference = heading == "policy diff ID FILE" && result.exitCode == 1;
+        if (result.exitCode != 0 && !isDifference) {
             AddMembers(observed_["Errors"], Json::parse(result.err));
         }
     }
 
-    void ObservePolicies() {
-        const std::string mistakes =
-            "<Policy><PolicyName>p</PolicyName><PolicyNme>q</PolicyNme></Policy>";
-        Observe("policy items", {"policy", "items"});
-        Observe("policy items ITEM", {"policy", "items", "PolicyName"});
-        Observe("policy check FILE", {"policy", "check", "-"}, mistakes);
-        Observe("policy check FILE", {"policy", "check", "-"}, "<Policy>");
+    // The members of `items` have the keys of the policy.
+    void AddItems(const std::string& heading, const Json& items, const std::string& path) {
+        for (const Json& value : items) {
+            AddMembers(observed_[heading], value, path + "*");
+        }
+    }
+
+    void PublishForSession() {
         PublishItems({{"PolicyName", "p"},
                       {"IntelligentDataTransportFlag", "1"},
                       {"TotalBandwidthSpecified", "1"},
@@ -112,7 +117,30 @@ class JsonInterface : public PackageTest {
                       {"VirtualChannelPluginDetails",
                        R"({"packageInfo": [{"packageName": "P.zip", "platform": "Model-A",
                            "version": "1.0", "sha256Hash": "0123", "size": "8"}]})"}});
+    }
+
+    void ObservePolicies() {
+        const std::string mistakes =
+            "<Policy><PolicyName>p</PolicyName><PolicyNme>q</PolicyNme></Policy>";
+        Observe("policy items", {"policy", "items"});
+        Observe("policy items ITEM", {"policy", "items", "PolicyName"});
+        Observe("policy check FILE", {"policy", "check", "-"}, mistakes);
+        Observe("policy check FILE", {"policy", "check", "-"}, "<Policy>");
+        PublishForSession();
+        Publish("8", mistakes);
+        WriteFile(store_ + "/9.cdb", "damaged");
         Observe("policy list", {"policy", "list"});
+        Observe("policy diff ID FILE", {"policy", "diff", "8", "-"},
+                "<Policy><PolicyName>q</PolicyName><Added>1</Added></Policy>");
+        Observe("policy verify", {"policy", "verify"});
+        std::filesystem::remove(store_ + "/9.cdb");
+        WriteFile(directory_ / "policies/10.xml", mistakes);
+        WriteFile(directory_ / "policies/11.xml", "<Policy>");
+        WriteFile(directory_ / "policies/notes.txt", "");
+        Observe("policy sync DIR", {"policy", "sync", directory_ / "policies", "--delete"});
+        Publish("8", mistakes);
+        Observe("policy show ID ID", {"policy", "show", "8", "10"});
+        PublishForSession();
         Observe("policy show ID", {"policy", "show", "7"});
         Observe("policy show ID ITEM", {"policy", "show", "7", "PolicyName"});
         Observe("session ID", {"session", "7"});
