@@ -100,6 +100,7 @@ zn_require(simdjson::simdjson simdjson VERSION 3.0 PKGCONFIG simdjson
 zn_require(OpenSSL::Crypto OpenSSL VERSION 3.0 COMPONENTS Crypto
     DEBIAN libssl-dev HOMEBREW openssl@3)
 zn_require(EXPAT::EXPAT EXPAT DEBIAN libexpat1-dev HOMEBREW expat)
+find_package(Threads REQUIRED)
 zn_require(cdb::cdb cdb HEADER cdb.h LIBRARY cdb DEBIAN libcdb-dev HOMEBREW tinycdb)
 zn_require(xxhash::xxhash xxhash HEADER xxhash.h DEBIAN libxxhash-dev HOMEBREW xxhash)
 zn_require(SimpleIni::SimpleIni SimpleIni HEADER SimpleIni.h DEBIAN libsimpleini-dev)
@@ -107,7 +108,6 @@ zn_require(SimpleIni::SimpleIni SimpleIni HEADER SimpleIni.h DEBIAN libsimpleini
 if(ZN_TOOLS)
     zn_require(libzip::zip libzip HEADER zip.h LIBRARY zip DEBIAN libzip-dev HOMEBREW libzip)
     zn_require(CLI11::CLI11 CLI11 DEBIAN libcli11-dev HOMEBREW cli11)
-    find_package(Threads REQUIRED)
 endif()
 if(ZN_TOOLS OR ZN_TESTS OR ZN_BENCH OR ZN_FUZZ)
     zn_require(nlohmann_json::nlohmann_json nlohmann_json

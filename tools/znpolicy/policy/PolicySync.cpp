@@ -99,12 +99,12 @@ void RunInParallel(unsigned jobs, std::size_t count, const std::function<void(st
     }
 }
 
-// How many documents share a sync to disk. Every changed one needs an open file.
+// How many documents share a sync to disk. Every changed one needs two open files.
 std::size_t BatchSize() {
     constexpr rlim_t kMost = 512;
     rlimit files = {};
     return getrlimit(RLIMIT_NOFILE, &files) == 0
-               ? static_cast<std::size_t>(std::clamp<rlim_t>(files.rlim_cur / 2, 1, kMost))
+               ? static_cast<std::size_t>(std::clamp<rlim_t>(files.rlim_cur / 4, 1, kMost))
                : 1;
 }
 
@@ -230,11 +230,14 @@ class Synchronisation {
         if (options_.dryRun || obsolete.empty()) {
             return;
         }
-        PolicyStore::Batch batch(store_);
-        for (const int id : obsolete) {
-            batch.Remove(id);
+        const std::size_t batchSize = BatchSize();
+        for (std::size_t begin = 0; begin < obsolete.size(); begin += batchSize) {
+            PolicyStore::Batch batch(store_);
+            for (std::size_t i = begin; i < std::min(begin + batchSize, obsolete.size()); ++i) {
+                batch.Remove(obsolete[i]);
+            }
+            Commit(batch);
         }
-        Commit(batch);
     }
 
     // Turns policies that could not be changed into problems.
