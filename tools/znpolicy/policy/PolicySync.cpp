@@ -69,25 +69,30 @@ Documents FindDocuments(const std::string& path) {
     return documents;
 }
 
-// Calls `step` with 0 to `count` - 1, in several threads, until a signal is pending. Throws what
-// the first step that failed has thrown.
-void RunInParallel(unsigned jobs, std::size_t count, const std::function<void(std::size_t)>& step) {
-    std::atomic<std::size_t> next = 0;
+// Calls `step` with `begin` to `end` - 1, in several threads, until it returns false or a signal is
+// pending. Returns the first number that it was not called with. Throws what a step has thrown.
+std::size_t RunInParallel(unsigned jobs, std::size_t begin, std::size_t end,
+                          const std::function<bool(std::size_t)>& step) {
+    std::atomic<std::size_t> next = begin;
+    std::atomic<bool> stop = false;
     std::mutex mutex;
     std::exception_ptr failure;
     const auto work = [&] {
         try {
-            for (std::size_t i = next++; i < count && PendingInterrupt() == 0; i = next++) {
-                step(i);
+            while (!stop && PendingInterrupt() == 0) {
+                const std::size_t i = next++;
+                if (i >= end || !step(i)) {
+                    stop = true;
+                }
             }
         } catch (...) {
-            next = count;
+            stop = true;
             const std::lock_guard<std::mutex> lock(mutex);
             failure = std::current_exception();
         }
     };
     std::vector<std::thread> threads;
-    for (std::size_t i = 1; i < std::min<std::size_t>(jobs, count); ++i) {
+    for (std::size_t i = 1; i < std::min<std::size_t>(jobs, end - begin); ++i) {
         threads.emplace_back(work);
     }
     work();
@@ -97,9 +102,10 @@ void RunInParallel(unsigned jobs, std::size_t count, const std::function<void(st
     if (failure) {
         std::rethrow_exception(failure);
     }
+    return std::min<std::size_t>(next, end);
 }
 
-// How many documents share a sync to disk. Every changed one needs two open files.
+// How many changed documents share a sync to disk. Each needs two open files.
 std::size_t BatchSize() {
     constexpr rlim_t kMost = 512;
     rlimit files = {};
@@ -151,15 +157,18 @@ class Synchronisation {
         const std::vector<int>& ids = documents_.ids;
         const std::size_t batchSize = BatchSize();
         Progress progress("synchronising", ids.size());
-        for (std::size_t begin = 0; begin < ids.size(); begin += batchSize) {
-            const std::size_t count = std::min(batchSize, ids.size() - begin);
+        for (std::size_t done = 0; done < ids.size();) {
             PolicyStore::Batch batch(store_);
-            RunInParallel(options_.jobs, count, [&](std::size_t i) {
-                Synchronise(ids[begin + i], batch);
-                progress.Step();
-            });
-            StopIfInterrupted(begin);
+            std::atomic<std::size_t> changed = 0;
+            const std::size_t end =
+                RunInParallel(options_.jobs, done, ids.size(), [&](std::size_t i) {
+                    changed += Synchronise(ids[i], batch) ? 1 : 0;
+                    progress.Step();
+                    return changed < batchSize;
+                });
+            StopIfInterrupted(done);
             Commit(batch);
+            done = end;
         }
         StopIfInterrupted(ids.size());
     }
@@ -173,7 +182,8 @@ class Synchronisation {
         }
     }
 
-    void Synchronise(int id, PolicyStore::Batch& batch) {
+    // Returns whether the policy differs.
+    bool Synchronise(int id, PolicyStore::Batch& batch) {
         std::string problem;
         const Outcome outcome = Stage(id, batch, problem);
         const std::lock_guard<std::mutex> lock(mutex_);
@@ -188,6 +198,7 @@ class Synchronisation {
                 result_.problems.push_back(problem);
                 break;
         }
+        return outcome == Outcome::kChanged;
     }
 
     // Adds the policy to the batch if it differs from the published one.
