@@ -34,8 +34,10 @@ TEST_F(CommandTree, ListsVisibleCommands) {
 }
 
 TEST_F(CommandTree, LabelsOptionsAndThoseOfGroups) {
+    const std::vector<const CLI::Option*> options = OptionsOf(command_);
     std::vector<std::string> labels;
-    for (const CLI::Option* option : OptionsOf(command_)) {
+    labels.reserve(options.size());
+    for (const CLI::Option* option : options) {
         labels.push_back(LabelOf(*option));
     }
     EXPECT_THAT(labels, ElementsAre("-h, --help", "-n, --number N", "--all", "--when now|later",
@@ -43,8 +45,10 @@ TEST_F(CommandTree, LabelsOptionsAndThoseOfGroups) {
 }
 
 TEST_F(CommandTree, NamesArgumentsAndThoseOfGroups) {
+    const std::vector<const CLI::Option*> arguments = ArgumentsOf(command_);
     std::vector<std::string> names;
-    for (const CLI::Option* argument : ArgumentsOf(command_)) {
+    names.reserve(arguments.size());
+    for (const CLI::Option* argument : arguments) {
         names.push_back(ArgumentName(*argument));
     }
     EXPECT_THAT(names, ElementsAre("FILE", "ITEM"));

@@ -20,8 +20,10 @@ using Words = std::vector<std::string>;
 class Completions : public CommandLineTest {
    protected:
     std::vector<std::string> Candidates(const Words& words) {
+        const Completion completion = Complete(app_, words);
         std::vector<std::string> texts;
-        for (const Completion::Candidate& candidate : Complete(app_, words).candidates) {
+        texts.reserve(completion.candidates.size());
+        for (const Completion::Candidate& candidate : completion.candidates) {
             texts.push_back(candidate.text);
         }
         return texts;

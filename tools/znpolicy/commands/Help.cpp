@@ -41,6 +41,7 @@ std::string DescriptionOf(const CLI::Option& option) {
 std::vector<HelpEntry> Describe(const std::vector<const CLI::Option*>& options,
                                 std::string (*label)(const CLI::Option&)) {
     std::vector<HelpEntry> entries;
+    entries.reserve(options.size());
     for (const CLI::Option* option : options) {
         entries.push_back({label(*option), DescriptionOf(*option)});
     }
@@ -144,8 +145,10 @@ std::string UsageOf(const CLI::App& command) {
 }
 
 std::vector<HelpEntry> DescribeCommands(const CLI::App& command) {
+    const std::vector<const CLI::App*> commands = CommandsOf(command);
     std::vector<HelpEntry> entries;
-    for (const CLI::App* child : CommandsOf(command)) {
+    entries.reserve(commands.size());
+    for (const CLI::App* child : commands) {
         entries.push_back({child->get_name(), child->get_description()});
     }
     return entries;

@@ -172,8 +172,10 @@ std::string GroupPage(const CLI::App& group) {
 }  // namespace
 
 std::vector<std::string> ManPageNames(const CLI::App& app) {
+    const std::vector<const CLI::App*> commands = CommandsOf(app);
     std::vector<std::string> names = {"znpolicy"};
-    for (const CLI::App* command : CommandsOf(app)) {
+    names.reserve(commands.size() + 1);
+    for (const CLI::App* command : commands) {
         names.push_back(PageOf(*command));
     }
     return names;

@@ -26,8 +26,10 @@ std::vector<std::string> OptionNames(const CLI::App& command) {
 }
 
 std::vector<std::string> CommandNames(const CLI::App& command) {
+    const std::vector<const CLI::App*> commands = CommandsOf(command);
     std::vector<std::string> names;
-    for (const CLI::App* child : CommandsOf(command)) {
+    names.reserve(commands.size());
+    for (const CLI::App* child : commands) {
         names.push_back(child->get_name());
     }
     return names;
