@@ -56,7 +56,7 @@ TEST_F(Help, EveryCommandShowsExamplesEnvironmentAndExitStatus) {
 
 TEST_F(Help, FitsTheTerminalBetweenWords) {
     ForEachCommand([](const CLI::App& command) {
-        for (const size_t width : {60, 80}) {
+        for (const size_t width : {size_t{60}, size_t{80}}) {
             std::istringstream help(HelpOf(command, width));
             for (std::string line; std::getline(help, line);) {
                 EXPECT_LE(TextWidth(line), width) << line;

@@ -30,10 +30,8 @@ class ManPages : public CommandLineTest {
     static std::string Plain(const std::string& roff) {
         std::string text;
         for (size_t i = 0; i < roff.size(); ++i) {
-            if (roff[i] != '\\') {
-                text += roff[i];
-            } else if (roff[++i] == 'f') {
-                ++i;
+            if (roff[i] == '\\' && roff[++i] == 'f') {
+                ++i;  // the name of a font
             } else {
                 text += roff[i];
             }
