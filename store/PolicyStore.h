@@ -64,9 +64,10 @@ class ZN_API PolicyStore {
     // Changes that share the sync to stable storage.
     class ZN_API Batch {
        public:
+        // A change that was not made.
         struct Failure {
-            int id;
-            std::string reason;
+            int id;              // of the policy
+            std::string reason;  // one sentence that names the file
         };
 
         // `store` must outlive this object.

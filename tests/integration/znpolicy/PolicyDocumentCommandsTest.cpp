@@ -119,7 +119,10 @@ TEST_F(PolicyDiffCommand, UnwritableOutputIsTrouble) {
 
 TEST_F(PolicyDiffCommand, HelpSaysExitStatuses) {
     EXPECT_THAT(Output({"policy", "diff", "--help"}),
-                HasSubstr("0 for no differences, 1 for differences, 2 for failure"));
+                HasSubstr("Exit status:\n"
+                          "  0      There are no differences\n"
+                          "  1      There are differences\n"
+                          "  2      The command failed, or the command line is wrong\n"));
 }
 
 class PolicyExportCommand : public CommandTest {};

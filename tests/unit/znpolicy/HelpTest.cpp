@@ -43,9 +43,9 @@ TEST_F(Help, EveryCommandShowsExamplesEnvironmentAndExitStatus) {
         const std::string help = HelpOf(command, 200);
         EXPECT_THAT(help, HasSubstr("\nUsage: " + UsageOf(command)));
         EXPECT_THAT(help, HasSubstr("\nExamples:\n"));
-        for (const auto& entries :
-             {EnvironmentVariables(), ExitStatuses(), DescribeGlobalOptions(RootOf(command)),
-              DescribeOptions(command), DescribeArguments(command)}) {
+        for (const auto& entries : {EnvironmentVariables(), ExitStatuses(CommandPath(command)),
+                                    DescribeGlobalOptions(RootOf(command)),
+                                    DescribeOptions(command), DescribeArguments(command)}) {
             for (const HelpEntry& entry : entries) {
                 EXPECT_THAT(help, HasSubstr("\n  " + entry.label)) << CommandPath(command);
                 EXPECT_THAT(help, HasSubstr(entry.text)) << CommandPath(command);

@@ -186,7 +186,7 @@ std::string HelpOf(const CLI::App& command, size_t width) {
     }
     help.Examples(ExamplesOf(CommandPath(command)));
     help.Section("Environment", EnvironmentVariables());
-    help.Section("Exit status", ExitStatuses());
+    help.Section("Exit status", ExitStatuses(CommandPath(command)));
     return help.Text();
 }
 

@@ -16,14 +16,20 @@ const std::vector<HelpEntry>& EnvironmentVariables() {
     return kVariables;
 }
 
-const std::vector<HelpEntry>& ExitStatuses() {
+const std::vector<HelpEntry>& ExitStatuses(const std::string& path) {
+    static const std::vector<HelpEntry> kStatusesOfDiff = {
+        {"0", "There are no differences"},
+        {"1", "There are differences"},
+        {"2", "The command failed, or the command line is wrong"},
+        {"128+N", "Signal N stopped the command"},
+    };
     static const std::vector<HelpEntry> kStatuses = {
         {"0", "The command succeeded"},
         {"1", "It failed, or a check found errors; standard error says why"},
         {"2", "The command line is wrong; nothing was done"},
         {"128+N", "Signal N stopped the command"},
     };
-    return kStatuses;
+    return path == "policy diff" ? kStatusesOfDiff : kStatuses;
 }
 
 const std::vector<HelpEntry>& ExamplesOf(const std::string& path) {

@@ -12,7 +12,8 @@ struct HelpEntry {
 // Returns the environment variables that the program reads.
 const std::vector<HelpEntry>& EnvironmentVariables();
 
-const std::vector<HelpEntry>& ExitStatuses();
+// Returns the exit statuses of the command with this path ("policy diff").
+const std::vector<HelpEntry>& ExitStatuses(const std::string& path = "");
 
 // Returns command lines and what they do, for the command with this path ("policy list"); none if
 // the command is not known here.

@@ -102,6 +102,11 @@ class Page {
         Entries(DescribeArguments(command));
         Entries(DescribeOptions(command));
         Examples(ExamplesOf(CommandPath(command)));
+        const std::vector<HelpEntry>& statuses = ExitStatuses(CommandPath(command));
+        if (&statuses != &ExitStatuses()) {
+            Paragraph("Exit status:");
+            Entries(statuses);
+        }
     }
 
     // The sections at the end of every page.

@@ -112,13 +112,11 @@ void Export(const ExportArguments& arguments) {
 
 void AddPolicyDocumentCommands(CLI::App& policy, Context& context) {
     const auto compared = std::make_shared<DiffArguments>();
-    CLI::App* diff = policy.add_subcommand("diff", "Show what publishing a document would change");
+    CLI::App* diff =
+        policy.add_subcommand("diff", "Show which items publishing a document would change");
     AddIdArgument(*diff, compared->id, "Terminal or session; it need not have a policy");
     diff->add_option("FILE", compared->file, "The document; - for standard input")->required();
     AddJsonOption(*diff, context);
-    diff->footer(
-        "Items are compared by name; their order is not, because no reader depends on it.\n"
-        "Exit status: 0 for no differences, 1 for differences, 2 for failure.");
     SetAction(*diff, context, [=, &context] { Diff(*compared, context); });
 
     const auto exported = std::make_shared<ExportArguments>();

@@ -21,7 +21,7 @@ Json ToJson(int id, const PolicySummary& policy) {
     return {{"id", id},
             {"policyName", policy.policyName ? Json(*policy.policyName) : Json()},
             {"items", policy.itemCount ? Json(*policy.itemCount) : Json()},
-            {"published", policy.published ? Json(TimeOf(policy)) : Json()},
+            {"published", TimeOf(policy)},
             {"state", policy.state}};
 }
 
