@@ -76,11 +76,11 @@ class ZN_API PolicyStore {
         Batch(const Batch&) = delete;
         Batch& operator=(const Batch&) = delete;
 
-        // Adds a policy, written to a temporary file that stays open until the end of the batch.
-        // Thread-safe. Throws Error when it cannot be written.
+        // Adds the policy of `id`: writes `items` to a temporary file that stays open until the end
+        // of the batch. Thread-safe. Throws Error when it cannot be written.
         void Publish(int id, const std::vector<Item>& items);
 
-        // Adds the removal of a policy. Not thread-safe.
+        // Adds the removal of the policy of `id`. Not thread-safe.
         void Remove(int id);
 
         // Makes all changes visible to readers, one after the other, and clears the batch. On

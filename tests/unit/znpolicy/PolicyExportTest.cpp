@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "DirectionCharacters.h"
 #include "PolicyExport.h"
 #include "Random.h"
 #include "StoreTest.h"
@@ -54,7 +55,7 @@ TEST(PolicyExport, ReferencesReplaceWhatADocumentOrTerminalWouldMisread) {
         {"\t\n", "\t\n"},
         {"\r\n", "&#xD;\n"},
         {"\x7F\xC2\x85", "&#x7F;&#x85;"},
-        {"\xE2\x80\xAE\xE2\x80\xA8", "&#x202E;&#x2028;"},
+        {RightToLeftOverride() + LineSeparator(), "&#x202E;&#x2028;"},
         {"\xC3\xA4\xE6\xBC\xA2\xF0\x9F\x98\x80", "\xC3\xA4\xE6\xBC\xA2\xF0\x9F\x98\x80"},
     };
     for (const auto& c : cases) {
