@@ -35,6 +35,19 @@ TEST_F(AuthorCommands, CheckAcceptsValidPackage) {
     EXPECT_THAT(report.at("warnings"), IsEmpty());
 }
 
+TEST_F(AuthorCommands, CheckAcceptsSeveralPackages) {
+    const std::string good = AddPackage();
+    const std::string bad = AddZip("Q_Server.zip", {{"Common/a.so", "a"}});
+    const ProcessResult result = Run({"package", "check", bad, good});
+    EXPECT_EQ(result.exitCode, kFailed);
+    EXPECT_THAT(result.out,
+                AllOf(HasSubstr(bad + ": error: "), HasSubstr(good + ": 2 files for platform")));
+    EXPECT_EQ(result.err, "znpolicy: " + bad + ": the installer would refuse this package\n");
+    const Json reports = Json::parse(Run({"package", "check", "--json", bad, good}).out);
+    EXPECT_EQ(reports.at(0).at("zip"), bad);
+    EXPECT_EQ(reports.at(1).at("files"), 2);
+}
+
 TEST_F(AuthorCommands, CheckReportsErrors) {
     const std::string type = "[Package_Intall_Type]\nPackageIntallType=Model-A\n";
     const struct {

@@ -8,7 +8,9 @@
 
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
 
 const std::string kDescription =
     "{\"packageInfo\": [{\"platform\": \"Model-A\",\n"
@@ -42,6 +44,13 @@ TEST_F(UpdateCheckCommands, FindingsHaveTheirPlace) {
 
 TEST_F(UpdateCheckCommands, ChecksStandardInput) {
     EXPECT_THAT(Output({"update", "check", "-"}, Input("{}")), HasSubstr("standard input:1:1: "));
+}
+
+TEST_F(UpdateCheckCommands, ChecksSeveralFiles) {
+    const std::string file = Write(kDescription);
+    WriteFile(directory_ / "other.json", "{}");
+    EXPECT_THAT(Output({"update", "check", file, directory_ / "other.json"}),
+                AllOf(Not(HasSubstr(file)), HasSubstr(directory_ / "other.json:1:1: ")));
 }
 
 TEST_F(UpdateCheckCommands, ReportsMissingFile) {

@@ -40,17 +40,29 @@ void PrintReport(std::ostream& out, const std::string& name, const PackageReport
     }
 }
 
-void Check(const std::string& zip, const std::string& platform, bool json) {
-    const PackageReport report = CheckPackage(zip, platform);
-    if (json) {
-        PrintJson(ReportToJson(report));
-    } else {
-        PrintReport(std::cout, zip, report);
-        std::cout << Escaped(zip) << ": " << report.fileCount << " files for platform \""
-                  << Escaped(report.platform) << "\"\n";
+// One zip is an object in JSON, several are an array of objects that name the zips.
+void Check(const std::vector<std::string>& zips, const std::string& platform, bool json) {
+    Json answer = Json::array();
+    std::string refused;
+    for (const std::string& zip : zips) {
+        const PackageReport report = CheckPackage(zip, platform);
+        if (json) {
+            answer.push_back(ReportToJson(report));
+            answer.back()["zip"] = zip;
+        } else {
+            PrintReport(std::cout, zip, report);
+            std::cout << Escaped(zip) << ": " << report.fileCount << " files for platform \""
+                      << Escaped(report.platform) << "\"\n";
+        }
+        if (report.HasErrors()) {
+            refused += (refused.empty() ? "" : ", ") + zip;
+        }
     }
-    if (report.HasErrors()) {
-        throw std::runtime_error(zip + ": the installer would refuse this package");
+    if (json) {
+        PrintJson(zips.size() == 1 ? answer.front() : answer);
+    }
+    if (!refused.empty()) {
+        throw std::runtime_error(refused + ": the installer would refuse this package");
     }
 }
 
@@ -123,13 +135,13 @@ void AddRecordText(CLI::App& build, const std::string& option, std::string& text
 }  // namespace
 
 void AddAuthorCommands(CLI::App& package, Context& context) {
-    const auto zip = std::make_shared<std::string>();
+    const auto zips = std::make_shared<std::vector<std::string>>();
     const auto platform = std::make_shared<std::string>();
-    CLI::App* check = package.add_subcommand("check", "Check a package before it is installed");
-    check->add_option("ZIP", *zip, "The package")->required();
-    check->add_option("--platform", *platform, "Platform that the package should be for");
+    CLI::App* check = package.add_subcommand("check", "Check packages before they are installed");
+    check->add_option("ZIP", *zips, "The packages")->required();
+    check->add_option("--platform", *platform, "Platform that the packages should be for");
     AddJsonOption(*check, context);
-    SetAction(*check, context, [=, &context] { Check(*zip, *platform, context.json); });
+    SetAction(*check, context, [=, &context] { Check(*zips, *platform, context.json); });
 
     const auto arguments = std::make_shared<BuildArguments>();
     CLI::App* build = package.add_subcommand(

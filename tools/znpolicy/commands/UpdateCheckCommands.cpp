@@ -16,19 +16,27 @@
 namespace {
 
 struct CheckArguments {
-    std::string file;
+    std::vector<std::string> files;
     bool strict = false;
 };
 
-void Check(const CheckArguments& arguments, bool json) {
-    const std::string text = ReadInput(arguments.file, kMaxUpdateSize);
+CheckedInput CheckFile(const std::string& file) {
+    const std::string text = ReadInput(file, kMaxUpdateSize);
     TextPositions positions(text);
     std::vector<PolicyFinding> findings;
     for (UpdateDescriptionProblem& problem : CheckUpdateDescription(text)) {
         findings.push_back({FindingCode::kInvalidUpdateDescription, "", std::move(problem.message),
                             std::move(problem.suggestion), positions.At(problem.offset)});
     }
-    ReportFindings({{InputTitle(arguments.file), std::move(findings)}}, arguments.strict, json);
+    return {InputTitle(file), std::move(findings)};
+}
+
+void Check(const CheckArguments& arguments, bool json) {
+    std::vector<CheckedInput> inputs;
+    for (const std::string& file : arguments.files) {
+        inputs.push_back(CheckFile(file));
+    }
+    ReportFindings(inputs, arguments.strict, json);
 }
 
 void Encode(const std::string& file) {
@@ -39,8 +47,8 @@ void Encode(const std::string& file) {
 
 void AddUpdateCheckCommands(CLI::App& update, Context& context) {
     const auto arguments = std::make_shared<CheckArguments>();
-    CLI::App* check = update.add_subcommand("check", "Report mistakes in an update description");
-    check->add_option("FILE", arguments->file, "JSON or Base64 of it; - for standard input")
+    CLI::App* check = update.add_subcommand("check", "Report mistakes in update descriptions");
+    check->add_option("FILE", arguments->files, "JSON or Base64 of it; - for standard input")
         ->required();
     check->add_flag("--strict", arguments->strict, "Exit with status 1 for warnings");
     AddJsonOption(*check, context);
