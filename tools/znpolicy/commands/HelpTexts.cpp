@@ -52,7 +52,7 @@ const std::vector<HelpEntry>& ExamplesOf(const std::string& path) {
           {"znpolicy policy check --id 1001 --strict",
            "Check a published policy; warnings give exit status 1"}}},
         {"policy list",
-         {{"znpolicy policy list", "List the ids that have a policy"},
+         {{"znpolicy policy list", "List the policies and their states"},
           {"znpolicy --store /srv/policies policy list", "The same in another store"}}},
         {"policy show",
          {{"znpolicy policy show 1001", "Show all items of a policy"},
