@@ -76,6 +76,17 @@ function(zn_system_prefix_without_runpath directory target component)
     endif()
 endfunction()
 
+# zn_unity_build(TARGET)
+# With ZN_UNITY, compiles several sources of TARGET at once: the headers of CLI11 and GoogleTest take
+# most of the time of a single one. Warnings about fixtures in anonymous namespaces are for headers.
+function(zn_unity_build target)
+    set_target_properties(${target} PROPERTIES
+        UNITY_BUILD ${ZN_UNITY} UNITY_BUILD_BATCH_SIZE 12)
+    if(ZN_UNITY AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
+    endif()
+endfunction()
+
 # zn_test(NAME SOURCES file... [LINK target...] [LABELS label...])
 # A GoogleTest program, run by CTest case by case. The tests themselves are not optimised: that would
 # take much longer than running them.
@@ -85,5 +96,6 @@ function(zn_test name)
     target_link_libraries(${name} PRIVATE
         ${ARG_LINK} zn_test_support zn_options GTest::gtest GTest::gmock)
     target_compile_options(${name} PRIVATE -O0)
+    zn_unity_build(${name})
     gtest_discover_tests(${name} PROPERTIES LABELS "${ARG_LABELS}" DISCOVERY_TIMEOUT 60)
 endfunction()

@@ -29,7 +29,7 @@ const Variant kVariants[] = {
 
 constexpr size_t kAlignments = 16;
 constexpr size_t kGuard = 16;
-constexpr unsigned char kUntouched = 0x5A;
+constexpr unsigned char kUnwritten = 0x5A;
 
 // Values that are filled in words, values of more than a byte, and others.
 const int kValues[] = {0, 255, -1, 256, 511, INT_MIN, 1, 'x', 256 + 'x', 0x7F, 0x80, 0xFE};
@@ -38,7 +38,7 @@ const int kValues[] = {0, 255, -1, 256, 511, INT_MIN, 1, 'x', 256 + 'x', 0x7F, 0
 class GuardedBuffer {
    public:
     GuardedBuffer(size_t alignment, size_t size) : begin_(kGuard + alignment), size_(size) {
-        bytes_.fill(kUntouched);
+        bytes_.fill(kUnwritten);
     }
 
     unsigned char* Begin() {
@@ -48,7 +48,7 @@ class GuardedBuffer {
     // Whether the first `count` bytes are `value` and all others are unchanged.
     bool IsFilled(unsigned char value, size_t count) const {
         std::array<unsigned char, kSize> expected = {};
-        expected.fill(kUntouched);
+        expected.fill(kUnwritten);
         for (size_t i = 0; i < count; ++i) {
             expected.at(begin_ + i) = value;
         }
