@@ -20,7 +20,6 @@ Calls calls;
 
 }  // namespace
 
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the linker's names
 extern "C" {
 
 void* __real_memset(void* dest, int c, size_t count);
@@ -55,7 +54,6 @@ char* __wrap_strcpy(char* dest, const char* src) {
 }
 
 }  // extern "C"
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 namespace {
 
