@@ -227,9 +227,7 @@ class Run {
             }
             const Journal::Entry& before = *journal.Find(destination);
             if (Changes(*file) && before.before.kind != PathState::Kind::kAbsent) {
-                if (PathState::Of(backup) != before.before) {
-                    journal.RestoreAs(before, backup);
-                }
+                journal.RestoreAs(before, backup);
             } else {
                 journal.Restore(*journal.Find(backup));
             }

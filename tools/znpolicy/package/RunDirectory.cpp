@@ -63,7 +63,7 @@ std::vector<std::string> RunDirectory::Recover() const {
     }
     const Journal journal = Journal::Open(JournalPath());
     for (const Journal::Entry& entry : journal.Entries()) {
-        if (PathState::Of(entry.path) != entry.before) {
+        if (!journal.IsUnchanged(entry)) {
             restored.push_back(entry.path);
         }
     }

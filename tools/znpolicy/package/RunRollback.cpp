@@ -70,11 +70,10 @@ std::vector<std::string> ChangesSince(const Journal& past) {
     std::vector<std::string> changes;
     for (const Journal::Entry& entry : past.Entries()) {
         const auto file = files.find(entry.path);
-        const PathState now = PathState::Of(entry.path);
-        const bool isAsAfter =
-            now == entry.after && (file == files.end() || ZnSha256::FileSha256Value(entry.path) ==
-                                                              file->second->at("sha256"));
-        if (destinations.count(entry.path) != 0 && !isAsAfter && now != entry.before) {
+        const bool isAsAfter = PathState::Of(entry.path) == entry.after &&
+                               (file == files.end() || ZnSha256::FileSha256Value(entry.path) ==
+                                                           file->second->at("sha256"));
+        if (destinations.count(entry.path) != 0 && !isAsAfter && !past.IsUnchanged(entry)) {
             changes.push_back(entry.path + " was changed after the run");
         }
         const std::string digest =
