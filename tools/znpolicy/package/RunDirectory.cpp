@@ -1,6 +1,7 @@
 #include "RunDirectory.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -17,6 +18,19 @@ namespace {
 
 constexpr int kMaxRun = 1'000'000'000;
 
+// Refuses a directory that somebody else could have prepared: what is in it decides which files are
+// restored.
+void RequireOwn(const std::string& directory) {
+    const PathState state = PathState::Of(directory);
+    const bool isOwn = state.owner == geteuid() || state.owner == 0;
+    if (state.kind != PathState::Kind::kDirectory || !isOwn || (state.mode & 022U) != 0) {
+        throw std::runtime_error(directory +
+                                 " has to be a directory that belongs to this user or root and "
+                                 "that nobody else can write; check what is in it, then correct "
+                                 "its owner and mode, or remove it");
+    }
+}
+
 // The directory for the state of `root`, readable for its owner only: it keeps old files.
 std::string MakeStateDirectory(const std::string& root) {
     std::string path = root + "/.znpolicy";
@@ -24,6 +38,7 @@ std::string MakeStateDirectory(const std::string& root) {
         if (mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST) {
             throw std::runtime_error("cannot create " + directory + ": " + std::strerror(errno));
         }
+        RequireOwn(directory);
     }
     if (!SyncDirectoryToDisk(root) || !SyncDirectoryToDisk(path)) {
         throw std::runtime_error("cannot flush " + path + " to disk: " + std::strerror(errno));
@@ -58,6 +73,7 @@ std::vector<std::string> RunDirectory::Recover() const {
     std::vector<std::string> restored;
     fs::remove_all(ScratchPath());
     fs::remove_all(JournalPath() + ".incomplete");  // of a run that had changed nothing yet
+    RemoveAbandonedHistory();
     if (!Journal::Exists(JournalPath())) {
         return restored;
     }
@@ -70,6 +86,14 @@ std::vector<std::string> RunDirectory::Recover() const {
     journal.RestoreAll();
     DiscardJournal(JournalPath());
     return restored;
+}
+
+void RunDirectory::RemoveAbandonedHistory() const {
+    for (const auto& entry : fs::directory_iterator(path_ + "/history")) {
+        if (entry.path().extension() == ".incomplete") {
+            fs::remove_all(entry.path());
+        }
+    }
 }
 
 std::vector<int> RunDirectory::History() const {

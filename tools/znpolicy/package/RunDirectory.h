@@ -50,6 +50,9 @@ class RunDirectory {
     void AddToHistory(Journal& journal, size_t keep) const;
 
    private:
+    // Removes what a run that was killed while it removed an old entry of the history left.
+    void RemoveAbandonedHistory() const;
+
     std::string path_;
     RunLock lock_;
 };
