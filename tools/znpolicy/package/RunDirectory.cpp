@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <stdexcept>
+#include <system_error>
 
 #include "SyncToDisk.h"
 
@@ -66,8 +67,13 @@ bool RunDirectory::Exists(const std::string& root) {
     return fs::exists(root + "/.znpolicy");
 }
 
+bool RunDirectory::HasJournal(const std::string& root) {
+    std::error_code unknown;
+    return fs::exists(root + "/.znpolicy/journal/record", unknown);
+}
+
 RunDirectory::RunDirectory(const std::string& root, int waitSeconds)
-    : path_(MakeStateDirectory(root)), lock_(path_ + "/lock", waitSeconds) {}
+    : root_(root), path_(MakeStateDirectory(root)), lock_(path_ + "/lock", waitSeconds) {}
 
 std::vector<std::string> RunDirectory::Recover() const {
     std::vector<std::string> restored;
@@ -86,6 +92,17 @@ std::vector<std::string> RunDirectory::Recover() const {
     journal.RestoreAll();
     DiscardJournal(JournalPath());
     return restored;
+}
+
+void RunDirectory::RollBack(const Journal& journal, const std::string& reason) const {
+    try {
+        journal.RestoreAll();
+        DiscardJournal(journal.Directory());
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(reason + "; rolling back failed, too: " + error.what() +
+                                 "; correct this, then run: znpolicy package recover --root " +
+                                 root_);
+    }
 }
 
 void RunDirectory::RemoveAbandonedHistory() const {

@@ -102,12 +102,11 @@ void RestoreOrUndo(const RunDirectory& directory, const Journal& past,
         Journal::Create(directory.JournalPath(), PathsOf(past), {}, past.Description());
     try {
         past.RestoreAll();
+        ThrowIfInterrupted();  // not after the result is printed
         print();
-        ThrowIfInterrupted();
         DiscardJournal(present.Directory());
-    } catch (...) {
-        present.RestoreAll();
-        DiscardJournal(present.Directory());
+    } catch (const std::exception& error) {
+        directory.RollBack(present, error.what());
         throw;
     }
 }
