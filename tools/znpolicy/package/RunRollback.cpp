@@ -85,6 +85,17 @@ std::vector<std::string> ChangesSince(const Journal& past) {
     return changes;
 }
 
+// A directory that would stay in the place of a file that the run installed; "" when there is none.
+std::string DirectoryInPlaceOfFile(const Journal& past) {
+    for (const Journal::Entry& entry : past.Entries()) {
+        if (entry.after.kind == PathState::Kind::kFile &&
+            PathState::Of(entry.path).kind == PathState::Kind::kDirectory) {
+            return entry.path;
+        }
+    }
+    return "";
+}
+
 // The paths that restoring `past` may change.
 std::set<std::string> PathsOf(const Journal& past) {
     std::set<std::string> paths;
@@ -141,11 +152,16 @@ void RollBackRun(const std::string& root, std::optional<int> run, bool force, in
     std::vector<std::string> restored = directory.Recover();
     const int number = FindRun(directory, root, run);
     Journal past = Journal::Open(directory.HistoryPath(number));
+    const std::string outcome =
+        restored.empty() ? "nothing was changed" : "only the interrupted run was rolled back";
+    const std::string directoryInPlace = DirectoryInPlaceOfFile(past);
+    if (!directoryInPlace.empty()) {
+        throw std::runtime_error(outcome + "; " + directoryInPlace +
+                                 " is now a directory; move it away first");
+    }
     const std::vector<std::string> changes = ChangesSince(past);
     if (!changes.empty() && !force) {
-        std::string message =
-            restored.empty() ? "nothing was changed" : "only the interrupted run was rolled back";
-        message += "; use --force to roll back all the same";
+        std::string message = outcome + "; use --force to roll back all the same";
         for (const std::string& change : changes) {
             message += "; " + change;
         }
