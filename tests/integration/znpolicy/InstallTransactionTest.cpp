@@ -369,6 +369,24 @@ TEST_P(InstallTransaction, InterruptedInstallationChangesNothing) {
     EXPECT_GT(statuses[143], 0);
 }
 
+TEST_P(InstallTransaction, InterruptedInstallationReportsWhatItRecovered) {
+    Reset();
+    uint64_t last = RunTraced(Install(), Temporary(), {}).calls;
+    InterruptLate(last);
+    const uint64_t calls = RunTraced(Install(), Temporary(), {}).calls;
+    InterruptLate(last);
+    const TracedResult traced =
+        RunTraced(Install(), Temporary(), {SyscallFault::Kind::kSignal, calls / 2, SIGTERM});
+    const ProcessResult& program = traced.program;
+    EXPECT_EQ(program.exitCode, 143) << program;
+    EXPECT_NE(program.out.find("restored after an interrupted run: " + kPlugins + "new1.so"),
+              std::string::npos)
+        << program;
+    EXPECT_NE(program.err.find("only the interrupted run was rolled back"), std::string::npos)
+        << program;
+    EXPECT_EQ(State(), "before");
+}
+
 TEST_P(InstallTransaction, KilledRollbackIsUndoneOrComplete) {
     std::map<std::string, int> states;
     KillAtEveryCall(
