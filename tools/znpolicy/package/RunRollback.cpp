@@ -175,7 +175,11 @@ void RollBackRun(const std::string& root, std::optional<int> run, bool force, in
     for (const Journal::Entry& entry : past.Entries()) {
         restored.push_back(entry.path);
     }
-    RestoreOrUndo(directory, past, [&] { print(restored); });
+    try {
+        RestoreOrUndo(directory, past, [&] { print(restored); });
+    } catch (const Interrupted& interrupted) {
+        throw Interrupted(interrupted.Signal(), outcome);
+    }
     interrupts.Complete();
     try {
         DiscardJournal(past.Directory());
