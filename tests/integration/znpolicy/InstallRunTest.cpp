@@ -171,6 +171,19 @@ TEST_F(InstallRun, MissingUnzipIsReportedBeforeAnythingChanges) {
     umount2(unzip.c_str(), MNT_DETACH);
 }
 
+// The kept files are copies then, which a rollback copies back.
+TEST_F(InstallRun, SpaceForARollbackToAnotherFileSystemIsChecked) {
+    const std::string update = DescribeZips({AddPackage()});
+    fs::create_directories(kPlugins);
+    ASSERT_EQ(mount("plugins", kPlugins.c_str(), "tmpfs", 0, "size=300k"), 0);
+    WriteFile(kPlugins + "a.so", std::string(100000, 'o'));
+    WriteFile(kPlugins + "a.so.bak", std::string(100000, 'b'));
+    EXPECT_THAT(ExpectNothingChanged(ServerSide("install", update)),
+                HasSubstr(": not enough space: "));
+    fs::remove(kPlugins + "a.so.bak");
+    Output(ServerSide("install", update));
+}
+
 TEST_F(InstallRun, SignalEndsWaitingAndLeavesNoTemporaryFiles) {
     AddPackage();
     const TemporaryDirectory temporary;
