@@ -54,7 +54,7 @@ TEST_F(RunDirectoryTest, IsNotTakenFromOthers) {
 
     fs::remove(state_);
     fs::create_directory(state_);
-    for (const mode_t mode : {0720, 0702}) {
+    for (const mode_t mode : {0720U, 0702U}) {
         ASSERT_EQ(chmod(state_.c_str(), mode), 0);
         ExpectRefused(state_);
     }
