@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -42,6 +43,16 @@ class InstallRun : public PackageTest {
                                                                          : std::next(entry);
         }
         return state;
+    }
+
+    void MakeStateDirectory() const {
+        fs::create_directories(root_ + "/.znpolicy");
+        fs::permissions(root_ + "/.znpolicy", fs::perms::owner_all);
+    }
+
+    // As if the last run, which was the first one, had been interrupted.
+    void InterruptFirstRun() const {
+        fs::rename(root_ + "/.znpolicy/history/1", root_ + "/.znpolicy/journal");
     }
 
     // Runs an installation that must fail and change nothing. Returns its output, both streams.
@@ -121,7 +132,7 @@ TEST_F(InstallRun, FileOfThePackageIsNoBackup) {
 
 TEST_F(InstallRun, SecondRunFailsOrWaitsWhileOneIsGoingOn) {
     const std::string update = DescribeZips({AddPackage()});
-    fs::create_directories(root_ + "/.znpolicy");
+    MakeStateDirectory();
     const FileDescriptor lock =
         FileDescriptor::Open((root_ + "/.znpolicy/lock").c_str(), O_RDWR | O_CREAT, 0600);
     ASSERT_EQ(flock(lock.Get(), LOCK_EX), 0);
@@ -144,9 +155,33 @@ TEST_F(InstallRun, SecondRunFailsOrWaitsWhileOneIsGoingOn) {
 
 TEST_F(InstallRun, SearchPathOfTheUserDoesNotMatter) {
     const std::string update = DescribeZips({AddPackage()});
+    WriteFile(packages_ + "P_1.0_Server/Common/a.so", "changed after an earlier run");
     Output(ServerSide("install", update),
            Variables({{"PATH", "/nowhere"}, {"UNZIP", "-t"}, {"UNZIPOPT", "-t"}}));
     EXPECT_EQ(ReadFile(kPlugins + "a.so"), "contents of a");
+}
+
+TEST_F(InstallRun, MissingUnzipIsReportedBeforeAnythingChanges) {
+    const std::string update = DescribeZips({AddPackage()});
+    WriteFile(packages_ + "P_1.0_Server/Common/a.so", "changed after an earlier run");
+    const std::string unzip = fs::canonical(OutputOf("printf %s \"$(command -v unzip)\""));
+    ASSERT_EQ(mount("/dev/null", unzip.c_str(), nullptr, MS_BIND, nullptr), 0);
+    EXPECT_THAT(ExpectNothingChanged(ServerSide("install", update)),
+                HasSubstr("there is no unzip in "));
+    umount2(unzip.c_str(), MNT_DETACH);
+}
+
+// The kept files are copies then, which a rollback copies back.
+TEST_F(InstallRun, SpaceForARollbackToAnotherFileSystemIsChecked) {
+    const std::string update = DescribeZips({AddPackage()});
+    fs::create_directories(kPlugins);
+    ASSERT_EQ(mount("plugins", kPlugins.c_str(), "tmpfs", 0, "size=300k"), 0);
+    WriteFile(kPlugins + "a.so", std::string(100000, 'o'));
+    WriteFile(kPlugins + "a.so.bak", std::string(100000, 'b'));
+    EXPECT_THAT(ExpectNothingChanged(ServerSide("install", update)),
+                HasSubstr(": not enough space: "));
+    fs::remove(kPlugins + "a.so.bak");
+    Output(ServerSide("install", update));
 }
 
 TEST_F(InstallRun, SignalEndsWaitingAndLeavesNoTemporaryFiles) {
@@ -155,7 +190,7 @@ TEST_F(InstallRun, SignalEndsWaitingAndLeavesNoTemporaryFiles) {
     const std::vector<std::pair<int, int>> signals = {{SIGINT, 130}, {SIGTERM, 143}};
     for (const auto& [signal, status] : signals) {
         const std::string update = DescribeZips({packages_ + "P_1.0_Server.zip"});
-        fs::create_directories(root_ + "/.znpolicy");
+        MakeStateDirectory();
         const FileDescriptor lock =
             FileDescriptor::Open((root_ + "/.znpolicy/lock").c_str(), O_RDWR | O_CREAT, 0600);
         ASSERT_EQ(flock(lock.Get(), LOCK_EX), 0);
@@ -207,6 +242,30 @@ TEST_F(InstallRun, ManyZipsNeedFewDescriptors) {
     EXPECT_EQ(ReadFile(kPlugins + "39"), "39");
 }
 
+TEST_F(InstallRun, ManyBundlesNeedFewDescriptors) {
+    const std::string bundle = AddZip("0_Server_Release.zip", {{"notes", "text"}});
+    Json records = Json::array();
+    for (int i = 0; i < 40; ++i) {
+        const std::string name = std::to_string(i) + "_Server_Release.zip";
+        WriteFile(packages_ + name, ReadFile(bundle));
+        records.push_back({{"platform", "Model-A"},
+                           {"packageName", name},
+                           {"sha256Hash", std::string(64, '0')},
+                           {"downloadUrl", "https://host/" + name}});
+    }
+    WriteFile(directory_ / "update.json", Json{{"packageInfo", records}}.dump());
+    std::string command = "ulimit -n 30; exec " ZNPOLICY " --process-dir " + process_;
+    for (const std::string& argument : ServerSide("plan", directory_ / "update.json")) {
+        command += " " + argument;
+    }
+    const ProcessResult result =
+        RunProgram({"/bin/sh", "-c", command + " --json --ignore-missing"});
+    EXPECT_TRUE(result.Succeeded()) << result;
+    const Json plan = Json::parse(result.out);
+    EXPECT_EQ(plan.at("bundles").size(), 40U);
+    EXPECT_TRUE(plan.at("unmatched").empty());
+}
+
 TEST_F(InstallRun, RecordWithoutZipFailsUnlessIgnored) {
     const std::string missing = AddPackage("Missing_Server.zip");
     const std::string zip = AddZip(
@@ -231,6 +290,17 @@ TEST_F(InstallRun, DryRunChangesNothing) {
     EXPECT_THAT(Output(arguments), HasSubstr("install  /usr/local/plugins/a.so"));
     EXPECT_EQ(State(), before);
     EXPECT_FALSE(fs::exists(root_ + "/.znpolicy"));
+}
+
+TEST_F(InstallRun, PlanSaysThatInstallWouldRecoverFirst) {
+    const std::string update = DescribeZips({AddPackage()});
+    Output(ServerSide("install", update));
+    EXPECT_EQ(Json::parse(RunForJson(ServerSide("plan", update)).out).at("recovers"), false);
+    InterruptFirstRun();
+    EXPECT_EQ(Json::parse(RunForJson(ServerSide("plan", update)).out).at("recovers"), true);
+    auto arguments = ServerSide("install", update);
+    arguments.emplace_back("--dry-run");
+    EXPECT_THAT(Output(arguments), HasSubstr("install first restores the state before"));
 }
 
 TEST_F(InstallRun, OutputThatCannotBeWrittenRollsBack) {
@@ -281,8 +351,7 @@ TEST_F(InstallRun, BackupThatIsNoFileIsNotTouched) {
 TEST_F(InstallRun, RecoveredPathsAreReportedWhenTheRunFails) {
     const std::string update = DescribeZips({AddPackage()});
     Output(ServerSide("install", update));
-    // As if the run had been interrupted.
-    fs::rename(root_ + "/.znpolicy/history/1", root_ + "/.znpolicy/journal");
+    InterruptFirstRun();
     fs::remove_all(root_ + "/Package");
     fs::create_directory(root_ + "/Package");
     const ProcessResult result = RunForJson(ServerSide("install", update));
@@ -308,10 +377,38 @@ TEST_F(InstallRun, JsonContainsErrors) {
                 HasSubstr("no such directory"));
     EXPECT_THAT(Json::parse(impossible.err).at("error").at("message").get<std::string>(),
                 HasSubstr("no such directory"));
+    arguments.emplace_back("--json");
+    const ProcessResult noTemporary = Run(arguments, Variables({{"TMPDIR", "/nowhere"}}));
+    EXPECT_EQ(Json::parse(noTemporary.out).at("result"), "failed");
+    EXPECT_THAT(Json::parse(noTemporary.out).at("reasons").at(0).get<std::string>(),
+                HasSubstr("/nowhere"));
     const ProcessResult nothing = RunForJson(Command("rollback"));
     EXPECT_EQ(nothing.out, "");
     EXPECT_THAT(Json::parse(nothing.err).at("error").at("message").get<std::string>(),
                 HasSubstr("there is no run to roll back"));
+}
+
+TEST_F(InstallRun, NumberOfKeptRunsIsChecked) {
+    auto arguments = ServerSide("install", DescribeZips({AddPackage()}));
+    arguments.insert(arguments.end(), {"--keep", ""});
+    for (const std::string wrong : {"-1", "1001", "3x", "18446744073709551616"}) {
+        arguments.back() = wrong;
+        const ProcessResult result = Run(arguments);
+        EXPECT_EQ(result.exitCode, kWrongUsage) << wrong;
+        EXPECT_THAT(result.err, HasSubstr("\"" + wrong + "\" is not a number from 0 to 1000"));
+    }
+    arguments.back() = "0";
+    Output(arguments);
+    EXPECT_EQ(Output(Command("history")), "no runs\n");
+}
+
+TEST_F(InstallRun, StateDirectoryOfSomebodyElseIsNotTrusted) {
+    const std::string update = DescribeZips({AddPackage()});
+    MakeStateDirectory();
+    fs::permissions(root_ + "/.znpolicy", fs::perms::all);
+    EXPECT_THAT(ExpectNothingChanged(ServerSide("install", update)),
+                HasSubstr(root_ + "/.znpolicy has to be a directory that"));
+    EXPECT_THAT(ExpectNothingChanged(Command("recover")), HasSubstr("/.znpolicy has to be"));
 }
 
 TEST_F(InstallRun, HistoryListsTheLastRuns) {

@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <stdexcept>
@@ -214,6 +215,16 @@ class InstallTransaction : public testing::TestWithParam<bool> {
         return difference;
     }
 
+    // Options with a directory of the test for temporary files: a killed run leaves one there.
+    ProcessOptions Temporary() const {
+        const std::string directory = files_ / "temporary";
+        fs::remove_all(directory);
+        fs::create_directory(directory);
+        ProcessOptions options;
+        options.environment["TMPDIR"] = directory;
+        return options;
+    }
+
     // "before" or "after" an installation, or what differs.
     std::string State() const {
         if (TreeNow(true) == before_) {
@@ -245,15 +256,12 @@ class InstallTransaction : public testing::TestWithParam<bool> {
                          const std::function<void()>& prepare,
                          const std::function<void(const std::string& state)>& check) const {
         prepare();
-        const uint64_t calls = RunTraced(command, {}, {}).calls;
+        const uint64_t calls = RunTraced(command, Temporary(), {}).calls;
         bool isKilled = true;
         for (uint64_t at = 1; isKilled; at += at + 100 < calls ? Every() : EveryAtTheEnd()) {
             prepare();
-            const TemporaryDirectory temporary;  // a killed run leaves an empty directory there
-            ProcessOptions options;
-            options.environment["TMPDIR"] = temporary.Path();
             const TracedResult traced =
-                RunTraced(command, options, {SyscallFault::Kind::kKillAll, at, 0});
+                RunTraced(command, Temporary(), {SyscallFault::Kind::kKillAll, at, 0});
             isKilled = traced.happened;
             const ProcessResult recovered = RunProgram(Recover());
             ASSERT_TRUE(recovered.Succeeded()) << "call " << at << '\n' << recovered;
@@ -271,10 +279,7 @@ class InstallTransaction : public testing::TestWithParam<bool> {
     void InterruptLate(uint64_t& at) const {
         for (;;) {
             Reset();
-            const TemporaryDirectory temporary;
-            ProcessOptions options;
-            options.environment["TMPDIR"] = temporary.Path();
-            RunTraced(Install(), options, {SyscallFault::Kind::kKillAll, at, 0});
+            RunTraced(Install(), Temporary(), {SyscallFault::Kind::kKillAll, at, 0});
             if (fs::exists(kRoot + "/.znpolicy/journal/record")) {
                 return;
             }
@@ -283,18 +288,28 @@ class InstallTransaction : public testing::TestWithParam<bool> {
         }
     }
 
+    // Leaves no free space where the plugins are. Returns the file that takes it.
+    static std::string FillPlugins() {
+        EXPECT_EQ(mount("plugins", kPlugins.c_str(), "tmpfs", MS_REMOUNT, "size=400k"), 0);
+        std::string path = kPlugins + "filler";
+        std::ofstream filler(path);
+        while (filler << std::string(4096, 'f') << std::flush) {
+        }
+        return path;
+    }
+
     // Makes the calls of `command` fail and checks that its exit status tells the state.
     void FailAtEveryCall(const std::vector<std::string>& command,
                          const std::function<void()>& prepare, const std::string& stateOfSuccess,
                          const std::string& stateOfFailure) const {
         prepare();
-        const uint64_t calls = RunTraced(command, {}, {}).calls;
+        const uint64_t calls = RunTraced(command, Temporary(), {}).calls;
         uint64_t failures = 0;
         for (const int error : {EIO, ENOSPC}) {
             for (const uint64_t at : Tried(calls)) {
                 prepare();
                 const TracedResult traced =
-                    RunTraced(command, {}, {SyscallFault::Kind::kFail, at, error});
+                    RunTraced(command, Temporary(), {SyscallFault::Kind::kFail, at, error});
                 const bool succeeded = traced.program.Succeeded();
                 failures += succeeded ? 0 : 1;
                 ASSERT_EQ(State(), succeeded ? stateOfSuccess : stateOfFailure)
@@ -337,24 +352,39 @@ TEST_P(InstallTransaction, FailedInstallationChangesNothing) {
 }
 
 TEST_P(InstallTransaction, InterruptedInstallationChangesNothing) {
-    const TemporaryDirectory temporary;
-    ProcessOptions options;
-    options.environment["TMPDIR"] = temporary.Path();
     Reset();
-    const uint64_t calls = RunTraced(Install(), options, {}).calls;
+    const uint64_t calls = RunTraced(Install(), Temporary(), {}).calls;
     std::map<int, int> statuses;
     for (const uint64_t at : Tried(calls)) {
         Reset();
         const TracedResult traced =
-            RunTraced(Install(), options, {SyscallFault::Kind::kSignal, at, SIGTERM});
+            RunTraced(Install(), Temporary(), {SyscallFault::Kind::kSignal, at, SIGTERM});
         const int status = traced.program.exitCode;
         ++statuses[status];
         EXPECT_TRUE(status == 0 || status == 143 || traced.program.signal == SIGTERM)
             << traced.program;
         EXPECT_EQ(State(), status == 0 ? "after" : "before") << "call " << at << traced.program;
-        EXPECT_TRUE(fs::is_empty(temporary.Path())) << "call " << at;
+        EXPECT_TRUE(fs::is_empty(files_ / "temporary")) << "call " << at;
     }
     EXPECT_GT(statuses[143], 0);
+}
+
+TEST_P(InstallTransaction, InterruptedInstallationReportsWhatItRecovered) {
+    Reset();
+    uint64_t last = RunTraced(Install(), Temporary(), {}).calls;
+    InterruptLate(last);
+    const uint64_t calls = RunTraced(Install(), Temporary(), {}).calls;
+    InterruptLate(last);
+    const TracedResult traced =
+        RunTraced(Install(), Temporary(), {SyscallFault::Kind::kSignal, calls / 2, SIGTERM});
+    const ProcessResult& program = traced.program;
+    EXPECT_EQ(program.exitCode, 143) << program;
+    EXPECT_NE(program.out.find("restored after an interrupted run: " + kPlugins + "new1.so"),
+              std::string::npos)
+        << program;
+    EXPECT_NE(program.err.find("only the interrupted run was rolled back"), std::string::npos)
+        << program;
+    EXPECT_EQ(State(), "before");
 }
 
 TEST_P(InstallTransaction, KilledRollbackIsUndoneOrComplete) {
@@ -384,22 +414,36 @@ TEST_P(InstallTransaction, FailedRollbackChangesNothing) {
 }
 
 TEST_P(InstallTransaction, KilledRecoveryIsCompletedByTheNext) {
-    uint64_t at = RunTraced(Install(), {}, {}).calls;
+    uint64_t at = RunTraced(Install(), Temporary(), {}).calls;
     KillAtEveryCall(
         Recover(), [&] { InterruptLate(at); },
         [](const std::string& state) { EXPECT_EQ(state, "before"); });
 }
 
+// Where the kept files are copies, the old file beside the new one would need space.
+TEST_P(InstallTransaction, RecoveryNeedsNoSpaceAtTheDestinations) {
+    if (!GetParam()) {
+        GTEST_SKIP() << "links need no space";
+    }
+    uint64_t at = RunTraced(Install(), Temporary(), {}).calls;
+    InterruptLate(at);
+    const std::string filler = FillPlugins();
+    const ProcessResult recovered = RunProgram(Recover());
+    EXPECT_TRUE(recovered.Succeeded()) << recovered;
+    fs::remove(filler);
+    EXPECT_EQ(State(), "before");
+}
+
 TEST_P(InstallTransaction, FailedRecoveryIsCompletedByTheNext) {
-    uint64_t last = RunTraced(Install(), {}, {}).calls;
+    uint64_t last = RunTraced(Install(), Temporary(), {}).calls;
     InterruptLate(last);
-    const uint64_t calls = RunTraced(Recover(), {}, {}).calls;
+    const uint64_t calls = RunTraced(Recover(), Temporary(), {}).calls;
     uint64_t failures = 0;
     for (const int error : {EIO, ENOSPC}) {
         for (const uint64_t at : Tried(calls)) {
             InterruptLate(last);
             const TracedResult traced =
-                RunTraced(Recover(), {}, {SyscallFault::Kind::kFail, at, error});
+                RunTraced(Recover(), Temporary(), {SyscallFault::Kind::kFail, at, error});
             failures += traced.program.Succeeded() ? 0 : 1;
             if (!traced.program.Succeeded()) {
                 Output(Recover());

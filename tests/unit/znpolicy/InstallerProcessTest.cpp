@@ -1,7 +1,10 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -101,4 +104,21 @@ TEST_F(InstallerProcessTest, AnInterruptEndsAllItsPrograms) {
     });
     EXPECT_EQ(PendingInterrupt(), SIGTERM);
     EXPECT_FALSE(result.succeeded);
+}
+
+TEST_F(InstallerProcessTest, AKilledInstallerTakesItsProgramsAlong) {
+    const std::string started = directory_ / "started";
+    const std::string hold = directory_ / "hold";
+    ASSERT_EQ(mkfifo(started.c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo(hold.c_str(), 0600), 0);
+    EXPECT_FALSE(Run([&]() -> bool {
+                     (void)system(
+                         ("(echo >" + started + "; read -r line <" + hold + ") &").c_str());
+                     ReadFile(started);
+                     raise(SIGKILL);
+                     return true;
+                 }).succeeded);
+    // Nobody reads any more.
+    EXPECT_LT(open(hold.c_str(), O_WRONLY | O_NONBLOCK), 0);
+    EXPECT_EQ(errno, ENXIO);
 }

@@ -44,6 +44,20 @@ class JournalTest : public testing::Test {
         WriteFile(In("new/directory/file"), "new");
     }
 
+    // Makes the journal as it is on another file system than the paths.
+    static void ReplaceLinksByCopies(const Journal& journal) {
+        for (const Journal::Entry& entry : journal.Entries()) {
+            if (!entry.copy.empty()) {
+                const std::string kept = journal.Directory() + "/" + entry.copy;
+                const auto time = fs::last_write_time(kept);
+                fs::rename(kept, kept + ".link");
+                fs::copy_file(kept + ".link", kept);
+                fs::remove(kept + ".link");
+                fs::last_write_time(kept, time);
+            }
+        }
+    }
+
     TemporaryDirectory directory_;
     std::string journal_ = directory_ / "journal";
     std::set<std::string> paths_ = {In("kept"), In("changed"), In("changed.bak"), In("link"),
@@ -115,6 +129,54 @@ TEST_F(JournalTest, KeepsChangedPathsOnlyAndAllThatIsInNewTrees) {
     EXPECT_EQ(Tree(), before);
 }
 
+TEST_F(JournalTest, KeepsFilesWhoseContentsAloneChanged) {
+    const auto before = Tree();
+    const auto time = fs::last_write_time(In("changed"));
+    Journal journal = Journal::Create(journal_, paths_, {}, nullptr);
+    fs::remove(In("changed"));
+    WriteFile(In("changed"), "new");
+    fs::last_write_time(In("changed"), time);
+    journal.KeepChanges();
+    ASSERT_NE(journal.Find(In("changed")), nullptr);
+    journal.RestoreAll();
+    EXPECT_EQ(Tree(), before);
+}
+
+// A copy beside the new file would need space.
+TEST_F(JournalTest, RenamesBackWhatWasOnlyRenamed) {
+    for (const bool hasBackup : {false, true}) {
+        const TemporaryDirectory directory;
+        const std::string path = directory / "file";
+        WriteFile(path, "old");
+        if (hasBackup) {
+            WriteFile(path + ".bak", "older");
+        }
+        const PathState before = PathState::Of(path);
+        const Journal journal =
+            Journal::Create(directory / "journal", {path, path + ".bak"}, {}, nullptr);
+        ReplaceLinksByCopies(journal);
+        fs::rename(path, path + ".bak");
+        WriteFile(path, "new");
+        journal.RestoreAll();
+        EXPECT_EQ(PathState::Of(path), before);
+        EXPECT_TRUE(IsSameFile(PathState::Of(path), before));
+        EXPECT_EQ(fs::exists(path + ".bak"), hasBackup);
+        EXPECT_TRUE(!hasBackup || ReadFile(path + ".bak") == "older");
+    }
+}
+
+TEST_F(JournalTest, RestoresAnOriginalThatWasChangedAfterItWasRenamed) {
+    const auto before = Tree();
+    const Journal journal = Journal::Create(journal_, paths_, {}, nullptr);
+    ReplaceLinksByCopies(journal);
+    const auto time = fs::last_write_time(In("changed"));
+    fs::rename(In("changed"), In("changed.bak"));
+    WriteFile(In("changed.bak"), "bad");
+    fs::last_write_time(In("changed.bak"), time);
+    journal.RestoreAll();
+    EXPECT_EQ(Tree(), before);
+}
+
 TEST_F(JournalTest, RestoresOnePathOnly) {
     const Journal journal = Journal::Create(journal_, paths_, {}, nullptr);
     ChangeEverything();
@@ -141,6 +203,11 @@ TEST_F(JournalTest, ExistsFromItsCompletionToItsRemoval) {
     DiscardJournal(journal_);
     EXPECT_FALSE(Journal::Exists(journal_));
     EXPECT_EQ(fs::directory_iterator(directory_.Path())->path(), directory_ / "tree");
+}
+
+TEST_F(JournalTest, IsNotTakenForAbsentWhenItCannotBeSeen) {
+    fs::create_symlink("journal", journal_);  // a loop
+    EXPECT_THROW(Journal::Exists(journal_), std::runtime_error);
 }
 
 TEST_F(JournalTest, ReplacesWhatAnInterruptedCreationLeft) {

@@ -41,11 +41,13 @@ TEST_F(PackagePlanTest, InstallsReplacesAndKeeps) {
 }
 
 TEST_F(PackagePlanTest, SaysWhichBackupsAreDeleted) {
-    WriteFile(test_.To() + "a", "1");
+    WriteFile(test_.To() + "a", "other");
     WriteFile(test_.To() + "a.bak", "older");
+    WriteFile(test_.To() + "b", "2");
+    WriteFile(test_.To() + "b.bak", "older");
     const PlannedPackage plan = Plan();
     EXPECT_TRUE(plan.files.at(0).dropsBackup);
-    EXPECT_FALSE(plan.files.at(1).dropsBackup);
+    EXPECT_FALSE(plan.files.at(1).dropsBackup) << "of an unchanged file";
 }
 
 TEST_F(PackagePlanTest, EndsWithTheFirstFileThatFails) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <stdexcept>
 
 #include "ChildProcess.h"
@@ -62,6 +63,14 @@ TEST(RunLock, IsHeldByAChildThatOutlivesItsParent) {
     EXPECT_THAT(LockInAnotherProcess(path), HasSubstr("is working"));
     WriteFile(directory / "hold", "");
     EXPECT_NO_THROW(RunLock(path, 60));
+}
+
+TEST(RunLock, DoesNotFollowALink) {
+    const TemporaryDirectory directory;
+    WriteFile(directory / "precious", "contents");
+    std::filesystem::create_symlink("precious", directory / "lock");
+    EXPECT_THROW(RunLock(directory / "lock", 0), std::runtime_error);
+    EXPECT_EQ(ReadFile(directory / "precious"), "contents");
 }
 
 TEST(RunLock, StopsWaitingWhenInterrupted) {

@@ -4,6 +4,7 @@
 #include "PackageError.h"
 #include "TestPackage.h"
 #include "UnpackedPackage.h"
+#include "ZipArchive.h"
 #include "ZnVcUpdate.h"
 
 namespace {
@@ -83,6 +84,16 @@ TEST_F(UnpackedPackageTest, FindsWhatWasNotUnpacked) {
     EXPECT_EQ(UnpackedPackage(test_.Zip()).FirstNotUnpacked(), "");
     WriteFile(test_.Unpacked() + "/Common/b", "3");
     EXPECT_EQ(UnpackedPackage(test_.Zip()).FirstNotUnpacked(), test_.Unpacked() + "/Common/b");
+}
+
+TEST_F(UnpackedPackageTest, PlansOnlyTheLastOfSeveralEntriesAtOnePath) {
+    WriteFile(test_.To() + "first", "1");
+    WriteFile(test_.To() + "second", "22");
+    WriteZip(test_.Zip(), {{"a", test_.To() + "first"}, {"./a", test_.To() + "second"}});
+    const PlannedUnpacking plan = UnpackedPackage(test_.Zip()).PlanUnpacking(test_.Zip());
+    ASSERT_EQ(plan.entries.size(), 1U);
+    EXPECT_EQ(plan.entries.at(0).size, 2U);
+    EXPECT_TRUE(plan.problems.empty());
 }
 
 TEST_F(UnpackedPackageTest, FindsLinkThatWasNotUnpacked) {

@@ -1,5 +1,6 @@
 // znpolicy package plan and install: the whole installation of one side.
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
@@ -17,6 +18,7 @@
 #include "InstallRun.h"
 #include "Interrupt.h"
 #include "Progress.h"
+#include "RunDirectory.h"
 #include "ScratchDirectory.h"
 #include "UpdateDescription.h"
 
@@ -67,7 +69,7 @@ void Plan(const InstallArguments& arguments, bool json) {
             CheckInstallation(arguments.root, arguments.Side(), records, arguments.ignoreMissing);
         ThrowIfInterrupted();
     }
-    PrintPlan(checked, json);
+    PrintPlan(checked, RunDirectory::HasJournal(arguments.root), json);
     if (!checked.problems.empty()) {
         Fail("the installation would fail", checked.problems, json);
     }
@@ -104,27 +106,46 @@ void Install(const InstallArguments& arguments, bool json) {
     // May wait for a terminal or pipe, where signals have to end the program.
     std::vector<ZnPackageInfo> records = ReadRecords(arguments);
     InterruptScope interrupts;
-    const ScratchDirectory scratch;
-    CaptureErrors(scratch);
+    RunReport report;
     bool isPrinted = false;
+    const auto printFailure = [&](const std::vector<std::string>& reasons) {
+        if (!isPrinted) {
+            PrintFailure(report, reasons, json);
+        }
+    };
     try {
-        RunInstallation(OptionsOf(arguments, std::move(records)), [&](const RunReport& report) {
+        const ScratchDirectory scratch;
+        CaptureErrors(scratch);
+        RunInstallation(OptionsOf(arguments, std::move(records)), report, [&] {
             isPrinted = true;
             PrintRun(report, json);
             RequireOutput();
         });
         interrupts.Complete();
     } catch (const RunFailed& failure) {
-        if (!isPrinted) {
-            PrintFailure(failure, json);
-        }
+        printFailure(failure.Reasons());
         Fail(failure.what(), failure.Reasons(), json);
-    } catch (const std::exception& error) {
-        if (json && !isPrinted) {
-            PrintFailure(RunFailed(error.what(), {}, {error.what()}), json);
+    } catch (const Interrupted& interrupted) {
+        report.plan = {};
+        printFailure({interrupted.what()});
+        if (report.recovered.empty()) {
+            throw;
         }
-        throw;
+        throw Interrupted(interrupted.Signal(), "only the interrupted run was rolled back");
+    } catch (const std::exception& error) {
+        report.plan = {};
+        printFailure({error.what()});
+        Fail(error.what(), {error.what()}, json);
     }
+}
+
+std::string IsNumberOfRuns(const std::string& value) {
+    constexpr int kMost = 1000;
+    int number = -1;
+    std::from_chars(value.data(), value.data() + value.size(), number);
+    return value == std::to_string(number) && number >= 0 && number <= kMost
+               ? ""
+               : "\"" + value + "\" is not a number from 0 to " + std::to_string(kMost);
 }
 
 void AddArguments(CLI::App& command, InstallArguments& arguments) {
@@ -158,6 +179,7 @@ void AddInstallCommands(CLI::App& package, Context& context) {
     AddWaitOption(*install, arguments->wait);
     install->add_option("--keep", arguments->keep, "How many runs to keep for rolling back")
         ->type_name("N")
+        ->check(IsNumberOfRuns)
         ->capture_default_str();
     AddJsonOption(*install, context);
     SetAction(*install, context, [=, &context] { Install(*arguments, context.json); });

@@ -42,10 +42,11 @@ Json Answer(const std::string& result, const RunReport& report,
             {"packages", Json::array()}};
 }
 
-void PrintPlanAsJson(const CheckedPlan& checked) {
+void PrintPlanAsJson(const CheckedPlan& checked, bool recovers) {
     RunReport report;
     report.plan = checked.plan;
     Json answer = Answer("plan", report, checked.problems);
+    answer["recovers"] = recovers;
     for (const PlannedPackage& package : checked.plan.packages) {
         Json entry = PackageToJson(package, package.reason);
         for (const PlannedFile& file : package.files) {
@@ -58,7 +59,12 @@ void PrintPlanAsJson(const CheckedPlan& checked) {
     PrintJson(answer);
 }
 
-void PrintPlanAsTable(const InstallPlan& plan) {
+void PrintPlanAsTable(const InstallPlan& plan, bool recovers) {
+    if (recovers) {
+        std::cout
+            << "a run was interrupted or is going on; install first restores the state before "
+               "an interrupted run, which may change this plan\n";
+    }
     for (const PlannedUnpacking& bundle : plan.bundles) {
         std::cout << "unpack the bundle " << Escaped(bundle.zip) << '\n';
     }
@@ -171,11 +177,11 @@ std::string ReasonFor(const PlannedPackage& package, const std::vector<std::stri
 
 }  // namespace
 
-void PrintPlan(const CheckedPlan& checked, bool json) {
+void PrintPlan(const CheckedPlan& checked, bool recovers, bool json) {
     if (json) {
-        PrintPlanAsJson(checked);
+        PrintPlanAsJson(checked, recovers);
     } else {
-        PrintPlanAsTable(checked.plan);
+        PrintPlanAsTable(checked.plan, recovers);
     }
 }
 
@@ -191,12 +197,11 @@ void PrintRun(const RunReport& report, bool json) {
     PrintResults(Answer(hasChanges ? "installed" : "unchanged", report, {}), report, results, json);
 }
 
-void PrintFailure(const RunFailed& failure, bool json) {
+void PrintFailure(const RunReport& report, const std::vector<std::string>& reasons, bool json) {
     std::vector<PackageResult> results;
-    for (const PlannedPackage& package : failure.Report().plan.packages) {
-        const std::string reason = ReasonFor(package, failure.Reasons());
+    for (const PlannedPackage& package : report.plan.packages) {
+        const std::string reason = ReasonFor(package, reasons);
         results.push_back({0, CountFiles(package, false), CountFiles(package, true), 0, reason});
     }
-    PrintResults(Answer("failed", failure.Report(), failure.Reasons()), failure.Report(), results,
-                 json);
+    PrintResults(Answer("failed", report, reasons), report, results, json);
 }

@@ -150,7 +150,8 @@ class Checker {
         }
     }
 
-    // The file itself, and what it replaces when that can only be kept by a copy.
+    // The file itself, and what it replaces when that can only be kept by a copy, which a rollback
+    // copies back.
     void NeedSpaceFor(const PlannedFile& file) {
         if (file.action == FileAction::kInstall || file.action == FileAction::kReplace) {
             space_.Add(file.destination, file.size);
@@ -161,6 +162,7 @@ class Checker {
             space_.Add(kept, 256);  // its line in the journal
             if (state.kind == PathState::Kind::kFile && !space_.IsOnSameFileSystem(path, kept)) {
                 space_.Add(kept, static_cast<uint64_t>(state.size));
+                space_.Add(path, static_cast<uint64_t>(state.size));
             }
         }
     }

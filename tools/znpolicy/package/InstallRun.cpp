@@ -47,7 +47,7 @@ class Run {
         }
     }
 
-    void Execute(const std::function<void(const RunReport&)>& print) {
+    void Execute(const std::function<void()>& print) {
         Journal journal = KeepPresentState();
         try {
             Install();
@@ -57,16 +57,16 @@ class Run {
             CountBackups(journal);
             Sync(journal);
             ThrowIfInterrupted();
-            print(report_);
+            print();
             Commit(journal);
         } catch (const RunFailed& failure) {
-            RollBack(journal, failure.what());
+            directory_.RollBack(journal, failure.what());
             throw;
         } catch (const Interrupted& interrupted) {
-            RollBack(journal, interrupted.what());
+            directory_.RollBack(journal, interrupted.what());
             throw;
         } catch (const std::exception& error) {
-            RollBack(journal, error.what());
+            directory_.RollBack(journal, error.what());
             Fail(error.what());
         }
     }
@@ -154,8 +154,7 @@ class Run {
     }
 
     [[noreturn]] void Fail(const std::string& reason) const {
-        throw RunFailed("the installation failed and was rolled back: " + reason, report_,
-                        {reason});
+        throw RunFailed("the installation failed and was rolled back: " + reason, {reason});
     }
 
     // Compares every destination with the plan.
@@ -227,9 +226,7 @@ class Run {
             }
             const Journal::Entry& before = *journal.Find(destination);
             if (Changes(*file) && before.before.kind != PathState::Kind::kAbsent) {
-                if (PathState::Of(backup) != before.before) {
-                    journal.RestoreAs(before, backup);
-                }
+                journal.RestoreAs(before, backup);
             } else {
                 journal.Restore(*journal.Find(backup));
             }
@@ -281,17 +278,6 @@ class Run {
         DiscardJournal(journal.Directory());
     }
 
-    void RollBack(const Journal& journal, const std::string& reason) const {
-        try {
-            journal.RestoreAll();
-            DiscardJournal(journal.Directory());
-        } catch (const std::runtime_error& error) {
-            throw std::runtime_error(reason + "; rolling back failed, too: " + error.what() +
-                                     "; correct this, then run: znpolicy package recover --root " +
-                                     options_.root);
-        }
-    }
-
     const RunOptions& options_;
     const RunDirectory& directory_;
     RunReport& report_;
@@ -299,30 +285,29 @@ class Run {
     std::string reason_;                                      // the first error of the library
 };
 
+// Plans the run. Returns everything that would make it fail.
+std::vector<std::string> Check(const RunOptions& options, RunReport& report) {
+    const Progress progress("checking", 0);
+    CheckedPlan checked =
+        CheckInstallation(options.root, options.side, options.records, options.ignoreMissing);
+    report.plan = std::move(checked.plan);
+    return std::move(checked.problems);
+}
+
 }  // namespace
 
-void RunInstallation(const RunOptions& options,
-                     const std::function<void(const RunReport&)>& print) {
+void RunInstallation(const RunOptions& options, RunReport& report,
+                     const std::function<void()>& print) {
     if (!fs::is_directory(options.root + "/Package")) {
         throw std::runtime_error(options.root + "/Package: no such directory");
     }
     const RunDirectory directory(options.root, options.waitSeconds);
-    RunReport report;
     report.recovered = directory.Recover();
     fs::create_directory(directory.ScratchPath());
     setenv("TMPDIR", directory.ScratchPath().c_str(), 1);  // a later run cleans up after a kill
-    CheckedPlan checked;
-    try {
-        const Progress progress("checking", 0);
-        checked =
-            CheckInstallation(options.root, options.side, options.records, options.ignoreMissing);
-    } catch (const std::runtime_error& error) {
-        throw RunFailed(error.what(), std::move(report), {error.what()});
-    }
-    report.plan = std::move(checked.plan);
-    if (!checked.problems.empty()) {
-        throw RunFailed("nothing was changed: the installation would fail", std::move(report),
-                        std::move(checked.problems));
+    std::vector<std::string> problems = Check(options, report);
+    if (!problems.empty()) {
+        throw RunFailed("nothing was changed: the installation would fail", std::move(problems));
     }
     Run(options, directory, report).Execute(print);
 }

@@ -5,6 +5,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "InstallCheck.h"
@@ -31,12 +32,8 @@ struct RunReport {
 // A run that changed nothing, or whose changes were rolled back.
 class RunFailed : public std::runtime_error {
    public:
-    RunFailed(const std::string& message, RunReport report, std::vector<std::string> reasons)
-        : std::runtime_error(message), report_(std::move(report)), reasons_(std::move(reasons)) {}
-
-    const RunReport& Report() const {
-        return report_;
-    }
+    RunFailed(const std::string& message, std::vector<std::string> reasons)
+        : std::runtime_error(message), reasons_(std::move(reasons)) {}
 
     // Why, each reason by itself.
     const std::vector<std::string>& Reasons() const {
@@ -44,13 +41,14 @@ class RunFailed : public std::runtime_error {
     }
 
    private:
-    RunReport report_;
     std::vector<std::string> reasons_;
 };
 
 // Rolls an interrupted run back, checks, keeps the present state, lets the library install,
-// verifies, and commits. `print` gets the result before it is committed: when it throws, as for any
-// other failure, everything is rolled back. Throws RunFailed when the run would fail or has failed,
-// Interrupted when a signal noted by the present InterruptScope stopped it, and std::runtime_error
-// for everything else; all is as it was before then.
-void RunInstallation(const RunOptions& options, const std::function<void(const RunReport&)>& print);
+// verifies, and commits. `report` gets what is found out, also by a run that fails. `print` is
+// called with it before the run is committed: when it throws, as for any other failure, everything
+// is rolled back. Throws RunFailed when the run would fail or has failed, Interrupted when a signal
+// noted by the present InterruptScope stopped it, and std::runtime_error for everything else; all
+// is as it was before then.
+void RunInstallation(const RunOptions& options, RunReport& report,
+                     const std::function<void()>& print);

@@ -134,11 +134,21 @@ void PassOn(pid_t child, const FileDescriptor& output, ErrorFinder& errors) {
     }
 }
 
-// Waits for the end of the child. Returns its status as waitpid gives it.
-int WaitFor(pid_t child) {
+// Waits for the end of the child. If it was killed, ends its programs, too, which would go on
+// writing. Returns its status as waitpid gives it.
+int WaitFor(pid_t child, const FileDescriptor& output) {
+    siginfo_t ended = {};
+    while (waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT) != 0) {
+        KillIfInterrupted(child);
+    }
+    if (ended.si_code != CLD_EXITED) {
+        kill(-child, SIGKILL);
+        std::array<char, 4096> ignored;
+        while (output.Read(ignored.data(), ignored.size()) > 0) {  // until all have ended
+        }
+    }
     int status = 0;
     while (waitpid(child, &status, 0) != child) {
-        KillIfInterrupted(child);
     }
     return status;
 }
@@ -180,7 +190,7 @@ InstallerResult RunInstaller(const std::function<bool()>& install, const RunLock
     const Progress progress("installing", 0);  // starts a thread, so not before fork()
     ErrorFinder errors;
     PassOn(child, output, errors);
-    const int status = WaitFor(child);
+    const int status = WaitFor(child, output);
     ReadRest(logFile, logSize, errors);
     InstallerResult result;
     result.succeeded = WIFEXITED(status) && WEXITSTATUS(status) == EXIT_SUCCESS;

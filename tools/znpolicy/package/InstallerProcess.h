@@ -18,7 +18,7 @@ struct InstallerResult {
 // `lock`, with all programs it starts, until the last of them has ended. What it writes to standard
 // error is passed on.
 //
-// A signal noted by the present InterruptScope ends the child and all its programs at once; the
-// caller checks for it. Throws std::runtime_error when no process can be started. The calling
-// process must have a single thread.
+// When the child is killed, its programs are ended, too. A signal noted by the present
+// InterruptScope ends the child and all its programs at once; the caller checks for it. Throws
+// std::runtime_error when no process can be started. The calling process must have a single thread.
 InstallerResult RunInstaller(const std::function<bool()>& install, const RunLock& lock);

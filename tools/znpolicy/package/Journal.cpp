@@ -117,6 +117,16 @@ Json RecordOf(const Json& description, const std::vector<Journal::Entry>& entrie
     return {{"description", description}, {"entries", list}};
 }
 
+// If `from` is now what was at `to`, renames it back. Returns whether it did; what cannot be
+// renamed is restored from its copy.
+bool RenameIfMoved(const Journal::Entry& from, const Journal::Entry& to) try {
+    return IsSameFile(PathState::Of(from.path), to.before) &&
+           !IsSameFile(PathState::Of(to.path), to.before) &&
+           std::rename(from.path.c_str(), to.path.c_str()) == 0;
+} catch (const std::runtime_error&) {
+    return false;
+}
+
 // What is in a new tree, each path by itself.
 void AddTree(const std::string& tree, std::vector<Journal::Entry>& entries) {
     for (const auto& below : fs::recursive_directory_iterator(tree)) {
@@ -216,7 +226,7 @@ Journal Journal::Open(const std::string& directory) try {
 }
 
 bool Journal::Exists(const std::string& directory) {
-    return access((directory + kRecordFile).c_str(), F_OK) == 0;
+    return !IsAbsent(directory + kRecordFile);
 }
 
 const Journal::Entry* Journal::Find(const std::string& path) const {
@@ -224,6 +234,10 @@ const Journal::Entry* Journal::Find(const std::string& path) const {
         entries_.begin(), entries_.end(), path,
         [](const Entry& entry, const std::string& wanted) { return entry.path < wanted; });
     return found != entries_.end() && found->path == path ? &*found : nullptr;
+}
+
+bool Journal::IsUnchanged(const Entry& entry) const {
+    return ::IsUnchanged(entry.path, entry.before, directory_ + "/" + entry.copy);
 }
 
 void Journal::Restore(const Entry& entry) const {
@@ -244,23 +258,35 @@ void Journal::RestoreAll() const {
         RemoveAbandonedFilesBeside(directory + "/", Cleanup::kAlways);
     }
     std::string failures;
-    const auto restore = [&](const Entry& entry) {
-        try {
-            Restore(entry);
-        } catch (const std::runtime_error& error) {  // fs::filesystem_error is one
-            failures += (failures.empty() ? "" : "; ") + std::string(error.what());
+    const auto restore = [&](PathState::Kind kind, auto entry, auto end) {
+        for (; entry != end; ++entry) {
+            try {
+                if (entry->before.kind == kind) {
+                    Restore(*entry);
+                }
+            } catch (const std::runtime_error& error) {  // fs::filesystem_error is one
+                failures += (failures.empty() ? "" : "; ") + std::string(error.what());
+            }
         }
     };
-    for (const Entry& entry : entries_) {
-        if (entry.before.kind == PathState::Kind::kDirectory) {
-            restore(entry);  // the files in it need it
-        }
-    }
-    std::for_each(entries_.rbegin(), entries_.rend(), restore);
+    restore(PathState::Kind::kDirectory, entries_.begin(), entries_.end());
+    RenameBack();
+    restore(PathState::Kind::kAbsent, entries_.rbegin(), entries_.rend());
+    restore(PathState::Kind::kFile, entries_.begin(), entries_.end());
+    restore(PathState::Kind::kLink, entries_.begin(), entries_.end());
     if (!failures.empty()) {
         throw std::runtime_error(failures);
     }
     SyncDirectories();
+}
+
+void Journal::RenameBack() const {
+    for (const Entry& entry : entries_) {
+        const Entry* const backup = Find(entry.path + ".bak");
+        if (backup != nullptr && !RenameIfMoved(*backup, entry)) {
+            RenameIfMoved(entry, *backup);
+        }
+    }
 }
 
 std::set<std::string> Journal::Directories() const {
@@ -283,15 +309,14 @@ void Journal::KeepChanges() {
     std::vector<Entry> changed;
     std::vector<std::string> dropped;
     for (const Entry& entry : entries_) {
-        const PathState now = PathState::Of(entry.path);
-        if (now == entry.before) {
+        if (IsUnchanged(entry)) {
             dropped.push_back(entry.copy);
             continue;
         }
         if (entry.isTree) {
             AddTree(entry.path, changed);
         }
-        changed.push_back({entry.path, entry.before, entry.copy, false, now});
+        changed.push_back({entry.path, entry.before, entry.copy, false, PathState::Of(entry.path)});
     }
     std::sort(changed.begin(), changed.end(),
               [](const Entry& a, const Entry& b) { return a.path < b.path; });

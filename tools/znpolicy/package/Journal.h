@@ -33,7 +33,8 @@ class Journal {
     // Opens the complete journal `directory`. Throws std::runtime_error when it cannot be read.
     static Journal Open(const std::string& directory);
 
-    // Whether there is a complete journal `directory`.
+    // Whether there is a complete journal `directory`. Throws std::runtime_error when that cannot
+    // be determined.
     static bool Exists(const std::string& directory);
 
     const std::string& Directory() const {
@@ -49,6 +50,10 @@ class Journal {
     // The entry of `path`; null when there is none.
     const Entry* Find(const std::string& path) const;
 
+    // Whether the path of an entry is as it was before. Throws std::runtime_error when that cannot
+    // be determined.
+    bool IsUnchanged(const Entry& entry) const;
+
     // Restores one path to its state before. Throws std::runtime_error on failure.
     void Restore(const Entry& entry) const;
 
@@ -56,9 +61,10 @@ class Journal {
     // failure.
     void RestoreAs(const Entry& entry, const std::string& path) const;
 
-    // Restores every path: directories that were there first, then children before the directories
-    // above them. Flushes the directories concerned to stable storage. Tries all paths before it
-    // throws std::runtime_error for those that failed.
+    // Restores every path. Directories that were there come first; then all that frees space:
+    // backups are renamed back, and what was absent is removed; then the rest. Children come before
+    // the directories above them. Flushes the directories concerned to stable storage. Tries all
+    // paths before it throws std::runtime_error for those that failed.
     void RestoreAll() const;
 
     // Makes the present state of all paths survive a power loss. Throws std::runtime_error on
@@ -78,6 +84,9 @@ class Journal {
     void MoveTo(const std::string& directory);
 
    private:
+    // Renames files back that were only renamed to ".bak", or from it, so that no copy is needed.
+    void RenameBack() const;
+
     // The directories of all paths.
     std::set<std::string> Directories() const;
 

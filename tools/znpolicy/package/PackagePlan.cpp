@@ -44,7 +44,7 @@ static void PlanFile(const std::optional<FileFacts>& source, const std::string& 
         Fail(file, problem);
         return;
     }
-    file.dropsBackup = target.hasBackup;
+    file.dropsBackup = target.hasBackup && !isSame;
     if (isSame) {
         file.action = FileAction::kUnchanged;
         target.hasBackup = false;

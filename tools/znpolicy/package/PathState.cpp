@@ -13,6 +13,7 @@
 #include "FileDescriptor.h"
 #include "SyncToDisk.h"
 #include "TemporaryFiles.h"
+#include "ZnCrypto.h"
 
 namespace {
 
@@ -90,22 +91,16 @@ void CopyFile(const std::string& from, const PathState& state, const std::string
     }
 }
 
-bool IsSameFile(const std::string& a, const std::string& b) {
-    struct stat first = {};
-    struct stat second = {};
-    return lstat(a.c_str(), &first) == 0 && lstat(b.c_str(), &second) == 0 &&
-           first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+bool IsUntouched(const PathState& now, const PathState& before) {
+    return IsSameFile(now, before) && IsSameTime(now.changed, before.changed);
 }
 
-bool IsUntouched(const PathState& now, const PathState& before) {
-    return now.kind == before.kind && now.device == before.device && now.inode == before.inode &&
-           IsSameTime(now.changed, before.changed);
+bool HaveSameContents(const std::string& a, const std::string& b) {
+    const std::string digest = ZnSha256::FileSha256Value(a);
+    return !digest.empty() && digest == ZnSha256::FileSha256Value(b);
 }
 
 void RestoreFile(const std::string& path, const PathState& state, const std::string& copy) {
-    if (IsSameFile(path, copy)) {
-        return;
-    }
     const std::string temporary = TemporaryNameBeside(path);
     KeepFile(copy, state, temporary);
     if (std::rename(temporary.c_str(), path.c_str()) != 0) {
@@ -181,11 +176,26 @@ bool PathState::operator==(const PathState& other) const {
             group == other.group && IsSameTime(modified, other.modified));
 }
 
+bool IsSameFile(const PathState& a, const PathState& b) {
+    return a.kind == b.kind && a.kind != PathState::Kind::kAbsent && a.device == b.device &&
+           a.inode == b.inode;
+}
+
+bool IsUnchanged(const std::string& path, const PathState& state, const std::string& copy) {
+    const PathState now = PathState::Of(path);
+    if (now != state || state.kind != PathState::Kind::kFile) {
+        return now == state;
+    }
+    return IsUntouched(now, state) || IsSameFile(now, PathState::Of(copy)) ||
+           HaveSameContents(path, copy);
+}
+
 void KeepFile(const std::string& path, const PathState& state, const std::string& copy) {
     if (link(path.c_str(), copy.c_str()) == 0) {
         return;
     }
-    if (errno != EXDEV && errno != EMLINK && errno != EPERM && errno != ENOTSUP) {
+    if (errno != EXDEV && errno != EMLINK && errno != EPERM && errno != ENOTSUP &&
+        errno != ENOSYS) {
         Fail("cannot keep", path);
     }
     CopyFile(path, state, copy);
@@ -200,7 +210,8 @@ void RestorePath(const std::string& path, const PathState& state, const std::str
             }
             return;
         case PathState::Kind::kFile:
-            if (!IsUntouched(now, state)) {
+            if (!IsSameFile(now, PathState::Of(copy)) &&
+                !(IsSameFile(now, state) && IsUnchanged(path, state, copy))) {
                 RestoreFile(path, state, copy);
             }
             return;

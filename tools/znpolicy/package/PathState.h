@@ -34,8 +34,17 @@ struct PathState {
     }
 };
 
-// Keeps the regular file `path`, whose state is `state`, as `copy`: by a hard link, or by a copy on
-// another file system, which is flushed to stable storage. Throws std::runtime_error on failure.
+// Whether two states are those of one file, wherever it is and however it was changed.
+bool IsSameFile(const PathState& a, const PathState& b);
+
+// Whether `path` has the state `state`; for a regular file, `copy` is what KeepFile kept. Compares
+// contents unless the file was certainly not touched. Throws std::runtime_error when a state cannot
+// be determined.
+bool IsUnchanged(const std::string& path, const PathState& state, const std::string& copy);
+
+// Keeps the regular file `path`, whose state is `state`, as `copy`: by a hard link, or by a copy
+// where no link can be made, which is flushed to stable storage. Throws std::runtime_error on
+// failure.
 void KeepFile(const std::string& path, const PathState& state, const std::string& copy);
 
 // Restores `path` to `state`; for a regular file, `copy` is what KeepFile kept, and stays. Replaces

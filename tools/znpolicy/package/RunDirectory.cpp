@@ -1,6 +1,7 @@
 #include "RunDirectory.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -8,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <stdexcept>
+#include <system_error>
 
 #include "SyncToDisk.h"
 
@@ -17,6 +19,19 @@ namespace {
 
 constexpr int kMaxRun = 1'000'000'000;
 
+// Refuses a directory that somebody else could have prepared: what is in it decides which files are
+// restored.
+void RequireOwn(const std::string& directory) {
+    const PathState state = PathState::Of(directory);
+    const bool isOwn = state.owner == geteuid() || state.owner == 0;
+    if (state.kind != PathState::Kind::kDirectory || !isOwn || (state.mode & 022U) != 0) {
+        throw std::runtime_error(directory +
+                                 " has to be a directory that belongs to this user or root and "
+                                 "that nobody else can write; check what is in it, then correct "
+                                 "its owner and mode, or remove it");
+    }
+}
+
 // The directory for the state of `root`, readable for its owner only: it keeps old files.
 std::string MakeStateDirectory(const std::string& root) {
     std::string path = root + "/.znpolicy";
@@ -24,6 +39,7 @@ std::string MakeStateDirectory(const std::string& root) {
         if (mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST) {
             throw std::runtime_error("cannot create " + directory + ": " + std::strerror(errno));
         }
+        RequireOwn(directory);
     }
     if (!SyncDirectoryToDisk(root) || !SyncDirectoryToDisk(path)) {
         throw std::runtime_error("cannot flush " + path + " to disk: " + std::strerror(errno));
@@ -51,25 +67,50 @@ bool RunDirectory::Exists(const std::string& root) {
     return fs::exists(root + "/.znpolicy");
 }
 
+bool RunDirectory::HasJournal(const std::string& root) {
+    std::error_code unknown;
+    return fs::exists(root + "/.znpolicy/journal/record", unknown);
+}
+
 RunDirectory::RunDirectory(const std::string& root, int waitSeconds)
-    : path_(MakeStateDirectory(root)), lock_(path_ + "/lock", waitSeconds) {}
+    : root_(root), path_(MakeStateDirectory(root)), lock_(path_ + "/lock", waitSeconds) {}
 
 std::vector<std::string> RunDirectory::Recover() const {
     std::vector<std::string> restored;
     fs::remove_all(ScratchPath());
     fs::remove_all(JournalPath() + ".incomplete");  // of a run that had changed nothing yet
+    RemoveAbandonedHistory();
     if (!Journal::Exists(JournalPath())) {
         return restored;
     }
     const Journal journal = Journal::Open(JournalPath());
     for (const Journal::Entry& entry : journal.Entries()) {
-        if (PathState::Of(entry.path) != entry.before) {
+        if (!journal.IsUnchanged(entry)) {
             restored.push_back(entry.path);
         }
     }
     journal.RestoreAll();
     DiscardJournal(JournalPath());
     return restored;
+}
+
+void RunDirectory::RollBack(const Journal& journal, const std::string& reason) const {
+    try {
+        journal.RestoreAll();
+        DiscardJournal(journal.Directory());
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(reason + "; rolling back failed, too: " + error.what() +
+                                 "; correct this, then run: znpolicy package recover --root " +
+                                 root_);
+    }
+}
+
+void RunDirectory::RemoveAbandonedHistory() const {
+    for (const auto& entry : fs::directory_iterator(path_ + "/history")) {
+        if (entry.path().extension() == ".incomplete") {
+            fs::remove_all(entry.path());
+        }
+    }
 }
 
 std::vector<int> RunDirectory::History() const {

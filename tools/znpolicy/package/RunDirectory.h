@@ -12,6 +12,9 @@ class RunDirectory {
     // The root directory with state that contains `path`; "" when there is none.
     static std::string RootAbove(const std::string& path);
 
+    // Whether a run in `root` was interrupted, or is going on, as far as this user can see.
+    static bool HasJournal(const std::string& root);
+
     // Whether there is any state in `root`. Throws std::runtime_error when that is no directory.
     static bool Exists(const std::string& root);
 
@@ -39,6 +42,10 @@ class RunDirectory {
     // when no run was interrupted. Throws std::runtime_error on failure; the journal stays then.
     std::vector<std::string> Recover() const;
 
+    // Restores what the present run changed, which failed for `reason`, and removes its journal.
+    // Throws std::runtime_error with the reason and a hint when that fails; the journal stays then.
+    void RollBack(const Journal& journal, const std::string& reason) const;
+
     // The numbers of the runs in the history, ascending.
     std::vector<int> History() const;
 
@@ -50,6 +57,10 @@ class RunDirectory {
     void AddToHistory(Journal& journal, size_t keep) const;
 
    private:
+    // Removes what a run that was killed while it removed an old entry of the history left.
+    void RemoveAbandonedHistory() const;
+
+    std::string root_;
     std::string path_;
     RunLock lock_;
 };

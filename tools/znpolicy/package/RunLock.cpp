@@ -32,7 +32,7 @@ std::string OwnerOf(const FileDescriptor& file) {
 }  // namespace
 
 RunLock::RunLock(const std::string& path, int waitSeconds)
-    : file_(FileDescriptor::Open(path.c_str(), O_RDWR | O_CREAT, 0600)) {
+    : file_(FileDescriptor::Open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW, 0600)) {
     if (!file_.IsOpen()) {
         throw std::runtime_error("cannot lock " + path + ": " + std::strerror(errno));
     }

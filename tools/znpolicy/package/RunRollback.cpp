@@ -70,11 +70,10 @@ std::vector<std::string> ChangesSince(const Journal& past) {
     std::vector<std::string> changes;
     for (const Journal::Entry& entry : past.Entries()) {
         const auto file = files.find(entry.path);
-        const PathState now = PathState::Of(entry.path);
-        const bool isAsAfter =
-            now == entry.after && (file == files.end() || ZnSha256::FileSha256Value(entry.path) ==
-                                                              file->second->at("sha256"));
-        if (destinations.count(entry.path) != 0 && !isAsAfter && now != entry.before) {
+        const bool isAsAfter = PathState::Of(entry.path) == entry.after &&
+                               (file == files.end() || ZnSha256::FileSha256Value(entry.path) ==
+                                                           file->second->at("sha256"));
+        if (destinations.count(entry.path) != 0 && !isAsAfter && !past.IsUnchanged(entry)) {
             changes.push_back(entry.path + " was changed after the run");
         }
         const std::string digest =
@@ -84,6 +83,17 @@ std::vector<std::string> ChangesSince(const Journal& past) {
         }
     }
     return changes;
+}
+
+// A directory that would stay in the place of a file that the run installed; "" when there is none.
+std::string DirectoryInPlaceOfFile(const Journal& past) {
+    for (const Journal::Entry& entry : past.Entries()) {
+        if (entry.after.kind == PathState::Kind::kFile &&
+            PathState::Of(entry.path).kind == PathState::Kind::kDirectory) {
+            return entry.path;
+        }
+    }
+    return "";
 }
 
 // The paths that restoring `past` may change.
@@ -103,12 +113,11 @@ void RestoreOrUndo(const RunDirectory& directory, const Journal& past,
         Journal::Create(directory.JournalPath(), PathsOf(past), {}, past.Description());
     try {
         past.RestoreAll();
+        ThrowIfInterrupted();  // not after the result is printed
         print();
-        ThrowIfInterrupted();
         DiscardJournal(present.Directory());
-    } catch (...) {
-        present.RestoreAll();
-        DiscardJournal(present.Directory());
+    } catch (const std::exception& error) {
+        directory.RollBack(present, error.what());
         throw;
     }
 }
@@ -143,11 +152,16 @@ void RollBackRun(const std::string& root, std::optional<int> run, bool force, in
     std::vector<std::string> restored = directory.Recover();
     const int number = FindRun(directory, root, run);
     Journal past = Journal::Open(directory.HistoryPath(number));
+    const std::string outcome =
+        restored.empty() ? "nothing was changed" : "only the interrupted run was rolled back";
+    const std::string directoryInPlace = DirectoryInPlaceOfFile(past);
+    if (!directoryInPlace.empty()) {
+        throw std::runtime_error(outcome + "; " + directoryInPlace +
+                                 " is now a directory; move it away first");
+    }
     const std::vector<std::string> changes = ChangesSince(past);
     if (!changes.empty() && !force) {
-        std::string message =
-            restored.empty() ? "nothing was changed" : "only the interrupted run was rolled back";
-        message += "; use --force to roll back all the same";
+        std::string message = outcome + "; use --force to roll back all the same";
         for (const std::string& change : changes) {
             message += "; " + change;
         }
@@ -161,7 +175,11 @@ void RollBackRun(const std::string& root, std::optional<int> run, bool force, in
     for (const Journal::Entry& entry : past.Entries()) {
         restored.push_back(entry.path);
     }
-    RestoreOrUndo(directory, past, [&] { print(restored); });
+    try {
+        RestoreOrUndo(directory, past, [&] { print(restored); });
+    } catch (const Interrupted& interrupted) {
+        throw Interrupted(interrupted.Signal(), outcome);
+    }
     interrupts.Complete();
     try {
         DiscardJournal(past.Directory());

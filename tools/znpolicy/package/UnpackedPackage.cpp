@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include "ManifestFormat.h"
 #include "PackageError.h"
@@ -93,17 +94,19 @@ PlannedUnpacking UnpackedPackage::PlanUnpacking(const std::string& zipPath) cons
     for (const ZipEntry& entry : archive_->Entries()) {
         std::string problem =
             entry.problem.empty() ? "" : zipPath + ": " + entry.name + ": " + entry.problem;
+        PlannedUnpacking::Entry planned = {entry.path, 0, ""};
         try {
             if (problem.empty() && entry.isLink && archive_->LinkTarget(entry).empty()) {
                 problem = zipPath + ": " + entry.name + ": the link has no usable target";
             } else if (problem.empty() && !entry.isDirectory) {
-                unpacking.entries.push_back(
-                    {entry.path, FactsOf(entry).size, FactsOf(entry).digest});
-            } else {
-                unpacking.entries.push_back({entry.path, 0, ""});
+                planned.size = FactsOf(entry).size;
+                planned.digest = FactsOf(entry).digest;
             }
         } catch (const PackageError& error) {
             problem = error.what();
+        }
+        if (!IsOverwritten(entry)) {
+            unpacking.entries.push_back(std::move(planned));
         }
         if (!problem.empty()) {
             unpacking.problems.push_back(problem);
@@ -124,12 +127,15 @@ bool UnpackedPackage::Extract(const std::string& name, const std::string& path) 
 std::string UnpackedPackage::FirstNotUnpacked() const {
     for (const ZipEntry& entry : archive_->Entries()) {
         std::string path = unpackedPath_ + "/" + entry.path;
-        const bool isOverwritten = archive_->Find(entry.path) != &entry;
-        if (!isOverwritten && !IsUnpacked(entry, path)) {
+        if (!IsOverwritten(entry) && !IsUnpacked(entry, path)) {
             return path;
         }
     }
     return "";
+}
+
+bool UnpackedPackage::IsOverwritten(const ZipEntry& entry) const {
+    return archive_->Find(entry.path) != &entry;
 }
 
 bool UnpackedPackage::IsUnpacked(const ZipEntry& entry, const std::string& path) const {

@@ -71,6 +71,9 @@ class UnpackedPackage {
 
     UnpackedPackage() = default;
 
+    // Whether a later entry of the zip has the same path.
+    bool IsOverwritten(const ZipEntry& entry) const;
+
     // Whether the entry has been unpacked to `path`.
     bool IsUnpacked(const ZipEntry& entry, const std::string& path) const;
 

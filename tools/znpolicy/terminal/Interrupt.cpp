@@ -1,11 +1,16 @@
 #include "Interrupt.h"
 
+#include <array>
 #include <atomic>
 #include <csignal>
+#include <cstddef>
 
 namespace {
 
-constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr std::array<int, 4> kSignals = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
+
+// What the signals did before the first InterruptScope.
+std::array<struct sigaction, kSignals.size()> g_previous;
 
 // Several threads may read it.
 std::atomic<int> g_pending = 0;
@@ -16,13 +21,16 @@ void Note(int signal) {
     g_pending.compare_exchange_strong(none, signal);
 }
 
-// Installs a handler for all signals. Without SA_RESTART, a signal ends a blocking poll().
-void Handle(void (*handler)(int)) {
-    struct sigaction action = {};
+void Handle(int signal, void (*handler)(int)) {
+    struct sigaction action = {};  // without SA_RESTART, so that a signal ends a blocking poll()
     action.sa_handler = handler;
     sigemptyset(&action.sa_mask);
-    for (const int signal : kSignals) {
-        sigaction(signal, &action, nullptr);
+    sigaction(signal, &action, nullptr);
+}
+
+void RestorePrevious() {
+    for (size_t i = 0; i < kSignals.size(); ++i) {
+        sigaction(kSignals[i], &g_previous[i], nullptr);
     }
 }
 
@@ -30,20 +38,25 @@ void Handle(void (*handler)(int)) {
 
 InterruptScope::InterruptScope() {
     g_pending = 0;
-    Handle(Note);
-    std::signal(SIGPIPE, SIG_IGN);
+    for (size_t i = 0; i < kSignals.size(); ++i) {
+        sigaction(kSignals[i], nullptr, &g_previous[i]);
+        if (g_previous[i].sa_handler != SIG_IGN) {  // nohup ignores SIGHUP
+            Handle(kSignals[i], kSignals[i] == SIGPIPE ? SIG_IGN : Note);
+        }
+    }
 }
 
 InterruptScope::~InterruptScope() {
     if (!isComplete_) {
         g_pending = 0;
-        Handle(SIG_DFL);
-        std::signal(SIGPIPE, SIG_DFL);
+        RestorePrevious();
     }
 }
 
 void InterruptScope::Complete() {
-    Handle(SIG_IGN);
+    for (const int signal : kSignals) {
+        Handle(signal, SIG_IGN);
+    }
     isComplete_ = true;
 }
 
@@ -58,6 +71,5 @@ void ThrowIfInterrupted() {
 }
 
 void ResetInterruptHandlers() {
-    Handle(SIG_DFL);
-    std::signal(SIGPIPE, SIG_DFL);
+    RestorePrevious();
 }

@@ -27,7 +27,7 @@ class Interrupted : public std::exception {
 };
 
 // While an object lives, the signals do not end the process but are noted, and a reader that went
-// away is an error of the write instead of a signal.
+// away is an error of the write instead of a signal. Signals that the process ignores stay ignored.
 class InterruptScope {
    public:
     InterruptScope();
@@ -49,5 +49,5 @@ int PendingInterrupt();
 // Throws Interrupted when a signal has been noted.
 void ThrowIfInterrupted();
 
-// In a child process: gives the signals their default action again.
+// In a child process: lets the signals do what they did before the InterruptScope.
 void ResetInterruptHandlers();
