@@ -53,8 +53,8 @@ TEST_F(AuthorCommands, CheckContinuesAfterUnreadableZip) {
     const std::string missing = directory_ / "missing.zip";
     const ProcessResult result = Run({"package", "check", missing, good});
     EXPECT_EQ(result.exitCode, kFailed);
-    EXPECT_EQ(result.out, missing + ": error: No such file\n" + good +
-                              ": 2 files for platform \"Model-A\"\n");
+    EXPECT_EQ(result.out,
+              missing + ": error: No such file\n" + good + ": 2 files for platform \"Model-A\"\n");
     const ProcessResult inJson = Run({"package", "check", good, missing, good, "--json"});
     EXPECT_EQ(inJson.exitCode, kFailed);
     const Json reports = Json::parse(inJson.out);
