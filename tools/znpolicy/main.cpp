@@ -1,4 +1,4 @@
-// znpolicy: publishes policies, shows what sessions make of them, handles plugin packages.
+// znpolicy: publishes policies, shows what sessions make of them, and handles plugin packages.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -20,13 +20,8 @@ namespace {
 constexpr int kWrongUsage = 2;  // an exit status
 
 void PrintUsageError(bool json, const UsageError& problem) {
-    std::string message = problem.message;
-    Json details = Json::object();
-    if (!problem.suggestion.empty()) {
-        message += "; did you mean \"" + problem.suggestion + "\"?";
-        details["suggestion"] = problem.suggestion;
-    }
-    PrintError(json, "usage", message, details);
+    const CommandError error = WithSuggestion(problem.message, problem.suggestion);
+    PrintError(json, "usage", error.what(), error.Details());
     if (!json) {
         std::cerr << "Run \"" << problem.help << "\" for more information.\n";
     }
@@ -40,7 +35,7 @@ int RunCommandLine(int argc, char** argv, bool json, Context& context) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0) {
+        if (error.get_exit_code() == 0 && app.remaining(true).empty()) {
             return app.exit(error);  // prints the help or the version
         }
         options.ApplyColor();

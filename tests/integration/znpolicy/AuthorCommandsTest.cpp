@@ -48,6 +48,38 @@ TEST_F(AuthorCommands, CheckAcceptsSeveralPackages) {
     EXPECT_EQ(reports.at(1).at("files"), 2);
 }
 
+TEST_F(AuthorCommands, CheckContinuesAfterUnreadableZip) {
+    const std::string good = AddPackage();
+    const std::string missing = directory_ / "missing.zip";
+    const ProcessResult result = Run({"package", "check", missing, good});
+    EXPECT_EQ(result.exitCode, kFailed);
+    EXPECT_EQ(result.out,
+              missing + ": error: No such file\n" + good + ": 2 files for platform \"Model-A\"\n");
+    const ProcessResult inJson = Run({"package", "check", good, missing, good, "--json"});
+    EXPECT_EQ(inJson.exitCode, kFailed);
+    const Json reports = Json::parse(inJson.out);
+    ASSERT_EQ(reports.size(), 3U);
+    EXPECT_EQ(reports[1].at("zip"), missing);
+    EXPECT_EQ(reports[1].at("errors"), Json::array({"No such file"}));
+    EXPECT_EQ(reports[2].at("files"), 2);
+}
+
+TEST_F(AuthorCommands, CheckCountsOneFile) {
+    const std::string zip =
+        AddZip("P_Server.zip", {{"FileList.ini",
+                                 "[Package_Intall_Type]\nPackageIntallType=Model-A\n[Model-A]\n"
+                                 "p=/opt/\n[p]\nf=a.so\n"},
+                                {"Common/a.so", "a"}});
+    EXPECT_EQ(Output({"package", "check", zip}), zip + ": 1 file for platform \"Model-A\"\n");
+}
+
+TEST_F(AuthorCommands, CheckNamesAllRefusedPackages) {
+    const std::string one = directory_ / "one.zip";
+    const std::string two = directory_ / "two.zip";
+    EXPECT_EQ(Run({"package", "check", one, two}).err,
+              "znpolicy: " + one + ", " + two + ": the installer would refuse these packages\n");
+}
+
 TEST_F(AuthorCommands, CheckReportsErrors) {
     const std::string type = "[Package_Intall_Type]\nPackageIntallType=Model-A\n";
     const struct {

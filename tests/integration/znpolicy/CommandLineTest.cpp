@@ -55,6 +55,28 @@ TEST_F(CommandLine, SuggestsNearestItem) {
                 HasSubstr("did you mean \"PolicyName\"?"));
 }
 
+TEST_F(CommandLine, SuggestionsAreInJsonErrors) {
+    Publish("5", "<Policy><PolicyName>p</PolicyName></Policy>");
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+             {"policy", "items", "PolicyNme", "--json"},
+             {"policy", "show", "5", "PolicyNme", "--json"},
+             {"policy", "show", "5", "5", "--item", "PolicyNme", "--json"}}) {
+        const ProcessResult result = Run(arguments);
+        EXPECT_EQ(result.exitCode, kFailed);
+        EXPECT_EQ(LastLine(result.err).at("error").at("suggestion"), "PolicyName") << result;
+    }
+}
+
+TEST_F(CommandLine, HelpOfUnknownCommandIsWrongUsage) {
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+             {"polciy", "--help"}, {"policy", "explain", "--help"}, {"polciy", "--version"}}) {
+        const ProcessResult result = RunZnpolicy(arguments);
+        EXPECT_EQ(result.exitCode, kWrongUsage) << result;
+        EXPECT_EQ(result.out, "");
+        EXPECT_THAT(result.err, StartsWith("znpolicy: unknown command"));
+    }
+}
+
 TEST_F(CommandLine, ErrorsAreJsonOnRequest) {
     const struct {
         std::vector<std::string> arguments;

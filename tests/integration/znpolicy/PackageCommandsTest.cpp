@@ -64,6 +64,14 @@ TEST_F(PackageCommands, UnzipReportsUnreadableZip) {
                 HasSubstr("missing.zip: No such file"));
 }
 
+TEST_F(PackageCommands, UnzipContinuesAfterUnreadableZip) {
+    const std::string zip = AddPackage();
+    const std::string missing = directory_ / "missing.zip";
+    EXPECT_EQ(Failure({"package", "unzip", missing, zip}),
+              "znpolicy: " + missing + ": No such file\n");
+    EXPECT_EQ(ReadFile(packages_ + "P_1.0_Server/Common/a.so"), "contents of a");
+}
+
 // The library does not look at what became of unzip.
 TEST_F(PackageCommands, UnzipReportsEncryptedFilesWithoutAsking) {
     const std::string zip = packages_ + "P_Server.zip";

@@ -22,6 +22,23 @@ TEST_F(PolicyShowCommand, ReportsMissingItem) {
     EXPECT_EQ(Failure({"policy", "show", "5", "B"}), "znpolicy: policy 5 has no item \"B\"\n");
 }
 
+TEST_F(PolicyShowCommand, SuggestsNearestItemOfThePolicy) {
+    Publish("5", "<Policy><Group><Value>1</Value></Group></Policy>");
+    for (const std::vector<std::string>& arguments :
+         std::vector<std::vector<std::string>>{{"policy", "show", "5", "Group/Valu"},
+                                               {"policy", "show", "5", "--item", "Group/Valu"}}) {
+        EXPECT_EQ(Failure(arguments),
+                  "znpolicy: policy 5 has no item \"Group/Valu\"; did you mean \"Group/Value\"?\n");
+    }
+}
+
+TEST_F(PolicyShowCommand, PrintsNoTableWhereNoPolicyCanBeShown) {
+    Publish("5", "<Policy><A>1</A></Policy>");
+    const ProcessResult result = Run({"policy", "show", "99", "98"});
+    EXPECT_EQ(result.exitCode, kFailed);
+    EXPECT_EQ(result.out, "");
+}
+
 TEST_F(PolicyShowCommand, ReportsDamagedPolicy) {
     WriteFile(store_ + "/5.cdb", "damaged");
     EXPECT_EQ(Failure({"policy", "show", "5"}),

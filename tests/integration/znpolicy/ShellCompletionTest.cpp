@@ -21,6 +21,8 @@ class ShellCompletion : public CommandTest {
         WriteFile(directory_ / "some file.xml", "<Policy/>");
         WriteFile(directory_ / "directory/file", "");
         Publish("1001", "<Policy/>");
+        RunZnpolicy({"--store", directory_ / "other", "policy", "publish", "-56", "-"},
+                    Input("<Policy/>"));
         for (const std::string shell : {"bash", "zsh", "fish"}) {
             WriteFile(directory_ / shell, Output({"completion", shell}));
         }
@@ -119,6 +121,7 @@ TEST_F(ShellCompletion, Bash) {
     EXPECT_THAT(Bash("znpolicy --color = al"), ElementsAre("always"));
     EXPECT_THAT(Bash("znpolicy session ''"), ElementsAre("1001"));
     EXPECT_THAT(Bash("znpolicy policy items PolicyN"), ElementsAre("PolicyName"));
+    EXPECT_THAT(Bash("znpolicy policy show 1001 PolicyN"), ElementsAre("PolicyName"));
 }
 
 TEST_F(ShellCompletion, BashOnTerminal) {
@@ -127,6 +130,10 @@ TEST_F(ShellCompletion, BashOnTerminal) {
     }
     EXPECT_THAT(BashArguments("znpolicy poli\tpu\t"), ElementsAre("policy", "publish"));
     EXPECT_THAT(BashArguments("znpolicy --color=al\t"), ElementsAre("--color=always"));
+    EXPECT_THAT(BashArguments("znpolicy policy show --store ~/other -5\t"),
+                ElementsAre("policy", "show", "--store", directory_ / "other", "-56"));
+    EXPECT_THAT(BashArguments("znpolicy --store \"other\" session -\t5\t"),
+                ElementsAre("--store", "other", "session", "-56"));
     EXPECT_THAT(BashArguments("znpolicy policy publish 5 some\t"),
                 ElementsAre("policy", "publish", "5", "some file.xml"));
     EXPECT_THAT(BashArguments("znpolicy --store dir\t"), ElementsAre("--store", "directory/"));
@@ -141,6 +148,8 @@ TEST_F(ShellCompletion, Zsh) {
     EXPECT_THAT(Zsh("znpolicy --color al\\t"), ElementsAre("znpolicy --color always "));
     EXPECT_THAT(Zsh("znpolicy --color=al\\t"), ElementsAre("znpolicy --color=always "));
     EXPECT_THAT(Zsh("znpolicy session \\t"), ElementsAre("znpolicy session 1001 "));
+    EXPECT_THAT(Zsh("znpolicy --store ~/other policy show -5\\t"),
+                ElementsAre("znpolicy --store ~/other policy show -56 "));
     EXPECT_THAT(Zsh("znpolicy policy items PolicyN\\t"),
                 ElementsAre("znpolicy policy items PolicyName "));
     EXPECT_THAT(Zsh("znpolicy policy publish 5 some\\t"),
@@ -160,6 +169,7 @@ TEST_F(ShellCompletion, Fish) {
     EXPECT_THAT(Fish("znpolicy --color "), UnorderedElementsAre("auto", "always", "never"));
     EXPECT_THAT(Fish("znpolicy --color=al"), ElementsAre("--color=always"));
     EXPECT_THAT(Fish("znpolicy session "), ElementsAre("1001"));
+    EXPECT_THAT(Fish("znpolicy --store ~/other policy show -5"), ElementsAre("-56"));
     EXPECT_THAT(Fish("znpolicy policy items PolicyN"), ElementsAre("PolicyName"));
     EXPECT_THAT(Fish("znpolicy policy publish 5 some"), ElementsAre("some file.xml"));
     EXPECT_THAT(Fish("znpolicy package install --update=some"),

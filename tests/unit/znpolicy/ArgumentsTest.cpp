@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Arguments.h"
+#include "CommandError.h"
 #include "PolicyStore.h"
 
 TEST(Arguments, IsIdAcceptsCanonicalDecimalIntegers) {
@@ -56,6 +57,34 @@ TEST(Arguments, ForEachIdReportsStoreErrorsAndContinues) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "znpolicy: no\\n6\n");
     EXPECT_EQ(called, (std::vector<int>{5, 6, 7}));
     EXPECT_EQ(context.status, 1);
+}
+
+TEST(Arguments, ForEachIdReportsDetails) {
+    Context context;
+    context.json = true;
+    testing::internal::CaptureStderr();
+    ForEachId({5}, context, [](int) { throw CommandError("no", {{"suggestion", "a"}}); });
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "{\"error\":{\"code\":\"failed\",\"message\":\"no\",\"suggestion\":\"a\"}}\n");
+    EXPECT_EQ(context.status, 1);
+}
+
+TEST(Arguments, SecondsToWaitAreNotNegative) {
+    CLI::App app;
+    int seconds = 0;
+    AddWaitOption(app, seconds);
+    app.parse("--wait 7");
+    EXPECT_EQ(seconds, 7);
+    for (const std::string wrong : {"--wait=-1", "--wait x"}) {
+        try {
+            app.parse(wrong);
+            ADD_FAILURE() << wrong;
+        } catch (const CLI::ValidationError& error) {
+            EXPECT_NE(std::string(error.what()).find("not in range 0 to 2147483647"),
+                      std::string::npos)
+                << error.what();
+        }
+    }
 }
 
 TEST(Arguments, ForEachIdLeavesStatusOfSuccess) {

@@ -11,6 +11,7 @@ bool Asks(const std::vector<const char*>& arguments) {
 TEST(CommandError, FindsJsonOptionBeforeArguments) {
     EXPECT_TRUE(Asks({"znpolicy", "policy", "list", "--json"}));
     EXPECT_TRUE(Asks({"znpolicy", "--json", "--", "x"}));
+    EXPECT_TRUE(Asks({"znpolicy", "policy", "list", "--json=true"}));
     EXPECT_FALSE(Asks({"znpolicy", "vc", "parse", "--", "--json"}));
     EXPECT_FALSE(Asks({"znpolicy", "--jsonx"}));
     EXPECT_FALSE(Asks({}));
@@ -33,6 +34,14 @@ TEST(CommandError, KeepsDetails) {
     const CommandError error("message", {{"reasons", {"a"}}});
     EXPECT_STREQ(error.what(), "message");
     EXPECT_EQ(error.Details(), Json::parse(R"({"reasons": ["a"]})"));
+}
+
+TEST(CommandError, AsksWhetherSuggestionWasMeant) {
+    const CommandError error = WithSuggestion("no item \"a\"", "b");
+    EXPECT_STREQ(error.what(), "no item \"a\"; did you mean \"b\"?");
+    EXPECT_EQ(error.Details(), Json::parse(R"({"suggestion": "b"})"));
+    EXPECT_STREQ(WithSuggestion("message", "").what(), "message");
+    EXPECT_EQ(WithSuggestion("message", "").Details(), Json::object());
 }
 
 }  // namespace

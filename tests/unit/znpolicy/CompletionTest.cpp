@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <fstream>
 
 #include "CommandLineTest.h"
@@ -13,6 +14,7 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::IsSupersetOf;
 using testing::Not;
 using testing::SizeIs;
 using Words = std::vector<std::string>;
@@ -88,8 +90,44 @@ TEST_F(Completions, CompletesPublishedIds) {
                 ElementsAre("1002"));
 }
 
+TEST_F(Completions, CompletesNegativeIds) {
+    const std::string path = directory_ / "store";
+    for (const int id : {-56, -5, 5}) {
+        PolicyStore(path).Publish(id, "<Policy/>", "test");
+    }
+    EXPECT_THAT(Candidates({"--store", path, "policy", "show", "-"}),
+                IsSupersetOf({"-56", "-5", "--json"}));
+    EXPECT_THAT(Candidates({"--store", path, "policy", "show", "-5"}), ElementsAre("-56", "-5"));
+    EXPECT_THAT(Candidates({"--store", path, "session", "-5"}), ElementsAre("-56", "-5"));
+    EXPECT_THAT(Candidates({"--store", path, "policy", "list", "-5"}), IsEmpty());
+}
+
+TEST_F(Completions, CompletesItemAfterIds) {
+    EXPECT_THAT(Candidates({"policy", "show", "1001", "AutoConnectI"}),
+                ElementsAre("AutoConnectInterval"));
+    EXPECT_THAT(Candidates({"policy", "show", "1001", "-5", "AutoConnectI"}),
+                ElementsAre("AutoConnectInterval"));
+    EXPECT_THAT(Candidates({"policy", "show", "AutoConnectI"}), IsEmpty());
+    EXPECT_THAT(Candidates({"policy", "remove", "1001", "AutoConnectI"}), IsEmpty());
+}
+
+// Shells pass words as they were typed.
+TEST_F(Completions, ReadsStorePathAsShellsDo) {
+    PolicyStore(directory_ / "store").Publish(1001, "<Policy/>", "test");
+    setenv("HOME", directory_.Path().c_str(), 1);
+    for (const std::string& path : {std::string("~/store"), "\"" + directory_ / "store" + "\"",
+                                    "'" + directory_ / "store'"}) {
+        EXPECT_THAT(Candidates({"--store", path, "session", ""}), ElementsAre("1001")) << path;
+        EXPECT_THAT(Candidates({"--store=" + path, "session", ""}), ElementsAre("1001")) << path;
+    }
+    unsetenv("HOME");
+    EXPECT_THAT(Candidates({"--store", "~/store", "session", ""}), IsEmpty());
+}
+
 TEST_F(Completions, UnreadableStoreGivesNoIds) {
     std::ofstream(directory_ / "file") << "no directory";
+    EXPECT_THAT(Candidates({"--store", directory_ / "file", "session", "--js"}),
+                ElementsAre("--json"));
     EXPECT_THAT(Candidates({"--store", directory_ / "file", "session", ""}), IsEmpty());
 }
 

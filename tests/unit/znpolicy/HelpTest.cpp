@@ -8,6 +8,7 @@
 
 namespace {
 
+using testing::AnyOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -65,12 +66,25 @@ TEST_F(Help, FitsTheTerminalBetweenWords) {
     });
 }
 
+TEST_F(Help, EveryLineOfACommentHasItsMark) {
+    const std::string help = HelpOf(app_, 30);
+    const size_t begin = help.find("\nExamples:\n");
+    std::istringstream examples(help.substr(begin, help.find("\n\n", begin + 1) - begin));
+    bool isContinued = false;  // the line before ended with a backslash
+    for (std::string line; std::getline(examples, line);) {
+        if (line.rfind("  ", 0) == 0 && !isContinued) {
+            EXPECT_THAT(line, AnyOf(StartsWith("  # "), StartsWith("  znpolicy")));
+        }
+        isContinued = !line.empty() && line.back() == '\\';
+    }
+}
+
 TEST_F(Help, WordsStayWholeInNarrowTerminals) {
     const auto words = [](const std::string& text) {
         std::istringstream stream(text);
         std::vector<std::string> list;
         for (std::string word; stream >> word;) {
-            if (word != "\\") {
+            if (word != "\\" && word != "#") {
                 list.push_back(word);
             }
         }

@@ -3,6 +3,8 @@
 #include <set>
 #include <sstream>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "CommandLineTest.h"
 #include "Help.h"
@@ -25,6 +27,21 @@ class ManPages : public CommandLineTest {
             }
         }
         return labels;
+    }
+
+    // The lines between a subsection's title and the next title.
+    static std::string SubsectionOf(const std::string& page, const std::string& title) {
+        std::string text;
+        bool isInside = false;
+        std::istringstream lines(page);
+        for (std::string line; std::getline(lines, line);) {
+            if (line.rfind(".S", 0) == 0) {
+                isInside = Plain(line) == ".SS \"" + title + "\"";
+            } else if (isInside) {
+                text += line + '\n';
+            }
+        }
+        return text;
     }
 
     static std::string Plain(const std::string& roff) {
@@ -77,6 +94,25 @@ TEST_F(ManPages, HaveTheEntriesOfHelpAndNoOthers) {
         AddHelp(labels, *group, true);
         Add(labels, DescribeGlobalOptions(app_));
         EXPECT_EQ(LabelsOf(ManPage(app_, "znpolicy-" + group->get_name())), labels);
+    }
+}
+
+TEST_F(ManPages, HaveTheEntriesOfEachCommandInItsSubsection) {
+    for (const CLI::App* group : CommandsOf(app_)) {
+        const std::string page = ManPage(app_, "znpolicy-" + group->get_name());
+        std::vector<const CLI::App*> commands = CommandsOf(*group);
+        commands.push_back(group);
+        for (const CLI::App* command : commands) {
+            std::set<std::string> labels;
+            Add(labels, DescribeArguments(*command));
+            Add(labels, DescribeOptions(*command));
+            const std::vector<HelpEntry>& statuses = ExitStatuses(CommandPath(*command));
+            if (&statuses != &ExitStatuses()) {
+                Add(labels, statuses);
+            }
+            EXPECT_EQ(LabelsOf(SubsectionOf(page, UsageOf(*command))), labels)
+                << CommandPath(*command);
+        }
     }
 }
 

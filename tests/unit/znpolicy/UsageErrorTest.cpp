@@ -39,6 +39,61 @@ TEST_F(UsageErrors, NamesUnknownWordAndNearestName) {
     }
 }
 
+TEST_F(UsageErrors, NeverSuggestsTheWordItself) {
+    const struct {
+        std::string commandLine;
+        std::string message;
+    } cases[] = {
+        {"policy --json list", "option \"--json\" must follow the command \"policy list\""},
+        {"--explain session 1001", "option \"--explain\" must follow the command \"session\""},
+        {"--root=x package history --root y",
+         "option \"--root\" must follow the command \"package history\""},
+        {"policy -- list", "\"list\" after \"--\" is not a command"},
+    };
+    for (const auto& c : cases) {
+        const UsageError problem = Describe(c.commandLine);
+        EXPECT_EQ(problem.message, c.message);
+        EXPECT_EQ(problem.suggestion, "");
+    }
+}
+
+TEST_F(UsageErrors, NamesOptionsToChooseFrom) {
+    EXPECT_EQ(Describe("policy check").message, "give either FILE or --id");
+    EXPECT_EQ(Describe("policy check --id 5 x").message, "give either FILE or --id");
+    EXPECT_EQ(Describe("package rollback").message, "give either PACKAGE or --root");
+}
+
+TEST_F(UsageErrors, SaysHowManyValuesAnOptionTakes) {
+    EXPECT_EQ(Describe("--store a --store b policy list").message,
+              "--store is given more than once");
+    EXPECT_EQ(Describe("policy list --store").message, "--store needs a value");
+    EXPECT_EQ(Describe("policy list --store a --store").message, "--store needs a value");
+    EXPECT_EQ(Describe("policy list --json=false").message, "--json takes no value");
+}
+
+TEST_F(UsageErrors, SuggestsNearestValue) {
+    const struct {
+        std::string commandLine;
+        std::string message;
+        std::string suggestion;
+    } cases[] = {
+        {"--color=alwys policy list", "--color: \"alwys\" is not one of auto, always, never",
+         "always"},
+        {"completion bsh", "SHELL: \"bsh\" is not one of bash, zsh, fish", "bash"},
+    };
+    for (const auto& c : cases) {
+        const UsageError problem = Describe(c.commandLine);
+        EXPECT_EQ(problem.message, c.message);
+        EXPECT_EQ(problem.suggestion, c.suggestion);
+    }
+}
+
+TEST_F(UsageErrors, FindsUnknownWordsInRequestsForHelp) {
+    const UsageError problem = Describe("polciy --help");
+    EXPECT_EQ(problem.message, "unknown command \"polciy\"");
+    EXPECT_EQ(problem.suggestion, "policy");
+}
+
 TEST_F(UsageErrors, ListsCommandsWhereOneIsMissing) {
     EXPECT_EQ(Describe("vc").message, "a command is missing; there are: parse");
     EXPECT_EQ(Describe("").message.find("a command is missing; there are: policy, session"), 0U);

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <iostream>
+#include <limits>
 #include <stdexcept>
 #include <utility>
 
@@ -37,22 +38,27 @@ void AddRootOption(CLI::App& command, std::string& root) {
 void AddWaitOption(CLI::App& command, int& seconds) {
     command.add_option("--wait", seconds, "How long to wait for another command that works on DIR")
         ->type_name("SECONDS")
-        ->check(CLI::NonNegativeNumber);
+        ->check(CLI::Range(0, std::numeric_limits<int>::max()));
 }
 
 void AddJsonOption(CLI::App& command, Context& context) {
-    command.add_flag("--json", context.json, "Print JSON");
+    command.add_flag("--json", context.json, "Print JSON")->disable_flag_override();
 }
 
 void ForEachId(const std::vector<int>& ids, Context& context,
                const std::function<void(int)>& action) {
+    const auto report = [&](const std::string& message, const Json& details) {
+        std::cout.flush();
+        PrintError(context.json, "failed", message, details);
+        context.status = 1;
+    };
     for (const int id : ids) {
         try {
             action(id);
         } catch (const PolicyStore::Error& error) {
-            std::cout.flush();
-            PrintError(context.json, "failed", error.what());
-            context.status = 1;
+            report(error.what(), Json::object());
+        } catch (const CommandError& error) {
+            report(error.what(), error.Details());
         }
     }
 }

@@ -29,8 +29,8 @@ void AddJsonOption(CLI::App& command, Context& context);
 // Throws std::runtime_error when something printed to standard output could not be written.
 void RequireOutput();
 
-// Runs `action` for each id. A PolicyStore::Error of one is printed and makes the exit status 1;
-// the others follow.
+// Runs `action` for each id. A PolicyStore::Error or CommandError of one is printed and makes the
+// exit status 1; the others follow.
 void ForEachId(const std::vector<int>& ids, Context& context,
                const std::function<void(int)>& action);
 

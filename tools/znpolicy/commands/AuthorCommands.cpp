@@ -12,6 +12,7 @@
 #include "EscapeText.h"
 #include "Json.h"
 #include "PackageBuild.h"
+#include "PackageError.h"
 #include "Paths.h"
 #include "ZnCrypto.h"
 #include "ZnFileSys.h"
@@ -40,29 +41,55 @@ void PrintReport(std::ostream& out, const std::string& name, const PackageReport
     }
 }
 
-// One zip is an object in JSON, several are an array of objects that name the zips.
+// The reason why a zip cannot be read is an error of its report, so that the others are checked
+// too.
+PackageReport Report(const std::string& zip, const std::string& platform) {
+    try {
+        return CheckPackage(zip, platform);
+    } catch (const PackageError& error) {
+        std::string reason = error.what();
+        const std::string prefix = zip + ": ";
+        if (reason.rfind(prefix, 0) == 0) {
+            reason.erase(0, prefix.size());
+        }
+        PackageReport report;
+        report.findings.push_back({true, reason});
+        return report;
+    }
+}
+
+void PrintSummary(const std::string& zip, const PackageReport& report) {
+    if (!report.platform.empty()) {
+        std::cout << Escaped(zip) << ": " << report.fileCount
+                  << (report.fileCount == 1 ? " file" : " files") << " for platform \""
+                  << Escaped(report.platform) << "\"\n";
+    }
+}
+
+// One zip is an object in JSON, several are an array of objects.
 void Check(const std::vector<std::string>& zips, const std::string& platform, bool json) {
     Json answer = Json::array();
-    std::string refused;
+    std::vector<std::string> refused;
     for (const std::string& zip : zips) {
-        const PackageReport report = CheckPackage(zip, platform);
+        const PackageReport report = Report(zip, platform);
         if (json) {
             answer.push_back(ReportToJson(report));
             answer.back()["zip"] = zip;
         } else {
             PrintReport(std::cout, zip, report);
-            std::cout << Escaped(zip) << ": " << report.fileCount << " files for platform \""
-                      << Escaped(report.platform) << "\"\n";
+            PrintSummary(zip, report);
         }
         if (report.HasErrors()) {
-            refused += (refused.empty() ? "" : ", ") + zip;
+            refused.push_back(zip);
         }
     }
     if (json) {
         PrintJson(zips.size() == 1 ? answer.front() : answer);
     }
     if (!refused.empty()) {
-        throw std::runtime_error(refused + ": the installer would refuse this package");
+        throw std::runtime_error(CLI::detail::join(refused, ", ") +
+                                 ": the installer would refuse " +
+                                 (refused.size() == 1 ? "this package" : "these packages"));
     }
 }
 

@@ -7,10 +7,19 @@
 #include "Color.h"
 #include "EscapeText.h"
 
+CommandError WithSuggestion(const std::string& message, const std::string& suggestion) {
+    if (suggestion.empty()) {
+        return {message, Json::object()};
+    }
+    return {message + "; did you mean \"" + suggestion + "\"?", {{"suggestion", suggestion}}};
+}
+
 bool AsksForJson(int argc, const char* const* argv) {
     const auto* const end =
         std::find(argv, argv + argc, std::string_view("--"));  // arguments follow
-    return std::find(argv, end, std::string_view("--json")) != end;
+    return std::find_if(argv, end, [](std::string_view word) {
+               return word == "--json" || word == "--json=true";
+           }) != end;
 }
 
 void PrintError(bool json, const std::string& code, const std::string& message,

@@ -22,6 +22,9 @@ class CommandError : public std::runtime_error {
     Json details_;
 };
 
+// Returns an error that asks whether `suggestion` was meant, unless that is empty.
+CommandError WithSuggestion(const std::string& message, const std::string& suggestion);
+
 // Whether the command line asks for JSON. Also works for one that cannot be parsed.
 bool AsksForJson(int argc, const char* const* argv);
 

@@ -9,7 +9,7 @@
 void AddCommandLine(CLI::App& app, GlobalOptions& options, Context& context) {
     app.name("znpolicy");
     app.description(
-        "Publishes policies, shows what sessions make of them, handles plugin packages.");
+        "Publishes policies, shows what sessions make of them, and handles plugin packages.");
     app.set_version_flag("--version", std::string("znpolicy ") + ZN_VERSION, "Print the version");
     app.require_subcommand(1);
     app.fallthrough();  // accepts global options after the command as well

@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
-#include <exception>
+#include <cstdlib>
 
 #include "CommandTree.h"
 #include "ItemReference.h"
@@ -23,6 +23,17 @@ bool TakesValue(const CLI::Option& option) {
 
 bool IsRepeatable(const CLI::Option& argument) {
     return argument.get_expected_max() >= CLI::detail::expected_max_vector_size;
+}
+
+// Shells pass words as typed. Returns the path that a shell makes of one: without the quotes around
+// it, or with the home directory in place of "~".
+std::string Expanded(const std::string& word) {
+    const size_t size = word.size();
+    if (size > 1 && word[0] == word[size - 1] && (word[0] == '"' || word[0] == '\'')) {
+        return word.substr(1, size - 2);
+    }
+    const char* const home = std::getenv("HOME");
+    return word.rfind("~/", 0) == 0 && home != nullptr ? home + word.substr(1) : word;
 }
 
 // Follows the words of a command line, as far as they go.
@@ -54,12 +65,21 @@ class Words {
             if (const CLI::Option* option = FindOption(word.substr(0, equals))) {
                 AddValues(*option, word.substr(0, equals + 1), word);
             }
-        } else if (!word.empty() && word[0] == '-') {
+        } else if (word.substr(0, 1) == "-") {
             AddOptions(word);
+            const CLI::Option* argument = NextArgument();
+            if (argument != nullptr && ValueName(*argument) == "ID") {
+                AddIds("", word);  // negative ones
+            }
         } else if (!CommandsOf(*command_).empty()) {
             AddCommands(word);
         } else if (const CLI::Option* argument = NextArgument()) {
             AddValues(*argument, "", word);
+            // An item may follow the ids of "policy show".
+            const CLI::Option* item = command_->get_option_no_throw("--item");
+            if (arguments_ > 0 && item != nullptr) {
+                AddValues(*item, "", word);
+            }
         }
         return completion_;
     }
@@ -80,7 +100,7 @@ class Words {
 
     void AcceptValue(const CLI::Option& option, const std::string& value) {
         if (option.check_lname("store")) {
-            store_ = value;
+            store_ = Expanded(value);
         }
     }
 
@@ -127,16 +147,24 @@ class Words {
         }
     }
 
+    void AddIds(const std::string& prefix, const std::string& word) {
+        try {
+            const PolicyStore store = store_.empty() ? PolicyStore() : PolicyStore(store_);
+            for (const int id : store.List()) {
+                Add(prefix + std::to_string(id), "", word);
+            }
+        } catch (const PolicyStore::Error&) {
+            // A store that cannot be read has no ids to offer.
+        }
+    }
+
     void AddValues(const CLI::Option& option, const std::string& prefix, const std::string& word) {
         const std::string name = ValueName(option);
         for (const std::string& choice : ChoicesOf(option)) {
             Add(prefix + choice, "", word);
         }
         if (name == "ID") {
-            const PolicyStore store = store_.empty() ? PolicyStore() : PolicyStore(store_);
-            for (const int id : store.List()) {
-                Add(prefix + std::to_string(id), "", word);
-            }
+            AddIds(prefix, word);
         } else if (name == "ITEM") {
             for (const ItemDescription& item : KnownItems()) {
                 Add(prefix + item.name, item.meaning, word);
@@ -215,15 +243,11 @@ complete -c znpolicy -f -a '(__znpolicy_complete)'
 }  // namespace
 
 Completion Complete(const CLI::App& app, const std::vector<std::string>& words) {
-    try {
-        Words line(app);
-        for (size_t i = 0; i + 1 < words.size(); ++i) {
-            line.Accept(words[i]);
-        }
-        return line.CompleteLast(words.empty() ? "" : words.back());
-    } catch (const std::exception&) {
-        return {};  // a store that cannot be read has no ids to offer
+    Words line(app);
+    for (size_t i = 0; i + 1 < words.size(); ++i) {
+        line.Accept(words[i]);
     }
+    return line.CompleteLast(words.empty() ? "" : words.back());
 }
 
 std::string CompletionScript(const std::string& shell) {

@@ -73,8 +73,8 @@ class HelpText {
     void Examples(const std::vector<HelpEntry>& examples) {
         text_ += examples.empty() ? "" : "\nExamples:\n";
         for (const HelpEntry& example : examples) {
-            Indented("# " + example.text, 2, "");
-            Indented(example.label, 2, " \\");
+            Indented("  # ", example.text, "");
+            Indented("  ", example.label, " \\");
         }
     }
 
@@ -107,11 +107,11 @@ class HelpText {
         text_ += line + '\n';
     }
 
-    // Prints lines that, but for the last, end with `mark`.
-    void Indented(const std::string& text, size_t indent, const std::string& mark) {
-        const std::vector<std::string> lines = WrapWords(text, Room(indent + mark.size()));
+    // Prints lines that begin with `prefix` and, but for the last, end with `mark`.
+    void Indented(const std::string& prefix, const std::string& text, const std::string& mark) {
+        const std::vector<std::string> lines = WrapWords(text, Room(prefix.size() + mark.size()));
         for (const std::string& line : lines) {
-            text_ += std::string(indent, ' ') + line + (&line == &lines.back() ? "" : mark) + '\n';
+            text_ += prefix + line + (&line == &lines.back() ? "" : mark) + '\n';
         }
     }
 

@@ -12,7 +12,7 @@
 namespace {
 
 // The date that the pages show: that of the last release.
-constexpr const char* kDate = "2026-11-21";
+constexpr const char* kDate = "2026-11-22";
 
 // Escapes what roff would interpret.
 std::string Roff(const std::string& text) {

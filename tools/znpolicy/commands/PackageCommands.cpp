@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Arguments.h"
+#include "CommandError.h"
 #include "PackageRecords.h"
 #include "PackageScan.h"
 #include "PackageSelection.h"
@@ -79,11 +80,23 @@ void UnpackOne(const std::string& zip) {
     }
 }
 
-void Unzip(const std::vector<std::string>& zips) {
-    Progress progress("unpacking", zips.size());
-    for (const std::string& zip : zips) {
-        UnpackOne(WithDirectory(zip));
-        progress.Step();
+// Unpacks what can be unpacked, and reports the rest.
+void Unzip(const std::vector<std::string>& zips, Context& context) {
+    std::vector<std::string> problems;
+    {
+        Progress progress("unpacking", zips.size());
+        for (const std::string& zip : zips) {
+            try {
+                UnpackOne(WithDirectory(zip));
+            } catch (const std::runtime_error& error) {
+                problems.emplace_back(error.what());
+            }
+            progress.Step();
+        }
+    }
+    for (const std::string& problem : problems) {
+        PrintError(context.json, "failed", problem);
+        context.status = 1;
     }
 }
 
@@ -124,7 +137,7 @@ void AddPackageCommands(CLI::App& app, Context& context) {
     const auto zips = std::make_shared<std::vector<std::string>>();
     CLI::App* unzip = package->add_subcommand("unzip", "Unpack package zips next to themselves");
     unzip->add_option("FILE", *zips, "The zips")->required();
-    SetAction(*unzip, context, [=] { Unzip(*zips); });
+    SetAction(*unzip, context, [=, &context] { Unzip(*zips, context); });
 
     const auto name = std::make_shared<std::string>();
     const auto subDirectory = std::make_shared<std::string>("Package");

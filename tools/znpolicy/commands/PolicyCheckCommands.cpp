@@ -3,11 +3,11 @@
 #include <iostream>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "Arguments.h"
+#include "CommandError.h"
 #include "Input.h"
 #include "ItemReference.h"
 #include "PolicyAccess.h"
@@ -24,9 +24,7 @@ struct ItemsArguments {
 void ShowItem(const std::string& name, bool json) {
     const ItemDescription* const item = FindKnownItem(name);
     if (item == nullptr) {
-        const std::string nearest = NearestKnownItem(name);
-        throw std::runtime_error("no reader uses \"" + name + "\"" +
-                                 (nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?"));
+        throw WithSuggestion("no reader uses \"" + name + "\"", NearestKnownItem(name));
     }
     const Json properties = ItemToJson(*item);
     if (json) {

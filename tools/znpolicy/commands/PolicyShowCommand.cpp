@@ -9,7 +9,9 @@
 #include <vector>
 
 #include "Arguments.h"
+#include "CommandError.h"
 #include "Json.h"
+#include "NearestName.h"
 #include "PolicyAccess.h"
 #include "Table.h"
 
@@ -39,6 +41,15 @@ void SplitWords(ShowArguments& arguments) {
     }
 }
 
+std::vector<std::string> KeysOf(const Items& items) {
+    std::vector<std::string> keys;
+    keys.reserve(items.size());
+    for (const PolicyStore::Item& item : items) {
+        keys.push_back(item.key);
+    }
+    return keys;
+}
+
 // Reads the items to show of one policy: all, or the one that is asked for.
 Items ReadItems(const PolicyStore& store, int id, const std::optional<std::string>& name) {
     Items items = store.Read(id);
@@ -49,7 +60,8 @@ Items ReadItems(const PolicyStore& store, int id, const std::optional<std::strin
         return item.key == *name;
     });
     if (found == items.end()) {
-        throw PolicyStore::Error("policy " + std::to_string(id) + " has no item \"" + *name + "\"");
+        throw WithSuggestion("policy " + std::to_string(id) + " has no item \"" + *name + "\"",
+                             NearestName(*name, KeysOf(items)));
     }
     return {std::move(*found)};
 }
@@ -92,8 +104,10 @@ void ShowSeveral(const ShowArguments& arguments, Context& context) {
     const PolicyStore store = OpenPolicyStore();
     Json answer = Json::array();
     Table table({"ID", "ITEM", "VALUE"});
+    bool isAnyShown = false;
     ForEachId(arguments.ids, context, [&](int id) {
         Items items = ReadItems(store, id, arguments.item);
+        isAnyShown = true;
         if (context.json) {
             answer.push_back({{"id", id}, {"items", ToJson(std::move(items))}});
             return;
@@ -104,7 +118,7 @@ void ShowSeveral(const ShowArguments& arguments, Context& context) {
     });
     if (context.json) {
         PrintJson(answer);
-    } else {
+    } else if (isAnyShown) {
         table.Print();
     }
 }

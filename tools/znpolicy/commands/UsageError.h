@@ -10,5 +10,6 @@ struct UsageError {
     std::string help;        // the command that prints the help
 };
 
-// Says what is wrong with the command line whose parsing by `app` threw `error`.
+// Says what is wrong with the command line whose parsing by `app` threw `error`. A request for help
+// is wrong if the line has unknown words.
 UsageError DescribeUsageError(const CLI::App& app, const CLI::ParseError& error);
