@@ -186,6 +186,22 @@ TEST_F(SessionCommand, ExplanationInJsonHasEverySettingAndModule) {
               Json({{"item", "AudioBandwidth"}, {"text", "800"}}));
 }
 
+TEST_F(SessionCommand, ExplainTellsDamagedFromMissingItems) {
+    Publish("5",
+            "<Policy><PolicyName>name</PolicyName><A>" + std::string(70000, 'x') + "</A></Policy>");
+    EXPECT_EQ(Run({"session", "5", "--explain"}).err, "");
+    const std::string file = store_ + "/5.cdb";
+    std::string contents = ReadFile(file);
+    contents.at(contents.find("name")) ^= 1;
+    WriteFile(file, contents);
+    const ProcessResult result = Run({"session", "5", "--explain"});
+    EXPECT_EQ(result.exitCode, kDone);
+    EXPECT_THAT(result.out, HasSubstr("PolicyName missing"));
+    EXPECT_EQ(result.err,
+              "znpolicy: policy 5 is damaged: damaged items count as missing; see "
+              "znpolicy policy verify 5\n");
+}
+
 TEST_F(SessionCommand, ExplainReportsMissingPolicy) {
     std::filesystem::create_directory(store_);
     EXPECT_EQ(Failure({"session", "6", "--explain"}),

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Arguments.h"
+#include "CommandError.h"
 #include "ExplanationOutput.h"
 #include "ItemReference.h"
 #include "PolicyAccess.h"
@@ -101,6 +102,28 @@ std::vector<PolicyStore::Item> ReadKnownItems(int id) {
     return items;
 }
 
+// An item that is damaged counts as missing, which the explanation cannot tell.
+void ReportDamage(int id) {
+    try {
+        if (!PolicyStore().Verify(id).damage.empty()) {
+            const std::string policy = std::to_string(id);
+            PrintError(false, "",
+                       "policy " + policy + " is damaged: damaged items count as " +
+                           "missing; see znpolicy policy verify " + policy);
+        }
+    } catch (const PolicyStore::Error&) {
+        // Another service may keep the policies elsewhere.
+    }
+}
+
+void Explain(int id, bool json) {
+    const std::vector<PolicyStore::Item> items = ReadKnownItems(id);
+    PrintExplanation(id, ExplainPolicy(items), json);
+    if (items.size() < KnownItems().size()) {
+        ReportDamage(id);
+    }
+}
+
 }  // namespace
 
 void AddSessionCommand(CLI::App& app, Context& context) {
@@ -113,7 +136,7 @@ void AddSessionCommand(CLI::App& app, Context& context) {
     AddJsonOption(*session, context);
     SetAction(*session, context, [=, &context] {
         if (*explain) {
-            PrintExplanation(*id, ExplainPolicy(ReadKnownItems(*id)), context.json);
+            Explain(*id, context.json);
         } else {
             ShowSession(*id, context.json);
         }
