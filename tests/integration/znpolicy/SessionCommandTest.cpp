@@ -160,6 +160,30 @@ TEST_F(SessionCommand, ExamplePolicySetsEveryItem) {
     EXPECT_THAT(result.out, HasSubstr("auto-close displayer after       600 s\n"));
 }
 
+TEST_F(SessionCommand, ShowsSeveralSessions) {
+    Publish("5", kPolicy);
+    Publish("7", "<Policy/>");
+    for (const std::string option : {"", "--explain"}) {
+        std::vector<std::string> end;
+        if (!option.empty()) {
+            end.push_back(option);
+        }
+        const auto session = [&](std::vector<std::string> arguments) {
+            arguments.insert(arguments.begin(), "session");
+            arguments.insert(arguments.end(), end.begin(), end.end());
+            return Run(arguments);
+        };
+        const ProcessResult both = session({"5", "6", "7"});
+        EXPECT_EQ(both.exitCode, kFailed);
+        EXPECT_EQ(both.out,
+                  "session 5:\n" + session({"5"}).out + "\nsession 7:\n" + session({"7"}).out);
+        EXPECT_EQ(both.err, "znpolicy: no policy for id 6 in " + store_ + "\n");
+        EXPECT_EQ(Json::parse(session({"5", "7", "--json"}).out),
+                  Json::array({Json::parse(session({"5", "--json"}).out),
+                               Json::parse(session({"7", "--json"}).out)}));
+    }
+}
+
 // --- --explain ---
 
 TEST_F(SessionCommand, ExplainsMistakesOfExample) {

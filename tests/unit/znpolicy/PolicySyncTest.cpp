@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -14,6 +15,7 @@
 #include "ChildProcess.h"
 #include "Interrupt.h"
 #include "PolicySync.h"
+#include "PseudoTerminal.h"
 #include "StoreTest.h"
 #include "SystemCallHooks.h"
 
@@ -316,6 +318,37 @@ TEST_F(PolicySyncTest, FullDiskIsAnErrorAndLeavesNoTemporaryFile) {
     EXPECT_THAT(result.out, HasSubstr("File too large")) << result;
     EXPECT_THAT(FilesInStore(), ElementsAre("1.cdb"));
     EXPECT_THAT(store_.Read(1), ElementsAre(Item{"A", "old"}));
+}
+
+TEST_F(PolicySyncTest, ShowsProgressOnTerminal) {
+#ifndef __linux__
+    GTEST_SKIP() << kNoSystemCallHooks;
+#endif
+    Document("1.xml", "<Policy/>");
+    Document("2.xml", "<Policy/>");
+    PseudoTerminal terminal;
+    int go[2];
+    ASSERT_EQ(pipe(go), 0);
+    ChildProcess child([&] {
+        dup2(terminal.Other().Get(), STDERR_FILENO);
+        // The first call opens the directory, the second one a document.
+        systemCallHooks.beforeOpenat = [&] {
+            systemCallHooks.beforeOpenat = [&] {
+                char byte = 0;
+                [[maybe_unused]] const ssize_t count = read(go[0], &byte, 1);
+            };
+        };
+        Sync();
+    });
+    EXPECT_THAT(terminal.ShownUpTo("0/2"),
+                HasSubstr("synchronising [" + std::string(30, '.') + "] 0/2"));
+    ASSERT_EQ(write(go[1], "x", 1), 1);
+    terminal.Other().Close();
+    EXPECT_THAT(terminal.ShownUpTo("the end of the child"), testing::EndsWith("\r\x1b[K"));
+    EXPECT_TRUE(child.Wait().Succeeded());
+    EXPECT_THAT(store_.List(), ElementsAre(1, 2));
+    close(go[0]);
+    close(go[1]);
 }
 
 TEST_F(PolicySyncTest, StopsWhenInterrupted) {
