@@ -166,7 +166,7 @@ std::optional<PolicyStore::Verification> PolicyFile::Verify(const char* path) {
     if (!policy->IsIndexIntact()) {
         result.damage.emplace_back("the index is damaged");
     }
-    if (result.damage.empty() && !policy->IsBodyIntact()) {
+    if (result.damage.empty() && (!policy->IsBodyIntact() || !policy->Items())) {
         result.damage.emplace_back("the items are damaged");
     }
     return result;
@@ -188,7 +188,8 @@ std::optional<std::vector<PolicyStore::Item>> PolicyFile::Items() const {
         return std::nullopt;
     }
     std::vector<PolicyStore::Item> items;
-    for (std::uint64_t position = firstItem_; position < firstTable->first;) {
+    std::uint64_t position = firstItem_;
+    while (position < firstTable->first) {
         auto record = ReadRecord(position);
         if (!record || !record->isIntact) {
             return std::nullopt;
@@ -196,7 +197,10 @@ std::optional<std::vector<PolicyStore::Item>> PolicyFile::Items() const {
         items.push_back(std::move(record->item));
         position = record->end;
     }
-    return items;
+    // The items end where the index begins, which has 16 bytes for each record.
+    const bool isComplete =
+        position == firstTable->first && size_ - position == (items.size() + 1) * 16;
+    return isComplete ? std::make_optional(std::move(items)) : std::nullopt;
 }
 
 // Opens the file and reads its start, without verifying anything.
@@ -260,9 +264,15 @@ bool PolicyFile::IsHeaderIntact() const {
         return Checksum(std::string_view(start_).substr(0, kHeaderChecksumPosition)) ==
                UnpackChecksum(&start_[kHeaderChecksumPosition]);
     }
-    // The last hash table ends the file.
-    const char* const lastTable = &start_[kTableOfContentsSize - 8];
-    return Unpack(lastTable) + std::uint64_t{Unpack(lastTable + 4)} * 8 == size_;
+    // The hash tables follow one another, and the last one ends the file.
+    std::uint64_t end = Unpack(start_.data());
+    for (unsigned table = 0; table < kTableOfContentsSize; table += 8) {
+        if (Unpack(&start_[table]) != end) {
+            return false;
+        }
+        end += std::uint64_t{Unpack(&start_[table + 4])} * 8;
+    }
+    return end == size_;
 }
 
 // The index is the hash tables.

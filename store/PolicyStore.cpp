@@ -311,6 +311,9 @@ void PolicyStore::FailToRead(int id) const {
     if (errno == ENOENT) {
         FailForMissingPolicy(id, directory_);
     }
+    if (errno == EINVAL) {
+        throw Error("not a regular file: " + PolicyPath(id));
+    }
     Fail("cannot read", PolicyPath(id));
 }
 

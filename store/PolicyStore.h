@@ -57,7 +57,7 @@ class ZN_API PolicyStore {
     // failure of the last step, syncing the directory: readers already see the new policy.
     std::size_t Publish(int id, std::string_view xml, const std::string& name) const;
 
-    // Whether the policy file of `id` is intact, of the present format version, and has exactly
+    // Whether the policy file of `id` is intact, of the current format version, and has exactly
     // these items: publishing them would not change it.
     bool Holds(int id, const std::vector<Item>& items) const;
 
@@ -107,8 +107,9 @@ class ZN_API PolicyStore {
         std::vector<std::string> damage;  // a phrase for each part that is damaged
     };
 
-    // Checks the whole policy file of `id`; without checksums, only whether all its items can be
-    // found. Throws Error when there is no such policy or it cannot be read.
+    // Checks the whole policy file of `id`; without checksums, only whether its parts fit together
+    // and all its items can be found. Throws Error when there is no such policy or it cannot be
+    // read.
     Verification Verify(int id) const;
 
     // Removes the policy of `id`. Accessors that have loaded it keep it. Throws Error when there is

@@ -16,9 +16,11 @@ namespace {
 
 template <typename Hook, typename... Arguments>
 void CallOnce(Hook& hook, Arguments... arguments) {
-    if (const Hook once = std::exchange(hook, nullptr)) {
-        once(arguments...);
+    if (!hook) {
+        return;  // without a write that would race with other threads
     }
+    const Hook once = std::exchange(hook, nullptr);
+    once(arguments...);
 }
 
 }  // namespace

@@ -67,6 +67,11 @@ TEST_F(ManPages, MandocHasNoWarnings) {
     }
 }
 
+TEST_F(ManPages, NumberOfProcessorsIsNotPartOfThem) {
+    const std::string page = Output({"man", "znpolicy-policy"});
+    EXPECT_NE(page.find("one per processor"), std::string::npos) << page;
+}
+
 TEST_F(ManPages, UnknownPageFails) {
     EXPECT_EQ(Failure({"man", "bogus"}), "znpolicy: there is no manual page \"bogus\"\n");
 }

@@ -52,7 +52,7 @@ TEST_F(PolicyCheckCommands, ChecksEveryFile) {
     const std::string mistaken = Write("mistaken.xml", kMistaken);
     const ProcessResult result = Run({"policy", "check", missing, refused, mistaken});
     EXPECT_EQ(result.exitCode, kFailed);
-    EXPECT_EQ(result.err, "znpolicy: the policy store would refuse a document\n");
+    EXPECT_EQ(result.err, "znpolicy: there are errors\n");
     EXPECT_EQ(result.out, missing + ": error: No such file or directory [refused]\n" + refused +
                               ":1:9: error: an element is not closed [refused]\n" + mistaken +
                               kFinding + "2 errors, 1 warning\n");
@@ -88,11 +88,26 @@ TEST_F(PolicyCheckCommands, ChecksPublishedPolicyById) {
     EXPECT_THAT(Failure({"policy", "check", "--id", "6"}), HasSubstr("no policy for id 6"));
 }
 
+TEST_F(PolicyCheckCommands, ChecksSeveralPolicies) {
+    Publish("5", kMistaken);
+    Publish("7", kMistaken);
+    const ProcessResult result =
+        Run({"policy", "check", "--id", "5", "--id", "6", "--id", "7", "--json"});
+    EXPECT_EQ(result.exitCode, kFailed);
+    EXPECT_THAT(result.err, HasSubstr("no policy for id 6"));
+    const Json files = Json::parse(result.out).at("files");
+    ASSERT_EQ(files.size(), 2U);
+    EXPECT_EQ(files[0]["name"], "policy 5");
+    EXPECT_EQ(files[1]["name"], "policy 7");
+}
+
 TEST_F(PolicyCheckCommands, WrongUsageExitsWith2) {
     const std::string file = Write("a.xml", kCorrect);
     for (const std::vector<std::string>& arguments :
          std::vector<std::vector<std::string>>{{"policy", "check"},
                                                {"policy", "check", "--id", "5", file},
+                                               {"policy", "check", "-", file, "-"},
+                                               {"update", "check", "-", "-"},
                                                {"policy", "check", "--id", "five"},
                                                {"policy", "check", "--bogus", file},
                                                {"policy", "items", "PolicyName", "--markdown"},

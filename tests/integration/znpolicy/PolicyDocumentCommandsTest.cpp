@@ -166,6 +166,35 @@ TEST_F(PolicyExportCommand, FailureKeepsOutputFile) {
     EXPECT_EQ(ReadFile(file), "old");
 }
 
+TEST_F(PolicyExportCommand, FailedWriteKeepsOutputFile) {
+    Publish("5", "<Policy><A>" + std::string(9000, 'x') + "</A></Policy>");
+    const std::string file = directory_ / "exported.xml";
+    WriteFile(file, "old");
+    const ProcessResult result =
+        RunProgram({"sh", "-c", "ulimit -f 8; trap '' XFSZ; exec \"$@\"", "sh", ZNPOLICY, "--store",
+                    store_, "policy", "export", "5", "--output", file});
+    EXPECT_EQ(result.exitCode, kFailed);
+    EXPECT_EQ(result.err, "znpolicy: " + file + ": File too large\n");
+    EXPECT_EQ(ReadFile(file), "old");
+}
+
+TEST_F(PolicyExportCommand, OutputFileKeepsItsPermissionsAndLinksAreFollowed) {
+    Publish("5", "<Policy/>");
+    const std::string file = directory_ / "exported.xml";
+    const std::string link = directory_ / "link.xml";
+    WriteFile(file, "old");
+    std::filesystem::permissions(file, static_cast<std::filesystem::perms>(0640));
+    std::filesystem::create_symlink(file, link);
+    for (const std::string& output : {file, link}) {
+        WriteFile(file, "old");
+        Output({"policy", "export", "5", "--output", output});
+        EXPECT_EQ(ReadFile(file), Output({"policy", "export", "5"}));
+        EXPECT_EQ(std::filesystem::status(file).permissions(),
+                  static_cast<std::filesystem::perms>(0640));
+    }
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+}
+
 TEST_F(PolicyExportCommand, ReportsUnwritableOutput) {
     Publish("5", "<Policy/>");
     const std::string file = directory_ / "missing/exported.xml";

@@ -137,7 +137,8 @@ TEST_F(PolicyShowCommand, ReportsWhatIsNeitherIdNorItem) {
         arguments.insert(arguments.end(), words.begin(), words.end());
         const ProcessResult result = Run(arguments);
         EXPECT_EQ(result.exitCode, kWrongUsage);
-        EXPECT_THAT(result.err, HasSubstr("ID: \"A\" is not a decimal 32-bit integer"));
+        EXPECT_THAT(result.err, HasSubstr("ID: \"A\" is not an id: a decimal 32-bit integer "
+                                          "without leading zeros or plus sign"));
     }
 }
 

@@ -52,7 +52,7 @@ TEST_F(PolicySyncCommands, VerifyChecksAllPolicies) {
     EXPECT_EQ(result.exitCode, kFailed);
     EXPECT_EQ(result.out,
               "policy 2: the item \"A\" at byte 2097 is damaged\n2 verified, 1 damaged\n");
-    EXPECT_EQ(result.err, "znpolicy: there are damaged or missing policies\n");
+    EXPECT_EQ(result.err, "znpolicy: there are damaged, missing or unreadable policies\n");
 }
 
 TEST_F(PolicySyncCommands, VerifyChecksTheNamedPolicies) {
@@ -75,7 +75,36 @@ TEST_F(PolicySyncCommands, VerifyPrintsJson) {
     EXPECT_EQ(Json::parse(result.out), Json::parse(R"({"policies": [
         {"id": 1, "state": "ok", "checksums": true, "damage": []},
         {"id": 2, "state": "damaged", "checksums": true,
-         "damage": ["the item \"A\" at byte 2097 is damaged"]}], "damaged": 1})"));
+         "damage": ["the item \"A\" at byte 2097 is damaged"]}],
+        "damaged": 1, "unreadable": 0})"));
+}
+
+TEST_F(PolicySyncCommands, VerifyTellsUnreadableFromDamagedPolicies) {
+    Publish("1", "<Policy><A>value</A></Policy>");
+    Publish("2", "<Policy><A>value</A></Policy>");
+    const std::string file = store_ + "/2.cdb";
+    std::filesystem::permissions(file, std::filesystem::perms::none);
+    // An ordinary user cannot read the file; root has to become one.
+    const std::string command =
+        "exec $(test $(id -u) -ne 0 || echo setpriv --reuid=65534 --clear-groups) \"$@\"";
+    for (const std::string& directory : {directory_.Path(), store_}) {
+        std::filesystem::permissions(directory, static_cast<std::filesystem::perms>(0755));
+    }
+    if (!RunProgram({"sh", "-c", command, "sh", ZNPOLICY, "--version"}).Succeeded()) {
+        GTEST_SKIP() << "this user cannot become an ordinary one that may run the program";
+    }
+    const auto verify = [&](const std::string& option) {
+        return RunProgram(
+            {"sh", "-c", command, "sh", ZNPOLICY, "--store", store_, "policy", "verify", option});
+    };
+    const ProcessResult result = verify("--color=never");
+    EXPECT_EQ(result.exitCode, kFailed);
+    EXPECT_EQ(result.out, "policy 2: cannot read " + file +
+                              ": Permission denied\n1 verified, 0 damaged, 1 unreadable\n");
+    const Json json = Json::parse(verify("--json").out);
+    EXPECT_EQ(json["policies"][1]["state"], "unreadable");
+    EXPECT_EQ(json["damaged"], 0);
+    EXPECT_EQ(json["unreadable"], 1);
 }
 
 TEST_F(PolicySyncCommands, DamagedPolicyGivesASessionNothing) {
@@ -131,6 +160,28 @@ TEST_F(PolicySyncCommands, SyncRefusesBadArguments) {
     }
     EXPECT_EQ(Run({"policy", "sync"}).exitCode, kWrongUsage);
     EXPECT_EQ(Run({"policy", "verify", "x"}).exitCode, kWrongUsage);
+}
+
+TEST_F(PolicySyncCommands, SyncNeedsOnlyAsManyThreadsAndFilesAsTheLimitsAllow) {
+    for (const char* const limits : {
+             "ulimit -s 2000000; ulimit -v 1500000",  // no thread's stack fits
+             "ulimit -n 64",
+             "ulimit -n 16",
+         }) {
+        if (!RunProgram({"sh", "-c", std::string(limits) + "; \"$0\" --version", ZNPOLICY})
+                 .Succeeded()) {
+            continue;  // a sanitizer, or a hard limit
+        }
+        std::filesystem::remove_all(store_);
+        for (int id = 0; id < 300; ++id) {
+            Document(std::to_string(id) + ".xml", "<Policy><A>1</A></Policy>");
+        }
+        const ProcessResult result =
+            RunProgram({"sh", "-c", std::string(limits) + "; exec \"$@\"", "sh", ZNPOLICY,
+                        "--store", store_, "policy", "sync", documents_, "--jobs", "256"});
+        EXPECT_EQ(result.out, "300 published, 0 removed, 0 unchanged\n") << limits << result;
+        EXPECT_EQ(result.exitCode, kDone) << limits;
+    }
 }
 
 TEST_F(PolicySyncCommands, SyncUpgradesFilesOfFormatVersion1) {

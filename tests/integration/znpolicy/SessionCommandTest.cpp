@@ -160,6 +160,30 @@ TEST_F(SessionCommand, ExamplePolicySetsEveryItem) {
     EXPECT_THAT(result.out, HasSubstr("auto-close displayer after       600 s\n"));
 }
 
+TEST_F(SessionCommand, ShowsSeveralSessions) {
+    Publish("5", kPolicy);
+    Publish("7", "<Policy/>");
+    for (const std::string option : {"", "--explain"}) {
+        std::vector<std::string> end;
+        if (!option.empty()) {
+            end.push_back(option);
+        }
+        const auto session = [&](std::vector<std::string> arguments) {
+            arguments.insert(arguments.begin(), "session");
+            arguments.insert(arguments.end(), end.begin(), end.end());
+            return Run(arguments);
+        };
+        const ProcessResult both = session({"5", "6", "7"});
+        EXPECT_EQ(both.exitCode, kFailed);
+        EXPECT_EQ(both.out,
+                  "session 5:\n" + session({"5"}).out + "\nsession 7:\n" + session({"7"}).out);
+        EXPECT_EQ(both.err, "znpolicy: no policy for id 6 in " + store_ + "\n");
+        EXPECT_EQ(Json::parse(session({"5", "7", "--json"}).out),
+                  Json::array({Json::parse(session({"5", "--json"}).out),
+                               Json::parse(session({"7", "--json"}).out)}));
+    }
+}
+
 // --- --explain ---
 
 TEST_F(SessionCommand, ExplainsMistakesOfExample) {
@@ -184,6 +208,22 @@ TEST_F(SessionCommand, ExplanationInJsonHasEverySettingAndModule) {
     EXPECT_EQ(json["bandwidth"][0]["reason"], "AudioBandwidthPercent is missing: module ignored");
     EXPECT_EQ(json["bandwidth"][0]["items"][1],
               Json({{"item", "AudioBandwidth"}, {"text", "800"}}));
+}
+
+TEST_F(SessionCommand, ExplainTellsDamagedFromMissingItems) {
+    Publish("5",
+            "<Policy><PolicyName>name</PolicyName><A>" + std::string(70000, 'x') + "</A></Policy>");
+    EXPECT_EQ(Run({"session", "5", "--explain"}).err, "");
+    const std::string file = store_ + "/5.cdb";
+    std::string contents = ReadFile(file);
+    contents.at(contents.find("name")) ^= 1;
+    WriteFile(file, contents);
+    const ProcessResult result = Run({"session", "5", "--explain"});
+    EXPECT_EQ(result.exitCode, kDone);
+    EXPECT_THAT(result.out, HasSubstr("PolicyName missing"));
+    EXPECT_EQ(result.err,
+              "znpolicy: policy 5 is damaged: damaged items count as missing; see "
+              "znpolicy policy verify 5\n");
 }
 
 TEST_F(SessionCommand, ExplainReportsMissingPolicy) {

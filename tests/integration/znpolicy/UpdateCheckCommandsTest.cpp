@@ -53,12 +53,28 @@ TEST_F(UpdateCheckCommands, ChecksSeveralFiles) {
                 AllOf(Not(HasSubstr(file)), HasSubstr(directory_ / "other.json:1:1: ")));
 }
 
-TEST_F(UpdateCheckCommands, ReportsMissingFile) {
-    for (const std::string command : {"check", "encode"}) {
-        EXPECT_EQ(Failure({"update", command, directory_ / "none"}),
-                  "znpolicy: " + directory_ / "none: No such file or directory\n");
-        EXPECT_EQ(Run({"update", command}).exitCode, kWrongUsage);
-    }
+TEST_F(UpdateCheckCommands, FileThatCannotBeReadIsAFinding) {
+    const std::string none = directory_ / "none";
+    WriteFile(directory_ / "other.json", "{}");
+    const ProcessResult result = Run({"update", "check", none, directory_ / "other.json"});
+    EXPECT_EQ(result.exitCode, kFailed);
+    EXPECT_THAT(result.out, AllOf(HasSubstr(none + ": error: No such file or directory [refused]"),
+                                  HasSubstr(directory_ / "other.json:1:1: "),
+                                  HasSubstr("1 error, 1 warning\n")));
+    EXPECT_EQ(result.err, "znpolicy: there are errors\n");
+    const Json json = Json::parse(Run({"update", "check", "--json", none}).out);
+    EXPECT_EQ(json["errors"], 1);
+    EXPECT_EQ(json["files"][0]["name"], none);
+}
+
+TEST_F(UpdateCheckCommands, EncodeReportsMissingFile) {
+    EXPECT_EQ(Failure({"update", "encode", directory_ / "none"}),
+              "znpolicy: " + directory_ / "none: No such file or directory\n");
+}
+
+TEST_F(UpdateCheckCommands, FileIsRequired) {
+    EXPECT_EQ(Run({"update", "check"}).exitCode, kWrongUsage);
+    EXPECT_EQ(Run({"update", "encode"}).exitCode, kWrongUsage);
 }
 
 TEST_F(UpdateCheckCommands, EncodedDescriptionIsOneLineWithTheSameRecords) {

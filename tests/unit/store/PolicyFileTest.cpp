@@ -12,6 +12,7 @@
 #include <fstream>
 #include <iostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ChildProcess.h"
@@ -437,6 +438,35 @@ TEST_F(PolicyFileTest, DamagedFileOfVersion1IsHarmless) {
             Overwrite(i, intact.substr(i, 1));
         }
         EXPECT_TRUE(ReadFile(path_) == intact);
+    }
+}
+
+TEST_F(PolicyFileTest, Version1HashTablesFollowOneAnother) {
+    for (const std::size_t length : {kSmall, kLarge}) {
+        WriteVersion1(path_, ThreeItems(length));
+        constexpr std::size_t firstItem = kTableOfContentsSize + 25;
+        Overwrite(0, Number(firstItem));  // of the first table: leaves no room for items
+        EXPECT_EQ(ErrorOfOpen(), EINVAL);
+        EXPECT_THAT(Damage(), ElementsAre("the header is damaged"));
+    }
+}
+
+TEST_F(PolicyFileTest, Version1ItemsEndAtTheFirstHashTable) {
+    for (const std::size_t length : {kSmall, kLarge}) {
+        // The last item reaches into the index, or the second one swallows it.
+        for (const auto& [key, extra] : {std::make_pair("B", std::size_t{8}),
+                                         std::make_pair("Long", std::size_t{8 + 1 + 1})}) {
+            WriteVersion1(path_, ThreeItems(length));
+            const std::string intact = ReadFile(path_);
+            const std::string value = key == std::string("B") ? "2" : std::string(length, 'v');
+            const std::size_t record = intact.find(Record(key, value));
+            ASSERT_NE(record, std::string::npos);
+            Overwrite(record + 4, Number(static_cast<unsigned>(value.size() + extra)));
+            EXPECT_THAT(Damage(), ElementsAre("the items are damaged"));
+            const auto policy = Open();
+            ASSERT_TRUE(policy);
+            EXPECT_FALSE(policy->Items());
+        }
     }
 }
 

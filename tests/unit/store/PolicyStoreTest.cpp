@@ -171,6 +171,12 @@ TEST_F(PolicyStoreTest, VerifyReportsDamage) {
     EXPECT_THAT(store_.Verify(1).damage, ElementsAre("the item \"A\" at byte 2097 is damaged"));
 }
 
+TEST_F(PolicyStoreTest, VerifyRefusesFifo) {
+    Publish(2, "<Policy/>");
+    ASSERT_EQ(mkfifo(FileOf(1).c_str(), 0600), 0);
+    EXPECT_EQ(ErrorOf([this] { store_.Verify(1); }), "not a regular file: " + FileOf(1));
+}
+
 TEST_F(PolicyStoreTest, PolicyWithADamagedItemIsAnError) {
     Publish(1, "<Policy><A>old</A></Policy>");
     std::string contents = ReadFile(FileOf(1));

@@ -14,7 +14,10 @@ TEST(Arguments, IsIdAcceptsCanonicalDecimalIntegers) {
         EXPECT_EQ(IsId(id), "") << id;
     }
     for (const std::string id : {"", "-", "+7", "07", "-0", "7x", " 7", "0x7", "2147483648"}) {
-        EXPECT_EQ(IsId(id), "\"" + id + "\" is not a decimal 32-bit integer");
+        EXPECT_EQ(
+            IsId(id),
+            "\"" + id +
+                "\" is not an id: a decimal 32-bit integer without leading zeros or plus sign");
     }
 }
 

@@ -12,9 +12,9 @@ using Items = std::vector<PolicyStore::Item>;
 
 using testing::ContainsRegex;
 
-std::string Printed(const Items& items, bool json) {
+std::string Printed(const Items& items) {
     testing::internal::CaptureStdout();
-    PrintExplanation(5, ExplainPolicy(items), json);
+    PrintExplanation(ExplainPolicy(items));
     return testing::internal::GetCapturedStdout();
 }
 
@@ -24,8 +24,7 @@ TEST(ExplanationOutput, TablesShowValuesReasonsAndRawTexts) {
                                       {"AutoCloseDisplayerSecond", "60"},
                                       {"TotalBandwidthSpecified", "1"},
                                       {"TotalBandwidth", "1000"},
-                                      {"AudioBandwidthSpecified", "x"}},
-                                     false);
+                                      {"AudioBandwidthSpecified", "x"}});
     EXPECT_THAT(text, ContainsRegex("\nauto-close displayer seconds +60 +- +PolicyName=\"\" "
                                     "AutoCloseDisplayerFlag=\" 5.n\" "
                                     "AutoCloseDisplayerSecond=\"60\"\n"));
@@ -36,7 +35,7 @@ TEST(ExplanationOutput, TablesShowValuesReasonsAndRawTexts) {
 }
 
 TEST(ExplanationOutput, JsonHasEverything) {
-    const Json json = Json::parse(Printed({{"PolicyName", "A"}}, true));
+    const Json json = ExplanationToJson(5, ExplainPolicy({{"PolicyName", "A"}}));
     EXPECT_EQ(json["id"], 5);
     EXPECT_EQ(json["settings"][1], Json::parse(R"({
         "setting": "reconnect interval", "value": 0,

@@ -56,7 +56,7 @@ TEST(Explanation, NeutralSettingsHaveTheirReason) {
          "VirtualChannelEnable is 0"},
         {{{"PolicyName", ""}, {"VirtualChannelEnable", "1"}, {"VirtualChannelOptionNames", "AB"}},
          "virtual-channel plugins",
-         "list refused: item 1 (\"AB\") has 1 fields; 7 are needed"},
+         "list refused: item 1 (\"AB\") has 1 field; 7 are needed"},
         {{{"PolicyName", ""}, {"VirtualChannelEnable", "1"}, {"VirtualChannelOptionNames", ",A"}},
          "virtual-channel plugins",
          "the list begins with a comma, so it is empty"},

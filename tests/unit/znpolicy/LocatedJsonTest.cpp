@@ -99,6 +99,14 @@ TEST(LocatedJson, ProblemHasItsPlace) {
     }
 }
 
+TEST(LocatedJson, NulIsReportedAtItsPlace) {
+    for (const std::string text : {"[1]", "[1,"}) {
+        const JsonProblem problem = ProblemOf(text + std::string(1, '\0') + " ");
+        EXPECT_EQ(problem.offset, 3U);
+        EXPECT_EQ(problem.reason, "not JSON: a NUL character");
+    }
+}
+
 TEST(LocatedJson, RefusesWhatTheServiceRefuses) {
     const std::string reason = "not JSON: nested too deeply, or a number that is too large";
     EXPECT_EQ(ProblemOf(std::string(2000, '[') + std::string(2000, ']')).reason, reason);

@@ -2,9 +2,11 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
+#include <functional>
 #include <iostream>
 #include <stdexcept>
 #include <string>
@@ -13,7 +15,9 @@
 #include "ChildProcess.h"
 #include "Interrupt.h"
 #include "PolicySync.h"
+#include "PseudoTerminal.h"
 #include "StoreTest.h"
+#include "SystemCallHooks.h"
 
 namespace {
 
@@ -130,7 +134,7 @@ TEST_F(PolicySyncTest, UnreadableDocumentKeepsItsPolicy) {
     const SyncResult result = SyncPolicies(store_, Delete());
     EXPECT_THAT(result.problems,
                 UnorderedElementsAre(documents_ + "/1.xml: Is a directory",
-                                     documents_ + "/2.xml: Invalid argument",
+                                     documents_ + "/2.xml: not a regular file",
                                      documents_ + "/3.xml: No such file or directory"));
     EXPECT_THAT(store_.List(), ElementsAre(1, 2, 3));
 }
@@ -149,7 +153,7 @@ TEST_F(PolicySyncTest, NeverRemovesAllPoliciesForLackOfDocuments) {
     Publish(1, "<Policy/>");
     Document("notes.txt", "");
     EXPECT_EQ(FailureOf(Delete()),
-              documents_ + ": no documents <id>.xml; refusing to remove all 1 policies");
+              documents_ + ": no documents <id>.xml; refusing to remove every policy");
     SyncOptions missing = Delete();
     missing.directory = directory_ / "missing";
     EXPECT_EQ(FailureOf(missing), missing.directory + ": No such file or directory");
@@ -163,13 +167,14 @@ TEST_F(PolicySyncTest, EmptyDirectoryAndEmptyStoreAreFine) {
 }
 
 TEST_F(PolicySyncTest, OtherNamesAreIgnored) {
-    for (const char* const name : {"README.md", "1.xml~", ".xml", "xml", "1.XML", "1.txt"}) {
+    for (const char* const name : {"README.md", "1.xml~", ".xml", "xml", "1.txt"}) {
         Document(name, "no policy");
     }
     Document("template.xml", "no policy");
+    Document("TEMPLATE.XML", "no policy");
     Document("1.xml", "<Policy/>");
     const SyncResult result = Sync();
-    EXPECT_THAT(result.ignored, ElementsAre("template.xml"));
+    EXPECT_THAT(result.ignored, ElementsAre("TEMPLATE.XML", "template.xml"));
     EXPECT_THAT(result.problems, IsEmpty());
     EXPECT_THAT(store_.List(), ElementsAre(1));
 }
@@ -177,15 +182,66 @@ TEST_F(PolicySyncTest, OtherNamesAreIgnored) {
 TEST_F(PolicySyncTest, MisnamedDocumentIsReportedAndPreventsRemoval) {
     Publish(7, "<Policy/>");
     Document("1.xml", "<Policy/>");
-    for (const char* const name : {"007.xml", "+7.xml", "-0.xml", "2147483648.xml", "7 .xml"}) {
+    for (const char* const name :
+         {"007.xml", "+7.xml", "-0.xml", "2147483648.xml", "7 .xml", "7.XML", "7.Xml"}) {
         Document(name, "<Policy/>");
         const SyncResult result = SyncPolicies(store_, Delete());
         EXPECT_THAT(result.problems,
                     ElementsAre(documents_ + "/" + name +
-                                    ": not published: the name is not a decimal 32-bit integer",
+                                    ": not published: not called <id>.xml; an id is a decimal "
+                                    "32-bit integer without leading zeros or plus sign",
                                 "no policy removed because of misnamed documents"));
         EXPECT_THAT(store_.List(), ElementsAre(1, 7));
         std::filesystem::remove(documents_ + "/" + name);
+    }
+}
+
+// The document appears before the directory is opened, or before a document is.
+TEST_F(PolicySyncTest, PolicyWhoseDocumentAppearsMeanwhileStays) {
+#ifndef __linux__
+    GTEST_SKIP() << kNoSystemCallHooks;
+#endif
+    Publish(7, "<Policy/>");
+    Document("1.xml", "<Policy><A>1</A></Policy>");
+    bool appears = true;
+    for (int at = 1; appears; ++at) {
+        appears = false;
+        int opened = 0;
+        const std::function<void()> beforeOpen = [&] {
+            if (++opened == at) {
+                appears = true;
+                Document("7.xml", "<Policy/>");
+            } else {
+                systemCallHooks.beforeOpenat = beforeOpen;
+            }
+        };
+        systemCallHooks.beforeOpenat = beforeOpen;
+        const SyncResult result = SyncPolicies(store_, Delete());
+        systemCallHooks = {};
+        if (appears) {
+            ASSERT_THAT(result.removed, IsEmpty()) << at;
+            ASSERT_THAT(store_.List(), ElementsAre(1, 7)) << at;
+        } else {
+            EXPECT_THAT(result.removed, ElementsAre(7));
+            EXPECT_GT(at, 2);
+        }
+        store_.Remove(1);
+        std::filesystem::remove(documents_ + "/7.xml");
+    }
+}
+
+TEST_F(PolicySyncTest, ProblemsAreSortedById) {
+    std::filesystem::create_directories(FileOf(2));
+    for (int id = -10; id <= 30; ++id) {
+        Document(std::to_string(id) + ".xml", id == 2 ? "<Policy/>" : "none");
+    }
+    SyncOptions options = Options();
+    options.jobs = 4;
+    const std::vector<std::string> problems = SyncPolicies(store_, options).problems;
+    ASSERT_THAT(problems, SizeIs(41));
+    for (int id = -10; id <= 30; ++id) {
+        EXPECT_THAT(problems[static_cast<std::size_t>(id + 10)],
+                    HasSubstr("/" + std::to_string(id) + (id == 2 ? ".cdb: " : ".xml:")));
     }
 }
 
@@ -262,6 +318,37 @@ TEST_F(PolicySyncTest, FullDiskIsAnErrorAndLeavesNoTemporaryFile) {
     EXPECT_THAT(result.out, HasSubstr("File too large")) << result;
     EXPECT_THAT(FilesInStore(), ElementsAre("1.cdb"));
     EXPECT_THAT(store_.Read(1), ElementsAre(Item{"A", "old"}));
+}
+
+TEST_F(PolicySyncTest, ShowsProgressOnTerminal) {
+#ifndef __linux__
+    GTEST_SKIP() << kNoSystemCallHooks;
+#endif
+    Document("1.xml", "<Policy/>");
+    Document("2.xml", "<Policy/>");
+    PseudoTerminal terminal;
+    int go[2];
+    ASSERT_EQ(pipe(go), 0);
+    ChildProcess child([&] {
+        dup2(terminal.Other().Get(), STDERR_FILENO);
+        // The first call opens the directory, the second one a document.
+        systemCallHooks.beforeOpenat = [&] {
+            systemCallHooks.beforeOpenat = [&] {
+                char byte = 0;
+                [[maybe_unused]] const ssize_t count = read(go[0], &byte, 1);
+            };
+        };
+        Sync();
+    });
+    EXPECT_THAT(terminal.ShownUpTo("0/2"),
+                HasSubstr("synchronising [" + std::string(30, '.') + "] 0/2"));
+    ASSERT_EQ(write(go[1], "x", 1), 1);
+    terminal.Other().Close();
+    EXPECT_THAT(terminal.ShownUpTo("the end of the child"), testing::EndsWith("\r\x1b[K"));
+    EXPECT_TRUE(child.Wait().Succeeded());
+    EXPECT_THAT(store_.List(), ElementsAre(1, 2));
+    close(go[0]);
+    close(go[1]);
 }
 
 TEST_F(PolicySyncTest, StopsWhenInterrupted) {

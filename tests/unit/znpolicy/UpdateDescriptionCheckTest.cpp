@@ -40,6 +40,7 @@ TEST(UpdateDescriptionCheck, ProblemsOfPlainTextHaveTheirPlace) {
         {With("706", "-1"), "\"-1\"", "\"size\" is not a decimal number of bytes"},
         {With("706", "3000000000"), "\"3000000000\"", "\"size\" is not a decimal number of bytes"},
         {With("\"706\"", "706"), "706", "\"size\" is not a string"},
+        {With("Model-A", "x\\u0000y"), "\"x", "\"platform\" has a NUL character, which ends it"},
         {With("Model-A", "M"), "\"M\"", "\"platform\" is shorter than 2 characters"},
         {With("a.zip", std::string(64, 'x')), "\"xxx", "\"packageName\" has 64 bytes; at most 63"},
         {With(kDigest, std::string(64, 'A')), "\"AAA", "not 64 lower-case hexadecimal digits"},

@@ -101,7 +101,10 @@ TEST_F(UsageErrors, ListsCommandsWhereOneIsMissing) {
 
 TEST_F(UsageErrors, KeepsOtherMessages) {
     const UsageError problem = Describe("session x");
-    EXPECT_NE(problem.message.find("\"x\" is not a decimal 32-bit integer"), std::string::npos);
+    EXPECT_NE(
+        problem.message.find(
+            "\"x\" is not an id: a decimal 32-bit integer without leading zeros or plus sign"),
+        std::string::npos);
     EXPECT_EQ(problem.suggestion, "");
 }
 

@@ -1,6 +1,7 @@
 #include "Arguments.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <iostream>
 #include <limits>
@@ -17,7 +18,10 @@ std::string NotEmpty(const std::string& value) {
 std::string IsId(const std::string& value) {
     int id = 0;
     std::from_chars(value.data(), value.data() + value.size(), id);
-    return value == std::to_string(id) ? "" : "\"" + value + "\" is not a decimal 32-bit integer";
+    return value == std::to_string(id)
+               ? ""
+               : "\"" + value +
+                     "\" is not an id: a decimal 32-bit integer without leading zeros or plus sign";
 }
 
 void AddIdArgument(CLI::App& command, int& id, const std::string& description) {
@@ -65,6 +69,12 @@ void ForEachId(const std::vector<int>& ids, Context& context,
 
 void SetAction(CLI::App& command, Context& context, std::function<void()> action) {
     command.callback([&context, action = std::move(action)] { context.run = action; });
+}
+
+void RequireOneStandardInput(const std::vector<std::string>& files) {
+    if (std::count(files.begin(), files.end(), "-") > 1) {
+        throw CLI::ValidationError("FILE", "standard input can be read only once");
+    }
 }
 
 void RequireOutput() {

@@ -26,6 +26,9 @@ void AddWaitOption(CLI::App& command, int& seconds);
 // Adds the option --json.
 void AddJsonOption(CLI::App& command, Context& context);
 
+// Throws CLI::ValidationError when "-", standard input, is given more than once.
+void RequireOneStandardInput(const std::vector<std::string>& files);
+
 // Throws std::runtime_error when something printed to standard output could not be written.
 void RequireOutput();
 

@@ -47,7 +47,9 @@ std::string ValueText(const Json& value) {
     return value.is_string() ? "\"" + value.get<std::string>() + "\"" : value.dump();
 }
 
-Json ToJson(int id, const Explanation& explanation) {
+}  // namespace
+
+Json ExplanationToJson(int id, const Explanation& explanation) {
     Json settings = Json::array();
     for (const ExplainedSetting& setting : explanation.settings) {
         settings.push_back({{"setting", setting.name},
@@ -69,7 +71,7 @@ Json ToJson(int id, const Explanation& explanation) {
     return {{"id", id}, {"settings", std::move(settings)}, {"bandwidth", std::move(modules)}};
 }
 
-void PrintTables(const Explanation& explanation) {
+void PrintExplanation(const Explanation& explanation) {
     Table settings({"SETTING", "VALUE", "REASON", "ITEMS"});
     for (const ExplainedSetting& setting : explanation.settings) {
         settings.AddRow({setting.name, ValueText(setting.value),
@@ -86,14 +88,4 @@ void PrintTables(const Explanation& explanation) {
                         module.reason.empty() ? "-" : module.reason, RawTexts(module.items)});
     }
     modules.Print();
-}
-
-}  // namespace
-
-void PrintExplanation(int id, const Explanation& explanation, bool json) {
-    if (json) {
-        PrintJson(ToJson(id, explanation));
-    } else {
-        PrintTables(explanation);
-    }
 }

@@ -2,5 +2,8 @@
 #pragma once
 
 #include "Explanation.h"
+#include "Json.h"
 
-void PrintExplanation(int id, const Explanation& explanation, bool json);
+Json ExplanationToJson(int id, const Explanation& explanation);
+
+void PrintExplanation(const Explanation& explanation);

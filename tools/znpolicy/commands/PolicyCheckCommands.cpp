@@ -65,7 +65,7 @@ void ShowItems(const ItemsArguments& arguments, bool json) {
 
 struct CheckArguments {
     std::vector<std::string> files;
-    std::optional<int> id;
+    std::vector<int> ids;
     bool strict = false;
 };
 
@@ -79,16 +79,27 @@ CheckedInput CheckFile(const std::string& file) {
     return {InputTitle(file), CheckPolicyDocument(document)};
 }
 
-void Check(const CheckArguments& arguments, bool json) {
+// Reports an id without a readable policy, and checks the others.
+std::vector<CheckedInput> CheckPolicies(const std::vector<int>& ids, Context& context) {
+    const PolicyStore store = OpenPolicyStore();
     std::vector<CheckedInput> inputs;
-    if (arguments.id) {
-        inputs.push_back({"policy " + std::to_string(*arguments.id),
-                          CheckPolicyItems(OpenPolicyStore().Read(*arguments.id))});
+    ForEachId(ids, context, [&](int id) {
+        inputs.push_back({"policy " + std::to_string(id), CheckPolicyItems(store.Read(id))});
+    });
+    return inputs;
+}
+
+void Check(const CheckArguments& arguments, Context& context) {
+    std::vector<CheckedInput> inputs;
+    if (arguments.files.empty()) {
+        inputs = CheckPolicies(arguments.ids, context);
     }
     for (const std::string& file : arguments.files) {
         inputs.push_back(CheckFile(file));
     }
-    ReportFindings(inputs, arguments.strict, json);
+    if (!inputs.empty()) {
+        ReportFindings(inputs, arguments.strict, context.json);
+    }
 }
 
 }  // namespace
@@ -105,14 +116,16 @@ void AddPolicyCheckCommands(CLI::App& policy, Context& context) {
 
     const auto arguments = std::make_shared<CheckArguments>();
     CLI::App* check = policy.add_subcommand(
-        "check", "Report mistakes in policy documents, or in a published policy");
+        "check", "Report mistakes in policy documents, or in published policies");
     CLI::Option_group* input = check->add_option_group("input");
     input->add_option("FILE", arguments->files, "The documents; - for standard input");
-    input->add_option("--id", arguments->id, "Check the published policy of this id")
+    input->add_option("--id", arguments->ids, "Check the published policy of this id; repeatable")
         ->type_name("ID")
+        ->allow_extra_args(false)
         ->check(IsId);
     input->require_option(1);
     check->add_flag("--strict", arguments->strict, "Exit with status 1 for warnings too");
     AddJsonOption(*check, context);
-    SetAction(*check, context, [=, &context] { Check(*arguments, context.json); });
+    check->parse_complete_callback([=] { RequireOneStandardInput(arguments->files); });
+    SetAction(*check, context, [=, &context] { Check(*arguments, context); });
 }

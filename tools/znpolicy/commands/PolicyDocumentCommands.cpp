@@ -1,4 +1,5 @@
 // znpolicy policy diff and export: policies compared with documents and turned into documents.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -7,11 +8,13 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "Arguments.h"
+#include "AtomicFile.h"
 #include "EscapeText.h"
 #include "Input.h"
 #include "Json.h"
@@ -83,16 +86,33 @@ struct ExportArguments {
     std::string output = "-";
 };
 
-void WriteOutput(const std::string& file, const std::string& text) {
-    if (file == "-") {
+// Keeps the permissions of a file that it replaces.
+bool ReplaceFile(const std::string& path, std::optional<mode_t> mode, const std::string& text) {
+    AtomicFile file(path, 0666);
+    const auto size = static_cast<long long>(text.size());
+    return file.IsOpen() && file.File().Write(text.data(), size) == size &&
+           (!mode || file.SetMode(*mode)) && file.Commit();
+}
+
+// For devices and symbolic links.
+bool WriteThrough(const std::string& path, const std::string& text) {
+    std::ofstream out(path, std::ios::binary);
+    out << text;
+    out.close();
+    return !out.fail();
+}
+
+void WriteOutput(const std::string& path, const std::string& text) {
+    if (path == "-") {
         std::cout << text;
         return;
     }
-    std::ofstream out(file, std::ios::binary);
-    out << text;
-    out.close();
-    if (!out) {
-        throw std::runtime_error(file + ": " + std::strerror(errno));
+    struct stat status = {};
+    const bool exists = lstat(path.c_str(), &status) == 0;
+    const auto mode = exists ? std::make_optional(status.st_mode & 07777) : std::nullopt;
+    if (!(exists && !S_ISREG(status.st_mode) ? WriteThrough(path, text)
+                                             : ReplaceFile(path, mode, text))) {
+        throw std::runtime_error(path + ": " + std::strerror(errno));
     }
 }
 

@@ -14,6 +14,7 @@
 #include "Interrupt.h"
 #include "Json.h"
 #include "PolicyAccess.h"
+#include "PolicySummary.h"
 #include "PolicySync.h"
 
 namespace {
@@ -22,24 +23,30 @@ namespace {
 struct VerifiedPolicy {
     int id;
     PolicyStore::Verification verification;
+    bool isUnreadable = false;
 
+    bool IsOk() const {
+        return verification.damage.empty();
+    }
     bool IsDamaged() const {
-        return !verification.damage.empty();
+        return !IsOk() && !isUnreadable;
     }
 };
 
-// A policy that is missing or cannot be read counts as damaged.
+// A policy that is missing counts as damaged.
 VerifiedPolicy VerifyPolicy(const PolicyStore& store, int id) {
     try {
         return {id, store.Verify(id)};
     } catch (const PolicyStore::Error& error) {
-        return {id, {false, {error.what()}}};
+        return {id, {false, {error.what()}}, IsUnreadable(store, id)};
     }
 }
 
 Json ToJson(const VerifiedPolicy& policy) {
     return {{"id", policy.id},
-            {"state", policy.IsDamaged() ? "damaged" : "ok"},
+            {"state", policy.isUnreadable ? "unreadable"
+                      : policy.IsOk()     ? "ok"
+                                          : "damaged"},
             {"checksums", policy.verification.hasChecksums},
             {"damage", policy.verification.damage}};
 }
@@ -48,7 +55,7 @@ void PrintVerified(const VerifiedPolicy& policy) {
     for (const std::string& damage : policy.verification.damage) {
         std::cout << "policy " << policy.id << ": " << Escaped(damage) << '\n';
     }
-    if (!policy.IsDamaged() && !policy.verification.hasChecksums) {
+    if (policy.IsOk() && !policy.verification.hasChecksums) {
         std::cout << "policy " << policy.id
                   << ": ok, but of a format version without checksums; publish it again\n";
     }
@@ -58,9 +65,11 @@ void Verify(const std::vector<int>& ids, bool json) {
     const PolicyStore store = OpenPolicyStore();
     Json policies = Json::array();
     std::size_t damaged = 0;
+    std::size_t unreadable = 0;
     for (const int id : ids.empty() ? store.List() : ids) {
         const VerifiedPolicy policy = VerifyPolicy(store, id);
         damaged += policy.IsDamaged() ? 1 : 0;
+        unreadable += policy.isUnreadable ? 1 : 0;
         policies.push_back(ToJson(policy));
         if (!json) {
             PrintVerified(policy);
@@ -68,12 +77,17 @@ void Verify(const std::vector<int>& ids, bool json) {
     }
     const std::size_t count = policies.size();
     if (json) {
-        PrintJson({{"policies", std::move(policies)}, {"damaged", damaged}});
+        PrintJson(
+            {{"policies", std::move(policies)}, {"damaged", damaged}, {"unreadable", unreadable}});
     } else {
-        std::cout << count << " verified, " << damaged << " damaged\n";
+        std::cout << count - unreadable << " verified, " << damaged << " damaged";
+        if (unreadable > 0) {
+            std::cout << ", " << unreadable << " unreadable";
+        }
+        std::cout << '\n';
     }
-    if (damaged > 0) {
-        throw std::runtime_error("there are damaged or missing policies");
+    if (damaged + unreadable > 0) {
+        throw std::runtime_error("there are damaged, missing or unreadable policies");
     }
 }
 
@@ -136,7 +150,7 @@ void AddPolicySyncCommands(CLI::App& policy, Context& context) {
     options->jobs = std::max(1U, std::thread::hardware_concurrency());
     CLI::App* sync =
         policy.add_subcommand("sync", "Publish the documents of a directory that differ");
-    sync->add_option("DIR", options->directory, "Has the documents, called <id>.xml")
+    sync->add_option("DIR", options->directory, "Directory of documents named <id>.xml")
         ->check(NotEmpty)
         ->required();
     sync->add_flag("--delete", options->removeOthers, "Remove policies that have no document");
@@ -144,7 +158,7 @@ void AddPolicySyncCommands(CLI::App& policy, Context& context) {
     sync->add_option("--jobs", options->jobs, "Number of threads")
         ->type_name("N")
         ->check(CLI::Range(1, 256))
-        ->capture_default_str();
+        ->default_str("one per processor");
     AddJsonOption(*sync, context);
     SetAction(*sync, context, [=, &context] { Sync(*options, context.json); });
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Arguments.h"
+#include "CommandError.h"
 #include "ExplanationOutput.h"
 #include "ItemReference.h"
 #include "PolicyAccess.h"
@@ -15,7 +16,12 @@
 
 namespace {
 
-void PrintAsJson(int id, const Session& session) {
+struct SessionArguments {
+    std::vector<int> ids;
+    bool explain = false;
+};
+
+Json SessionToJson(int id, const Session& session) {
     Json document = {
         {"id", id},
         {"intelligentDataTransportFlag", session.dataTransportFlag},
@@ -35,7 +41,7 @@ void PrintAsJson(int id, const Session& session) {
     if (!session.vcProblem.empty()) {
         document["virtualChannelsRefused"] = session.vcProblem;
     }
-    PrintJson(document);
+    return document;
 }
 
 void PrintSettings(const Session& session) {
@@ -74,12 +80,7 @@ void PrintPlugins(const Session& session) {
     }
 }
 
-void ShowSession(int id, bool json) {
-    const Session session = ReadSession(id);
-    if (json) {
-        PrintAsJson(id, session);
-        return;
-    }
+void PrintSession(const Session& session) {
     PrintSettings(session);
     std::cout << '\n';
     PrintBandwidth(session);
@@ -101,21 +102,68 @@ std::vector<PolicyStore::Item> ReadKnownItems(int id) {
     return items;
 }
 
+// An item that is damaged counts as missing, which the explanation cannot tell.
+void ReportDamage(int id) {
+    try {
+        if (!PolicyStore().Verify(id).damage.empty()) {
+            const std::string policy = std::to_string(id);
+            PrintError(false, "",
+                       "policy " + policy + " is damaged: damaged items count as " +
+                           "missing; see znpolicy policy verify " + policy);
+        }
+    } catch (const PolicyStore::Error&) {
+        // Another service may keep the policies elsewhere.
+    }
+}
+
+// Prints the session below `heading`, or returns it as JSON.
+Json Show(int id, const std::string& heading, bool json) {
+    const Session session = ReadSession(id);
+    if (json) {
+        return SessionToJson(id, session);
+    }
+    std::cout << heading;
+    PrintSession(session);
+    return {};
+}
+
+// The same with reasons.
+Json Explain(int id, const std::string& heading, bool json) {
+    const std::vector<PolicyStore::Item> items = ReadKnownItems(id);
+    if (items.size() < KnownItems().size()) {
+        ReportDamage(id);
+    }
+    const Explanation explanation = ExplainPolicy(items);
+    if (json) {
+        return ExplanationToJson(id, explanation);
+    }
+    std::cout << heading;
+    PrintExplanation(explanation);
+    return {};
+}
+
+void ShowSessions(const SessionArguments& arguments, Context& context) {
+    const bool isOne = arguments.ids.size() == 1;
+    Json answer = Json::array();
+    ForEachId(arguments.ids, context, [&](int id) {
+        const std::string title = "session " + std::to_string(id) + ":\n";
+        const std::string heading = isOne ? "" : (answer.empty() ? "" : "\n") + title;
+        answer.push_back((arguments.explain ? Explain : Show)(id, heading, context.json));
+    });
+    if (context.json && !(isOne && answer.empty())) {
+        PrintJson(isOne ? answer[0] : answer);
+    }
+}
+
 }  // namespace
 
 void AddSessionCommand(CLI::App& app, Context& context) {
-    const auto id = std::make_shared<int>(0);
+    const auto arguments = std::make_shared<SessionArguments>();
     CLI::App* session =
-        app.add_subcommand("session", "Show what the library's readers return for a session");
-    AddIdArgument(*session, *id, "Terminal or session");
-    const auto explain = std::make_shared<bool>(false);
-    session->add_flag("--explain", *explain, "Show which items the values come from, and why");
+        app.add_subcommand("session", "Show what the library's readers return for sessions");
+    AddIdsArgument(*session, arguments->ids, "Terminals or sessions");
+    session->add_flag("--explain", arguments->explain,
+                      "Show which items the values come from, and why");
     AddJsonOption(*session, context);
-    SetAction(*session, context, [=, &context] {
-        if (*explain) {
-            PrintExplanation(*id, ExplainPolicy(ReadKnownItems(*id)), context.json);
-        } else {
-            ShowSession(*id, context.json);
-        }
-    });
+    SetAction(*session, context, [=, &context] { ShowSessions(*arguments, context); });
 }

@@ -20,8 +20,13 @@ struct CheckArguments {
     bool strict = false;
 };
 
+// A file that cannot be read is a finding, so that the other files are checked as well.
 CheckedInput CheckFile(const std::string& file) {
-    const std::string text = ReadInput(file, kMaxUpdateSize);
+    std::string text;
+    std::string reason;
+    if (!TryReadInput(file, kMaxUpdateSize, text, reason)) {
+        return {InputTitle(file), {{FindingCode::kRefused, "", reason, "", {}}}};
+    }
     TextPositions positions(text);
     std::vector<PolicyFinding> findings;
     for (UpdateDescriptionProblem& problem : CheckUpdateDescription(text)) {
@@ -52,6 +57,7 @@ void AddUpdateCheckCommands(CLI::App& update, Context& context) {
         ->required();
     check->add_flag("--strict", arguments->strict, "Exit with status 1 for warnings");
     AddJsonOption(*check, context);
+    check->parse_complete_callback([=] { RequireOneStandardInput(arguments->files); });
     SetAction(*check, context, [=, &context] { Check(*arguments, context.json); });
 
     const auto file = std::make_shared<std::string>();

@@ -107,7 +107,7 @@ void ReportFindings(const std::vector<CheckedInput>& inputs, bool strict, bool j
     }
     const FindingCount count = CountFindings(inputs);
     if (count.errors > 0) {
-        throw std::runtime_error("the policy store would refuse a document");
+        throw std::runtime_error("there are errors");
     }
     if (strict && count.warnings > 0) {
         throw std::runtime_error("there are warnings");

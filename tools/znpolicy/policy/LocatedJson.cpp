@@ -99,6 +99,9 @@ class Locator {
 // Says where a text that libZnJson refuses is wrong, which simdjson does not.
 JsonProblem FindProblem(const std::string& text) {
     using nlohmann::json;
+    if (const std::size_t nul = text.find('\0'); nul != std::string::npos) {
+        return {nul, "not JSON: a NUL character"};  // nlohmann takes it for the end of the text
+    }
     try {
         const json discarded =
             json::parse(text, [](int, json::parse_event_t, const json&) { return false; });

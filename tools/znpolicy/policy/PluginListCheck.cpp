@@ -74,7 +74,8 @@ class PluginListChecker {
         const std::vector<std::string_view> fields = Pieces(item, kFieldSeparators);
         if (fields.size() < kVcFieldCount) {
             Report(item, true,
-                   where + " has " + std::to_string(fields.size()) + " fields; " +
+                   where + " has " + std::to_string(fields.size()) +
+                       (fields.size() == 1 ? " field; " : " fields; ") +
                        std::to_string(kVcFieldCount) + " are needed");
             return;
         }

@@ -22,6 +22,8 @@ namespace {
 // Looking for a near name takes much longer than everything else that is done with an item.
 constexpr std::size_t kMaxSuggestions = 1000;
 
+constexpr const char* kDisableLoginHint = "DisableLoginHint";
+
 using Items = std::vector<PolicyStore::Item>;
 
 class PolicyChecker {
@@ -157,10 +159,9 @@ class PolicyChecker {
             ReportRule(item, problem.offset, problem.reason);
         } else if (rule.kind != LocatedJson::Kind::kObject) {
             ReportRule(item, rule.offset, "not a JSON object");
-        } else if (const LocatedJson* const disable = rule.Member("DisableLoginHint");
+        } else if (const LocatedJson* const disable = rule.Member(kDisableLoginHint);
                    disable == nullptr) {
-            ReportRule(item, rule.offset, "no member \"DisableLoginHint\"",
-                       HasMisspeltHint(rule) ? "DisableLoginHint" : "");
+            ReportMissingHint(item, rule);
         } else if (disable->kind != LocatedJson::Kind::kInteger || disable->number < INT_MIN ||
                    disable->number > INT_MAX) {
             ReportRule(item, disable->offset, "\"DisableLoginHint\" is not a 32-bit integer");
@@ -172,11 +173,17 @@ class PolicyChecker {
         }
     }
 
-    static bool HasMisspeltHint(const LocatedJson& rule) {
-        return std::any_of(rule.children.begin(), rule.children.end(),
-                           [](const LocatedJson::Child& member) {
-                               return !NearestName(member.name, {"DisableLoginHint"}).empty();
-                           });
+    void ReportMissingHint(const PolicyStore::Item& item, const LocatedJson& rule) {
+        const auto misspelt = std::find_if(
+            rule.children.begin(), rule.children.end(), [](const LocatedJson::Child& member) {
+                return !NearestName(member.name, {kDisableLoginHint}).empty();
+            });
+        if (misspelt == rule.children.end()) {
+            ReportRule(item, rule.offset, std::string("no member \"") + kDisableLoginHint + "\"");
+        } else {
+            ReportRule(item, misspelt->nameOffset, "unknown member " + Quoted(misspelt->name),
+                       kDisableLoginHint);
+        }
     }
 
     void ReportRule(const PolicyStore::Item& item, std::size_t offset, const std::string& problem,

@@ -8,6 +8,10 @@
 #include <utility>
 #include <vector>
 
+bool IsUnreadable(const PolicyStore& store, int id) {
+    return access(store.PolicyPath(id).c_str(), R_OK) != 0 && errno == EACCES;
+}
+
 std::optional<PolicySummary> SummarizePolicy(const PolicyStore& store, int id) {
     const std::string path = store.PolicyPath(id);
     PolicySummary summary;
@@ -27,8 +31,7 @@ std::optional<PolicySummary> SummarizePolicy(const PolicyStore& store, int id) {
             summary.policyName = std::move(name->value);
         }
     } catch (const PolicyStore::Error&) {
-        const bool isForbidden = access(path.c_str(), R_OK) != 0 && errno == EACCES;
-        summary.state = isForbidden ? "unreadable" : "damaged";
+        summary.state = IsUnreadable(store, id) ? "unreadable" : "damaged";
     }
     return summary;
 }

@@ -15,5 +15,8 @@ struct PolicySummary {
     std::optional<std::string> policyName;  // the item PolicyName
 };
 
+// Whether this user lacks the permission to read the policy file of `id`.
+bool IsUnreadable(const PolicyStore& store, int id);
+
 // Returns nothing when there is no policy file of `id`.
 std::optional<PolicySummary> SummarizePolicy(const PolicyStore& store, int id);

@@ -1,7 +1,9 @@
 #include "PolicySync.h"
 
 #include <fcntl.h>
+#include <strings.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <atomic>
@@ -14,7 +16,6 @@
 #include <mutex>
 #include <stdexcept>
 #include <string_view>
-#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -27,25 +28,28 @@ namespace {
 
 constexpr std::string_view kDocumentSuffix = ".xml";
 
-// The files of a directory that are called .xml.
+std::string DocumentName(int id) {
+    return std::to_string(id).append(kDocumentSuffix);
+}
+
+// The files of a directory that are called .xml, in any case.
 struct Documents {
     std::vector<int> ids;               // of <id>.xml, ascending
-    std::vector<std::string> misnamed;  // "007.xml": probably meant to be one
+    std::vector<std::string> misnamed;  // "007.xml", "7.XML": probably meant to be one
     std::vector<std::string> others;
 };
 
 void AddFile(Documents& documents, const std::string& name) {
-    if (name.size() <= kDocumentSuffix.size() ||
-        name.compare(name.size() - kDocumentSuffix.size(), std::string::npos, kDocumentSuffix) !=
-            0) {
+    const std::size_t stemSize = name.size() - std::min(name.size(), kDocumentSuffix.size());
+    if (stemSize == 0 ||
+        strncasecmp(name.c_str() + stemSize, kDocumentSuffix.data(), kDocumentSuffix.size()) != 0) {
         return;
     }
-    const std::string stem = name.substr(0, name.size() - kDocumentSuffix.size());
     int id = 0;
-    std::from_chars(stem.data(), stem.data() + stem.size(), id);
-    if (stem == std::to_string(id)) {
+    std::from_chars(name.data(), name.data() + stemSize, id);
+    if (name == DocumentName(id)) {
         documents.ids.push_back(id);
-    } else if (stem.find_first_not_of("0123456789+- ") == std::string::npos) {
+    } else if (name.find_first_not_of("0123456789+- ") == stemSize) {
         documents.misnamed.push_back(name);
     } else {
         documents.others.push_back(name);
@@ -56,9 +60,12 @@ Documents FindDocuments(const std::string& path) {
     const Directory directory =
         ReadDirectory(FileDescriptor::Open(path.c_str(), O_RDONLY | O_DIRECTORY));
     Documents documents;
-    errno = directory ? 0 : errno;
-    while (const dirent* entry = directory ? readdir(directory.get()) : nullptr) {
-        AddFile(documents, entry->d_name);
+    if (directory) {
+        errno = 0;
+        while (const dirent* entry = readdir(directory.get())) {
+            AddFile(documents, entry->d_name);
+            errno = 0;
+        }
     }
     if (errno != 0) {
         throw std::runtime_error(path + ": " + std::strerror(errno));
@@ -69,9 +76,10 @@ Documents FindDocuments(const std::string& path) {
     return documents;
 }
 
-// Calls `step` with `begin` to `end` - 1, in several threads, until it returns false or a signal is
-// pending. Returns the first number that it was not called with. Throws what a step has thrown.
-std::size_t RunInParallel(unsigned jobs, std::size_t begin, std::size_t end,
+// Calls `step` with `begin` to `end` - 1, in at most `jobs` threads, until it returns false or a
+// signal is pending. Returns the first number that it was not called with. Throws what a step has
+// thrown.
+std::size_t RunInParallel(std::size_t jobs, std::size_t begin, std::size_t end,
                           const std::function<bool(std::size_t)>& step) {
     std::atomic<std::size_t> next = begin;
     std::atomic<bool> stop = false;
@@ -92,8 +100,13 @@ std::size_t RunInParallel(unsigned jobs, std::size_t begin, std::size_t end,
         }
     };
     std::vector<std::thread> threads;
-    for (std::size_t i = 1; i < std::min<std::size_t>(jobs, end - begin); ++i) {
-        threads.emplace_back(work);
+    threads.reserve(jobs);
+    try {
+        while (threads.size() + 1 < std::min(jobs, end - begin)) {
+            threads.emplace_back(work);
+        }
+    } catch (const std::exception&) {
+        // Fewer threads do as well.
     }
     work();
     for (std::thread& thread : threads) {
@@ -105,7 +118,8 @@ std::size_t RunInParallel(unsigned jobs, std::size_t begin, std::size_t end,
     return std::min<std::size_t>(next, end);
 }
 
-// How many changed documents share a sync to disk. Each needs two open files.
+// How many changed documents share a sync to disk, and how many threads there are at most. Each
+// document needs two open files, each thread may add a document and has another file open.
 std::size_t BatchSize() {
     constexpr rlim_t kMost = 512;
     rlimit files = {};
@@ -118,18 +132,30 @@ std::size_t BatchSize() {
 class Synchronisation {
    public:
     Synchronisation(const PolicyStore& store, const SyncOptions& options)
-        : store_(store), options_(options), documents_(FindDocuments(options.directory)) {}
+        : store_(store),
+          options_(options),
+          policies_(options.removeOthers ? store.List() : std::vector<int>()),
+          documents_(FindDocuments(options.directory)) {}
 
     SyncResult Run() {
-        const std::vector<int> obsolete = ObsoletePolicies();
+        std::vector<int> obsolete = ObsoletePolicies();
         for (const std::string& name : documents_.misnamed) {
             result_.problems.push_back(options_.directory + "/" + name +
-                                       ": not published: the name is not a decimal 32-bit integer");
+                                       ": not published: not called <id>.xml; an id is a decimal "
+                                       "32-bit integer without leading zeros or plus sign");
+        }
+        if (!documents_.misnamed.empty() && !obsolete.empty()) {
+            result_.problems.emplace_back("no policy removed because of misnamed documents");
+            obsolete.clear();
         }
         result_.ignored = documents_.others;
         PublishAll();
         RemoveAll(obsolete);
         std::sort(result_.published.begin(), result_.published.end());
+        std::sort(failures_.begin(), failures_.end());
+        for (auto& [id, reason] : failures_) {
+            result_.problems.push_back(std::move(reason));
+        }
         return std::move(result_);
     }
 
@@ -140,15 +166,11 @@ class Synchronisation {
     std::vector<int> ObsoletePolicies() const {
         const std::vector<int>& ids = documents_.ids;
         std::vector<int> obsolete;
-        if (options_.removeOthers) {
-            const std::vector<int> published = store_.List();
-            std::set_difference(published.begin(), published.end(), ids.begin(), ids.end(),
-                                std::back_inserter(obsolete));
-        }
+        std::set_difference(policies_.begin(), policies_.end(), ids.begin(), ids.end(),
+                            std::back_inserter(obsolete));
         if (!obsolete.empty() && ids.empty()) {
             throw std::runtime_error(options_.directory +
-                                     ": no documents <id>.xml; refusing to remove all " +
-                                     std::to_string(obsolete.size()) + " policies");
+                                     ": no documents <id>.xml; refusing to remove every policy");
         }
         return obsolete;
     }
@@ -156,16 +178,16 @@ class Synchronisation {
     void PublishAll() {
         const std::vector<int>& ids = documents_.ids;
         const std::size_t batchSize = BatchSize();
+        const std::size_t jobs = std::min<std::size_t>(options_.jobs, batchSize);
         Progress progress("synchronising", ids.size());
         for (std::size_t done = 0; done < ids.size();) {
             PolicyStore::Batch batch(store_);
             std::atomic<std::size_t> changed = 0;
-            const std::size_t end =
-                RunInParallel(options_.jobs, done, ids.size(), [&](std::size_t i) {
-                    changed += Synchronise(ids[i], batch) ? 1 : 0;
-                    progress.Step();
-                    return changed < batchSize;
-                });
+            const std::size_t end = RunInParallel(jobs, done, ids.size(), [&](std::size_t i) {
+                changed += Synchronise(ids[i], batch) ? 1 : 0;
+                progress.Step();
+                return changed < batchSize;
+            });
             StopIfInterrupted(done);
             Commit(batch);
             done = end;
@@ -173,7 +195,7 @@ class Synchronisation {
         StopIfInterrupted(ids.size());
     }
 
-    // Drops the present batch.
+    // Drops the current batch.
     void StopIfInterrupted(std::size_t done) const {
         if (const int signal = PendingInterrupt()) {
             throw Interrupted(signal, "the first " + std::to_string(done) + " of " +
@@ -195,7 +217,7 @@ class Synchronisation {
                 ++result_.unchanged;
                 break;
             case Outcome::kRefused:
-                result_.problems.push_back(problem);
+                failures_.emplace_back(id, problem);
                 break;
         }
         return outcome == Outcome::kChanged;
@@ -203,8 +225,7 @@ class Synchronisation {
 
     // Adds the policy to the batch if it differs from the published one.
     Outcome Stage(int id, PolicyStore::Batch& batch, std::string& problem) const {
-        const std::string name =
-            (options_.directory + "/" + std::to_string(id)).append(kDocumentSuffix);
+        const std::string name = DocumentPath(id);
         std::vector<PolicyStore::Item> items;
         try {
             items = PolicyStore::ParseDocument(Read(name), name);
@@ -221,8 +242,15 @@ class Synchronisation {
         return Outcome::kChanged;
     }
 
+    std::string DocumentPath(int id) const {
+        return options_.directory + "/" + DocumentName(id);
+    }
+
     static std::string Read(const std::string& name) {
         const FileDescriptor file = FileDescriptor::OpenRegularFile(name.c_str());
+        if (!file.IsOpen() && errno == EINVAL) {
+            throw std::runtime_error(name + ": not a regular file");
+        }
         std::string document;
         if (!file.IsOpen() || !file.ReadAll(document, PolicyStore::kMaxDocumentSize)) {
             throw std::runtime_error(
@@ -232,23 +260,27 @@ class Synchronisation {
         return document;
     }
 
+    // Removes the policies that still have no document: one may have appeared meanwhile.
     void RemoveAll(const std::vector<int>& obsolete) {
-        if (!documents_.misnamed.empty() && !obsolete.empty()) {
-            result_.problems.emplace_back("no policy removed because of misnamed documents");
-            return;
-        }
-        result_.removed = obsolete;
-        if (options_.dryRun || obsolete.empty()) {
-            return;
-        }
         const std::size_t batchSize = BatchSize();
         for (std::size_t begin = 0; begin < obsolete.size(); begin += batchSize) {
             PolicyStore::Batch batch(store_);
             for (std::size_t i = begin; i < std::min(begin + batchSize, obsolete.size()); ++i) {
-                batch.Remove(obsolete[i]);
+                if (HasDocument(obsolete[i])) {
+                    continue;
+                }
+                result_.removed.push_back(obsolete[i]);
+                if (!options_.dryRun) {
+                    batch.Remove(obsolete[i]);
+                }
             }
             Commit(batch);
         }
+    }
+
+    bool HasDocument(int id) const {
+        struct stat status = {};
+        return lstat(DocumentPath(id).c_str(), &status) == 0 || errno != ENOENT;
     }
 
     // Turns policies that could not be changed into problems.
@@ -257,15 +289,17 @@ class Synchronisation {
             for (std::vector<int>* ids : {&result_.published, &result_.removed}) {
                 ids->erase(std::remove(ids->begin(), ids->end(), failure.id), ids->end());
             }
-            result_.problems.push_back(failure.reason);
+            failures_.emplace_back(failure.id, failure.reason);
         }
     }
 
     const PolicyStore& store_;
     const SyncOptions& options_;
-    const Documents documents_;
-    std::mutex mutex_;  // guards `result_`
+    const std::vector<int> policies_;  // to be removed unless they have a document
+    const Documents documents_;        // found after them, so that a new policy has its document
+    std::mutex mutex_;                 // guards `result_` and `failures_`
     SyncResult result_;
+    std::vector<std::pair<int, std::string>> failures_;  // ids of policies, and problems
 };
 
 }  // namespace

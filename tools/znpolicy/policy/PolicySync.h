@@ -11,15 +11,16 @@ struct SyncOptions {
     std::string directory;  // has the documents, called <id>.xml
     bool removeOthers = false;
     bool dryRun = false;
-    unsigned jobs = 1;  // threads, at least 1
+    unsigned jobs = 1;  // threads, at least 1; the limit of open files may allow fewer
 };
 
 struct SyncResult {
-    std::vector<int> published;  // ascending, as the others
-    std::vector<int> removed;
+    std::vector<int> published;  // ascending
+    std::vector<int> removed;    // ascending
     std::size_t unchanged = 0;
-    std::vector<std::string> problems;  // "FILE:LINE:COLUMN: REASON" of documents, or "ACTION: ..."
-    std::vector<std::string> ignored;   // files that are called .xml, but not <id>.xml
+    // "FILE:LINE:COLUMN: REASON" of documents, or "ACTION: ...": of misnamed files, then by id.
+    std::vector<std::string> problems;
+    std::vector<std::string> ignored;  // files that are called .xml, but not <id>.xml
 };
 
 // Publishes the documents whose policies differ from those of the store and, with `removeOthers`,
@@ -29,5 +30,5 @@ struct SyncResult {
 //
 // Throws std::runtime_error when the directory cannot be read, when all policies would be removed
 // because it has no documents, and when the store cannot be written. Throws Interrupted when a
-// signal noted by the present InterruptScope stopped it. What was published before stays.
+// signal noted by the current InterruptScope stopped it. What was published before stays.
 SyncResult SyncPolicies(const PolicyStore& store, const SyncOptions& options);

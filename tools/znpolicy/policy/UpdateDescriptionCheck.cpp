@@ -225,6 +225,8 @@ class DescriptionChecker {
             Report(value.offset, name + "has " + std::to_string(value.text.size()) +
                                      " bytes; at most " + std::to_string(known->longest) +
                                      " fit, so the field stays empty");
+        } else if (value.text.find('\0') != std::string::npos) {
+            Report(value.offset, name + "has a NUL character, which ends it");
         } else if (member.name == "size" && !value.text.empty() && !IsSize(value.text)) {
             Report(value.offset, name + "is not a decimal number of bytes");
         } else if (member.name == "downloadZipSha256Hash" && !value.text.empty() &&

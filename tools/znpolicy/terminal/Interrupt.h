@@ -43,7 +43,7 @@ class InterruptScope {
     bool isComplete_ = false;
 };
 
-// The signal noted first in the present InterruptScope, or 0.
+// The signal noted first in the current InterruptScope, or 0.
 int PendingInterrupt();
 
 // Throws Interrupted when a signal has been noted.

@@ -3,12 +3,17 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <system_error>
 #include <utility>
 
 Progress::Progress(std::string what, size_t steps, std::chrono::milliseconds interval)
     : what_(std::move(what)), steps_(steps), interval_(interval) {
     if (isatty(STDERR_FILENO) != 0) {
-        thread_ = std::thread(&Progress::Show, this);
+        try {
+            thread_ = std::thread(&Progress::Show, this);
+        } catch (const std::system_error&) {
+            // The work is done without a bar.
+        }
     }
 }
 

@@ -10,6 +10,13 @@
 // Returns the beginning of `text` in quotes, escaped and short enough for a message.
 inline std::string Quoted(std::string_view text) {
     constexpr std::size_t kShown = 60;
-    std::string quoted = "\"" + Escaped(text.substr(0, kShown));
-    return quoted.append(text.size() > kShown ? "...\"" : "\"");
+    if (text.size() <= kShown) {
+        return "\"" + Escaped(text) + "\"";
+    }
+    // Does not cut a UTF-8 character, which has up to three bytes more.
+    std::size_t shown = kShown;
+    while (shown > kShown - 3 && (static_cast<unsigned char>(text[shown]) & 0xC0U) == 0x80U) {
+        --shown;
+    }
+    return "\"" + Escaped(text.substr(0, shown)) + "...\"";
 }
