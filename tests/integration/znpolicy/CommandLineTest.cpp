@@ -85,7 +85,7 @@ TEST_F(CommandLine, ErrorsAreJsonOnRequest) {
         std::string message;
     } cases[] = {
         {{"polciy", "--json"}, kWrongUsage, "usage", "unknown command \"polciy\""},
-        {{"policy", "show", "x", "--json"}, kWrongUsage, "usage", "not a decimal"},
+        {{"policy", "show", "x", "--json"}, kWrongUsage, "usage", "is not an id"},
         {{"policy", "list", "--json"}, kFailed, "failed", "there is no policy store here"},
         {{"session", "5", "--json"}, kFailed, "failed", "there is no policy store here"},
         {{"policy", "items", "X", "--json"}, kFailed, "failed", "no reader uses \"X\""},

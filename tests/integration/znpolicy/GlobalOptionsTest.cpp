@@ -111,7 +111,7 @@ TEST_F(GlobalOptions, WrongUsageExitsWith2) {
                                                {"policy", "list", "--store"},
                                                {"policy", "list", "--log-level", "loud"},
                                                {"session"},
-                                               {"session", "5", "6"}}) {
+                                               {"session", "5", "x"}}) {
         const ProcessResult result = Run(arguments);
         EXPECT_EQ(result.exitCode, kWrongUsage) << testing::PrintToString(arguments);
         EXPECT_EQ(result.out, "") << testing::PrintToString(arguments);
@@ -167,7 +167,7 @@ TEST_F(GlobalOptions, EscapesMessages) {
                   "znpolicy: " + directory_ / c.shown + ": No such file or directory\n");
         const ProcessResult wrongUsage = Run({"policy", "show", c.text});
         EXPECT_EQ(wrongUsage.exitCode, kWrongUsage);
-        EXPECT_THAT(wrongUsage.err, HasSubstr("\"" + c.shown + "\" is not a decimal"));
+        EXPECT_THAT(wrongUsage.err, HasSubstr("\"" + c.shown + "\" is not an id"));
     }
 }
 

@@ -30,7 +30,7 @@ TEST_F(UsageErrors, NamesUnknownWordAndNearestName) {
         {"policy list --stroe=x", "unknown option \"--stroe\"", "--store"},
         {"package install --sdie client", "unknown option \"--sdie\"", "--side"},
         {"package plan --upadte x", "unknown option \"--upadte\"", "--update"},
-        {"session 5 6", "unexpected argument \"6\"", ""},
+        {"update show 5 6", "unexpected argument \"6\"", ""},
     };
     for (const auto& c : cases) {
         const UsageError problem = Describe(c.commandLine);
