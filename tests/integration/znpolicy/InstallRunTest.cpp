@@ -10,6 +10,7 @@
 #include <array>
 #include <csignal>
 #include <filesystem>
+#include <iterator>
 #include <string>
 #include <vector>
 
