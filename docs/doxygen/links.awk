@@ -19,7 +19,8 @@
         sub(/^\[[^\]]+\]\(/, "", target)
         sub(/\)$/, "", target)
         sub(/\.md#[^)]*/, ".md", link)
-        if (target !~ /^https?:|\.md(#.*)?$/ || target ~ /README\.md$/) {
+        is_picture = substr(line, RSTART - 1, 1) == "!"
+        if (!is_picture && target !~ /^https?:|\.md(#.*)?$/ || target ~ /README\.md$/) {
             sub(/^\[/, "", link)
             sub(/\]\(.*/, "", link)
         }
